@@ -1,0 +1,253 @@
+/// \file
+/// What every other file of the engine stands on: the ends of a run, memory, random numbers, the
+/// growable array and the three-valued truth value.
+#ifndef QUILLON_GLOBAL_H
+#define QUILLON_GLOBAL_H
+
+#include <cassert>
+#include <climits>
+#include <csignal>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <new>
+#include <utility>
+
+using int64 = std::int64_t;
+
+// ------------------------------------------------------------------------------------------------
+// The ends of a run
+
+/// Exit codes. The first four carry the verdict; the last two say that there is none to be had.
+enum ExitCode : int {
+  exit_none = 0,           ///< nothing decided: option error, input error, arithmetic overflow
+  exit_satisfiable = 10,   ///< a solution, or the time limit passed
+  exit_unsatisfiable = 20, ///< no solution exists
+  exit_optimum = 30,       ///< an optimal solution
+  exit_no_memory = 71,     ///< memory exhausted outside the reader
+  exit_no_output = 74      ///< the results could not be written
+};
+
+/// Ends the process with `code` after standard output has been flushed. If any of the output could
+/// not be written, a message goes to standard error and the code is `exit_no_output` instead, so
+/// that no script takes a lost answer for an answer.
+[[noreturn]] inline void endRun(int code) {
+  const bool earlier_failure = std::ferror(stdout) != 0;
+  if (std::fflush(stdout) != 0 || earlier_failure) {
+    std::fputs("quillon: error: standard output cannot be written, the results are lost\n", stderr);
+    // The stream still holds what it could not write; exit() would try in vain again.
+    std::_Exit(exit_no_output);
+  }
+  std::exit(code);
+}
+
+/// Ends the process because an allocation failed.
+[[noreturn]] inline void outOfMemory() {
+  std::fputs("quillon: error: memory exhausted\n", stderr);
+  std::fflush(stdout);
+  std::_Exit(exit_no_memory);
+}
+
+/// Ends the process because a sum on problem data would leave the 32-bit signed range. `guard` is
+/// the number of the guard that noticed, 1 to 4: construction, watching, objective value,
+/// tightening or watching bound.
+[[noreturn]] inline void numericOverflow(int guard) {
+  std::printf("c sum of numeric constants out of range [%d]\n", guard);
+  std::printf("s UNKNOWN\n");
+  endRun(exit_none);
+}
+
+/// Set by the handlers of the termination signals to the signal's number, 0 before. Whoever does
+/// long work looks at it and winds up as if the time limit had just passed.
+inline volatile std::sig_atomic_t stop_signal = 0;
+
+/// Ticks of the processor clock in a second, as `clock` counts them.
+constexpr int64 ticks_per_second = 1000000;
+static_assert(CLOCKS_PER_SEC == ticks_per_second, "the processor clock ticks in microseconds");
+
+/// Whole seconds of processor time from the clock reading `start` until now.
+inline int64 secondsSince(int64 start) {
+  return (static_cast<int64>(std::clock()) - start) / ticks_per_second;
+}
+
+/// Seconds of processor time between two clock readings, as the total time line reports them. The
+/// difference is taken as a 32-bit signed number of ticks, so it wraps after 2147 s.
+inline double reportedSeconds(int64 from, int64 to) {
+  return static_cast<double>(static_cast<std::int32_t>(to - from)) /
+         static_cast<double>(ticks_per_second);
+}
+
+// ------------------------------------------------------------------------------------------------
+// Memory
+
+/// Room for `size` elements of T, which are left uninitialised. Does not return when there is none.
+template <class T> inline T* xmalloc(size_t size) {
+  T* tmp = static_cast<T*>(std::malloc(size * sizeof(T)));
+  if (size != 0 && tmp == nullptr) outOfMemory();
+  return tmp;
+}
+
+/// `ptr` resized to `size` elements of T, relocated bitwise if need be. Does not return on failure.
+template <class T> inline T* xrealloc(T* ptr, size_t size) {
+  T* tmp = static_cast<T*>(std::realloc(static_cast<void*>(ptr), size * sizeof(T)));
+  if (size != 0 && tmp == nullptr) outOfMemory();
+  return tmp;
+}
+
+/// Frees what `xmalloc` or `xrealloc` returned; a null pointer is fine.
+template <class T> inline void xfree(T* ptr) {
+  if (ptr != nullptr) std::free(static_cast<void*>(ptr));
+}
+
+template <class T> inline T max(T a, T b) { return a > b ? a : b; }
+
+// ------------------------------------------------------------------------------------------------
+// Random numbers: a multiplicative congruential generator modulo 2^31 - 1. The state is a positive
+// integer held in a double, where all intermediate results are exact.
+
+/// The next number in [0, 1); advances `seed`.
+inline double drand(double& seed) {
+  seed *= 1389796;
+  const int q = static_cast<int>(seed / 2147483647);
+  seed -= static_cast<double>(q) * 2147483647;
+  return seed / 2147483647;
+}
+
+/// The next integer in [0, size); advances `seed`.
+inline int irand(double& seed, int size) { return static_cast<int>(drand(seed) * size); }
+
+// ------------------------------------------------------------------------------------------------
+// The growable array
+
+/// A growable array over storage from `malloc`. Elements are relocated bitwise when it grows, so
+/// every element type must tolerate that (`vec` itself does). Access is unchecked. An array is
+/// never copied as a whole: contents move through `copyTo`, `moveTo` and `release` only.
+template <class T> class vec {
+  T* data = nullptr;
+  int sz = 0;
+  int cap = 0;
+
+  /// Makes room for `min_cap` elements, growing geometrically.
+  void grow(int min_cap) {
+    if (min_cap <= cap) return;
+    int64 wanted = cap;
+    if (wanted == 0) {
+      wanted = min_cap >= 16 ? min_cap : 16;
+    } else {
+      do wanted = wanted * 2 + 16;
+      while (wanted < min_cap);
+    }
+    if (wanted > INT_MAX) outOfMemory(); // positions are ints
+    cap = static_cast<int>(wanted);
+    data = xrealloc(data, static_cast<size_t>(cap));
+  }
+
+public:
+  vec() = default;
+  vec(int size, const T& pad) { growTo(size, pad); }
+  /// Adopts `array`, which came from `malloc` and holds `size` elements.
+  vec(T* array, int size) : data(array), sz(size), cap(size) {}
+  ~vec() { clear(true); }
+  vec(const vec&) = delete;
+  vec& operator=(const vec&) = delete;
+
+  /// Hands the storage to the caller and leaves the array empty.
+  T* release() {
+    T* result = data;
+    data = nullptr;
+    sz = cap = 0;
+    return result;
+  }
+  explicit operator T*() { return data; }
+  explicit operator const T*() const { return data; }
+
+  int size() const { return sz; }
+  int capacity() const { return cap; }
+  /// Removes the last `nelems` elements, of which there must be as many.
+  void shrink(int nelems) {
+    assert(nelems <= sz);
+    for (int i = 0; i < nelems; i++) data[--sz].~T();
+  }
+  void pop() {
+    assert(sz > 0);
+    data[--sz].~T();
+  }
+  void push() {
+    if (sz == cap) grow(sz + 1);
+    new (&data[sz++]) T();
+  }
+  /// Appends a copy of `elem`, which must not lie in this array.
+  void push(const T& elem) {
+    if (sz == cap) grow(sz + 1);
+    new (&data[sz++]) T(elem);
+  }
+  T& last() { return data[sz - 1]; }
+  const T& last() const { return data[sz - 1]; }
+  T& operator[](int i) { return data[i]; }
+  const T& operator[](int i) const { return data[i]; }
+
+  void copyTo(vec& copy) const {
+    copy.clear();
+    copy.growTo(sz);
+    for (int i = 0; i < sz; i++) copy.data[i] = data[i];
+  }
+  /// Hands all contents to `dest`, whose own are destroyed first; constant time.
+  void moveTo(vec& dest) {
+    dest.clear(true);
+    dest.data = data;
+    dest.sz = sz;
+    dest.cap = cap;
+    release();
+  }
+  /// Appends default-constructed elements until there are `size`; never shrinks.
+  void growTo(int size) {
+    if (sz >= size) return;
+    grow(size);
+    while (sz < size) new (&data[sz++]) T();
+  }
+  /// Appends copies of `pad` until there are `size` elements; never shrinks.
+  void growTo(int size, const T& pad) {
+    if (sz >= size) return;
+    grow(size);
+    while (sz < size) new (&data[sz++]) T(pad);
+  }
+  /// Destroys all elements; with `dealloc` the storage goes, too.
+  void clear(bool dealloc = false) {
+    if (data == nullptr) return;
+    for (int i = 0; i < sz; i++) data[i].~T();
+    sz = 0;
+    if (dealloc) {
+      xfree(data);
+      data = nullptr;
+      cap = 0;
+    }
+  }
+};
+
+// ------------------------------------------------------------------------------------------------
+// The three-valued truth value
+
+class lbool {
+  int value = 0; ///< 1 true, -1 false, 0 undefined
+  explicit constexpr lbool(int v) : value(v) {}
+
+public:
+  constexpr lbool() = default;
+  explicit constexpr lbool(bool b) : value(2 * b - 1) {}
+
+  constexpr bool operator==(lbool other) const { return value == other.value; }
+  constexpr bool operator!=(lbool other) const { return value != other.value; }
+  constexpr lbool operator~() const { return lbool(-value); }
+
+  friend constexpr int toInt(lbool l) { return l.value; }
+  friend constexpr lbool toLbool(int v);
+};
+
+constexpr lbool toLbool(int v) { return lbool(v); }
+
+constexpr lbool l_True = toLbool(1);
+constexpr lbool l_False = toLbool(-1);
+constexpr lbool l_Undef = toLbool(0);
+
+#endif
