@@ -126,13 +126,11 @@ struct vnumcoef {
 /// complement and its coefficient counts in `watchsum`. Fake-watched: the entry alone.
 class PBTerm {
   int coef = 0;
-  PseudoBool* pbc = nullptr;
   bool watched = false;
   bool fwatched = false;
 
  public:
   Lit lit;
-  Lit proplit = lit_Error;
 
   PBTerm() = default;
   PBTerm(int coefficient, Lit literal) : coef(coefficient), lit(literal) {}
