@@ -4,12 +4,12 @@
 #ifndef QUILLON_FORMATS_CHECK_H
 #define QUILLON_FORMATS_CHECK_H
 
+#include "NameMap.h"
 #include "Problem.h"
 #include "SolverOutput.h"
 
 #include <optional>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 namespace formats {
@@ -45,9 +45,6 @@ std::optional<Int> valueOf(const Form& form, const Assignment& assignment, int* 
 /// the negative coefficients, `value` - N; but -`value` when minimising without a positive
 /// coefficient. The constant plays no part, since our format has none.
 Int reportedObjective(const Objective& objective, Int value);
-
-/// Names used in an output, each with the name the problem has for it.
-using NameMap = std::unordered_map<std::string, std::string>;
 
 /// The assignment that the value entries describe. An entry is a name of the problem, or "-" or "~"
 /// and a name; a name that is a key of `map` stands for the name it is mapped to. Names x1, x2, ...
