@@ -258,8 +258,10 @@ ssize_t readStopping(void* cookie, char* buffer, size_t) {
 
 TEST(Reader, StopsSilently) {
   for (const int end : {0, -1}) {
+    stop_signal = 0;
     Stopping source{false, end};
     EXPECT_EQ(outcome(fopencookie(&source, "r", {readStopping, nullptr, nullptr, nullptr})), "");
+    EXPECT_NE(stop_signal, 0) << "the read ended before the request";
   }
   EXPECT_EQ(outcome(row), "") << "stopped before the first word";
   stop_signal = 0;
