@@ -82,14 +82,13 @@ enum Token : int {
   T_EQ
 };
 
-struct Keyword {
+struct Lexeme {
   const char* text; ///< in lower case
   Token token;
 };
 
-/// Words of a wider family of formats are kept from being names, although no rule here accepts
-/// them.
-constexpr Keyword keywords[] = {
+/// The section words cannot be names, although no rule of the grammar accepts them.
+constexpr Lexeme keywords[] = {
     {"minimize:", T_MINIMIZE}, {"minimum:", T_MINIMIZE}, {"min:", T_MINIMIZE},
     {"maximize:", T_MAXIMIZE}, {"maximum:", T_MAXIMIZE}, {"max:", T_MAXIMIZE},
     {"st", T_SUBJECT_TO},      {"s.t.", T_SUBJECT_TO},   {"st.", T_SUBJECT_TO},
@@ -97,6 +96,11 @@ constexpr Keyword keywords[] = {
     {"generals", T_GENERAL},   {"gen", T_GENERAL},       {"integer", T_INTEGER},
     {"integers", T_INTEGER},   {"int", T_INTEGER},       {"binary", T_BINARY},
     {"binaries", T_BINARY},    {"bin", T_BINARY},        {"end", T_END}};
+
+/// A longer symbol stands before the one it begins with.
+constexpr Lexeme symbols[] = {{"+", T_PLUS},      {"-", T_MINUS}, {"*", T_ASTERISK}, {":", T_COLON},
+                              {";", T_SEMICOLON}, {"<=", T_LE},   {"=<", T_LE},      {"<", T_LE},
+                              {">=", T_GE},       {"=>", T_GE},   {">", T_GE},       {"=", T_EQ}};
 
 constexpr int max_word_length = 131071;
 constexpr int max_image_length = 255;
@@ -264,53 +268,15 @@ void scan_number(dsa& d) {
   d.token = T_NUMBER;
 }
 
-/// Takes the character at `pos`, and the next one if it is in `partners`.
-/// \return the last character taken.
-char take_symbol(dsa& d, const char* partners = "") {
-  add_char(d);
-  const char next = d.line[d.pos];
-  if (next != '\0' && std::strchr(partners, next) != nullptr) add_char(d);
-  return d.line[d.pos - 1];
-}
-
 void scan_symbol(dsa& d) {
-  switch (d.line[d.pos]) {
-  case '+':
-    take_symbol(d);
-    d.token = T_PLUS;
-    break;
-  case '-':
-    take_symbol(d);
-    d.token = T_MINUS;
-    break;
-  case '*':
-    take_symbol(d);
-    d.token = T_ASTERISK;
-    break;
-  case ':':
-    take_symbol(d);
-    d.token = T_COLON;
-    break;
-  case ';':
-    take_symbol(d);
-    d.token = T_SEMICOLON;
-    break;
-  case '<':
-    take_symbol(d, "=");
-    d.token = T_LE;
-    break;
-  case '>':
-    take_symbol(d, "=");
-    d.token = T_GE;
-    break;
-  case '=': {
-    const char last = take_symbol(d, "<>");
-    d.token = last == '<' ? T_LE : last == '>' ? T_GE : T_EQ;
-    break;
+  for (const Lexeme& symbol : symbols) {
+    const size_t length = std::strlen(symbol.text);
+    if (std::strncmp(d.line + d.pos, symbol.text, length) != 0) continue;
+    for (size_t i = 0; i < length; i++) add_char(d);
+    d.token = symbol.token;
+    return;
   }
-  default:
-    fatal(d, "character `%c' not recognized", d.line[d.pos]);
-  }
+  fatal(d, "character `%c' not recognized", d.line[d.pos]);
 }
 
 /// Goes on to the next token of the input, skipping comments.
@@ -327,7 +293,7 @@ void scan_token(dsa& d) {
       }
     }
     if (d.pos == 0 && isOf(d.line[0], is_letter)) {
-      for (const Keyword& keyword : keywords) {
+      for (const Lexeme& keyword : keywords) {
         if (scan_keyword(d, keyword.text)) {
           d.token = keyword.token;
           return;
