@@ -64,7 +64,9 @@ Process::~Process() {
   std::filesystem::remove_all(dir);
 }
 
-void Process::send(int signal) const { kill(pid, signal); }
+void Process::send(int signal) const {
+  kill(pid, signal);
+}
 
 namespace {
 
@@ -81,7 +83,9 @@ bool waitFor(int pid, const std::string& file, const std::string& text) {
 
 } // namespace
 
-bool Process::waitForError(const std::string& text) const { return waitFor(pid, dir + "/err", text); }
+bool Process::waitForError(const std::string& text) const {
+  return waitFor(pid, dir + "/err", text);
+}
 
 bool Process::waitForOutput(const std::string& text) const {
   return waitFor(pid, dir + "/out", text);
@@ -110,4 +114,6 @@ Finished Process::finish() {
   return result;
 }
 
-Finished run(const Process::Setup& setup) { return Process(setup).finish(); }
+Finished run(const Process::Setup& setup) {
+  return Process(setup).finish();
+}

@@ -9,10 +9,10 @@
 
 /// What came of a process.
 struct Finished {
-  std::string out;  ///< standard output, empty if it went elsewhere
-  std::string err;  ///< standard error
-  int exit = -1;    ///< exit code, -1 if a signal ended the process
-  int signal = 0;   ///< the signal that ended the process
+  std::string out; ///< standard output, empty if it went elsewhere
+  std::string err; ///< standard error
+  int exit = -1;   ///< exit code, -1 if a signal ended the process
+  int signal = 0;  ///< the signal that ended the process
 };
 
 /// A process under way.
@@ -20,19 +20,19 @@ class Process {
   int pid = -1;
   std::string dir; ///< holds the files behind standard input, output and error
 
-public:
+ public:
   struct Setup {
-    std::string program;                                      ///< a name in the build directory
-    std::vector<std::string> arguments;
-    std::vector<std::pair<std::string, std::string>> environment; ///< added to ours
-    std::string input;         ///< text for standard input
-    std::string input_file;    ///< or a file for it
-    int input_fd = -1;         ///< or a descriptor
-    bool close_input = false;  ///< or nothing at all
-    std::string output_file;   ///< standard output goes there instead of being collected
-    int output_fd = -1;        ///< or to this descriptor
-    bool close_output = false; ///< or nowhere
-    long address_space = 0;    ///< limit in bytes; 0 for none
+    std::string program = {}; ///< a name in the build directory
+    std::vector<std::string> arguments = {};
+    std::vector<std::pair<std::string, std::string>> environment = {}; ///< added to ours
+    std::string input = {};                                            ///< text for standard input
+    std::string input_file = {};                                       ///< or a file for it
+    int input_fd = -1;                                                 ///< or a descriptor
+    bool close_input = false;                                          ///< or nothing at all
+    std::string output_file = {}; ///< standard output goes there instead of being collected
+    int output_fd = -1;           ///< or to this descriptor
+    bool close_output = false;    ///< or nowhere
+    long address_space = 0;       ///< limit in bytes; 0 for none
   };
 
   explicit Process(const Setup& setup);

@@ -8,8 +8,8 @@
 #include <regex>
 #include <sstream>
 
-#include "formats/Check.h"
 #include "Process.h"
+#include "formats/Check.h"
 #include "formats/SolverOutput.h"
 #include "formats/StarReader.h"
 
@@ -22,7 +22,9 @@ struct Expected {
   std::map<std::string, std::string> fields;
 };
 
-void PrintTo(const Expected& e, std::ostream* os) { *os << e.input; }
+void PrintTo(const Expected& e, std::ostream* os) {
+  *os << e.input;
+}
 
 std::vector<std::string> split(const std::string& line) {
   std::vector<std::string> fields;
@@ -66,7 +68,6 @@ class Golden : public testing::TestWithParam<Expected> {};
 TEST_P(Golden, RunIsExact) {
   const Expected& e = GetParam();
   const Finished f = run({.program = "quillon-trace",
-                          .arguments = {},
                           .environment = {{"PBTIMEOUT", "100000"}},
                           .input_file = e.input});
   EXPECT_EQ(std::to_string(f.exit), e.fields.at("exit")) << f.err;
