@@ -62,6 +62,17 @@ enum ExitCode : int {
 /// long work looks at it and winds up as if the time limit had just passed.
 inline volatile std::sig_atomic_t stop_signal = 0;
 
+/// The signals that ask for an orderly end.
+constexpr int stop_signals[] = {SIGTERM, SIGINT, SIGXCPU};
+
+/// Keeps the termination signals waiting; `before`, if not null, receives the mask to restore.
+inline void holdStopSignals(sigset_t* before) {
+  sigset_t held;
+  sigemptyset(&held);
+  for (const int s : stop_signals) sigaddset(&held, s);
+  sigprocmask(SIG_BLOCK, &held, before);
+}
+
 /// Ticks of the processor clock in a second, as `clock` counts them.
 constexpr int64 ticks_per_second = 1000000;
 static_assert(CLOCKS_PER_SEC == ticks_per_second, "the processor clock ticks in microseconds");

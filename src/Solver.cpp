@@ -431,7 +431,8 @@ bool Solver::record_PB(const vec<Lit>& constraint, const vec<Lit>& clause, int b
 // Activities
 
 void Solver::varBumpActivity(Lit p, double mul) {
-  if (var_decay < 0 || value(p) == l_Undef) return;
+  // A bump can be long, and nothing depends on it once the run is to end.
+  if (var_decay < 0 || value(p) == l_Undef || stop_signal != 0) return;
   const Var x = var(p);
   activity[x] += mul * var_inc;
   if (activity[x] > var_activity_limit) varRescaleActivity();

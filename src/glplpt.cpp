@@ -16,6 +16,8 @@
 #include <csetjmp>
 #include <cstdarg>
 #include <cstring>
+#include <poll.h>
+#include <unistd.h>
 
 namespace {
 
@@ -105,6 +107,7 @@ constexpr Lexeme symbols[] = {{"+", T_PLUS},      {"-", T_MINUS}, {"*", T_ASTERI
 constexpr int max_word_length = 131071;
 constexpr int max_image_length = 255;
 constexpr int max_message_length = 4095;
+constexpr int input_block = 65536;
 
 /// A column with what the reader alone needs to know of it.
 struct ReaderColumn : LPTCOL {
@@ -116,6 +119,11 @@ struct ReaderColumn : LPTCOL {
 /// The working state of one read.
 struct dsa {
   std::FILE* in;
+  bool in_ended;    ///< nothing more can be read
+  int in_error;     ///< the number of the error that kept it from being read; 0 for none
+  size_t in_next;   ///< of the next character in `block`
+  size_t in_filled; ///< characters in `block`
+  char block[input_block];
   LPT* lpt;
   AVLTREE* trow; ///< row names
   AVLTREE* tcol; ///< column names
@@ -147,6 +155,50 @@ struct dsa {
 }
 
 // ------------------------------------------------------------------------------------------------
+// Characters
+
+/// Waits until there is something to read. A termination signal ends the wait even if it comes just
+/// before, because outside the wait itself signals are held back.
+void awaitInput(int fd) {
+  sigset_t before;
+  holdStopSignals(&before);
+  if (stop_signal == 0) {
+    pollfd input{fd, POLLIN, 0};
+    ppoll(&input, 1, nullptr, &before);
+  }
+  sigprocmask(SIG_SETMASK, &before, nullptr);
+}
+
+/// Reads the next block. \return false at the end of input and on an error.
+bool fill_block(dsa& d) {
+  if (d.in_ended) return false;
+  d.in_next = d.in_filled = 0;
+  const int fd = fileno(d.in);
+  if (fd < 0) { // not a file of the system's
+    d.in_filled = std::fread(d.block, 1, input_block, d.in);
+    if (d.in_filled == 0 && std::ferror(d.in)) d.in_error = errno;
+  } else {
+    ssize_t got;
+    do {
+      awaitInput(fd);
+      if (stop_signal != 0) interrupt(d);
+      got = read(fd, d.block, input_block);
+    } while (got < 0 && errno == EINTR);
+    if (got < 0) d.in_error = errno;
+    if (got > 0) d.in_filled = static_cast<size_t>(got);
+  }
+  if (stop_signal != 0) interrupt(d);
+  d.in_ended = d.in_filled == 0;
+  return !d.in_ended;
+}
+
+/// The next character, 0 to 255, or EOF at the end of input and on an error.
+int next_char(dsa& d) {
+  if (d.in_next == d.in_filled && !fill_block(d)) return EOF;
+  return static_cast<unsigned char>(d.block[d.in_next++]);
+}
+
+// ------------------------------------------------------------------------------------------------
 // Words
 
 void raise_count(dsa& d) {
@@ -163,12 +215,10 @@ bool read_line(dsa& d, bool isComment) {
   int length = 0;
   d.pos = 0;
   for (;;) {
-    const int c = std::getc(d.in);
-    const int error = errno;
-    if (stop_signal != 0) interrupt(d);
+    const int c = next_char(d);
     if (c == EOF) {
       d.line[length] = '\0';
-      if (std::ferror(d.in)) fatal(d, "read error - %s", std::strerror(error));
+      if (d.in_error != 0) fatal(d, "read error - %s", std::strerror(d.in_error));
       if (length == 0) {
         d.count--;
         return false;
@@ -507,6 +557,9 @@ bool parsed(dsa& d) {
 LPT* glp_lpt_read_prob(std::FILE* in) {
   dsa d; // the long word buffer stays as it is: it is written before it is read
   d.in = in;
+  d.in_ended = false;
+  d.in_error = 0;
+  d.in_next = d.in_filled = 0;
   d.lpt = new (glp_lib_umalloc(sizeof(LPT))) LPT{};
   d.lpt->pool = glp_dmp_create_pool(0);
   d.trow = glp_avl_create_tree(glp_avl_strcmp);
