@@ -30,8 +30,8 @@ class Reader {
 
   Problem problem;
   FormBuilder builder;
-  /// Sum of the magnitudes of the statement's numbers, those of negated literals counted twice. While
-  /// it is an Int, so is every sum that the rewriting and any evaluation can come to.
+  /// Sum of the magnitudes of the statement's numbers, those of negated literals counted twice.
+  /// While it is an Int, so is every sum that the rewriting and any evaluation can come to.
   Int weight = 0;
   Error error;
 

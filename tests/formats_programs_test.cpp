@@ -90,6 +90,7 @@ TEST_F(Programs, ConverterRefusesWithPlaceAndLeavesTheOutputAlone) {
   EXPECT_EQ(run("opb2quillon", "--maps x").code, 2);
   EXPECT_EQ(run("opb2quillon", "--map").code, 2);
   EXPECT_EQ(run("opb2quillon", "a b c").code, 2);
+  EXPECT_EQ(run("opb2quillon", "--map - " + large).code, 2) << "two texts into one stream";
   EXPECT_EQ(run("opb2quillon", path("absent")).code, 3);
   EXPECT_EQ(run("opb2quillon", "'" + directory + "'").code, 3) << "a directory";
   EXPECT_EQ(run("opb2quillon", file("cut.gz", "\x1F\x8B\x08")).code, 3);
