@@ -100,7 +100,9 @@ template <class T> inline void xfree(T* ptr) {
   if (ptr != nullptr) std::free(static_cast<void*>(ptr));
 }
 
-template <class T> inline T max(T a, T b) { return a > b ? a : b; }
+template <class T> inline T max(T a, T b) {
+  return a > b ? a : b;
+}
 
 // ------------------------------------------------------------------------------------------------
 // Random numbers: a multiplicative congruential generator modulo 2^31 - 1. The state is a positive
@@ -115,7 +117,9 @@ inline double drand(double& seed) {
 }
 
 /// The next integer in [0, size); advances `seed`.
-inline int irand(double& seed, int size) { return static_cast<int>(drand(seed) * size); }
+inline int irand(double& seed, int size) {
+  return static_cast<int>(drand(seed) * size);
+}
 
 // ------------------------------------------------------------------------------------------------
 // The growable array
@@ -143,7 +147,7 @@ template <class T> class vec {
     data = xrealloc(data, static_cast<size_t>(cap));
   }
 
-public:
+ public:
   vec() = default;
   vec(int size, const T& pad) { growTo(size, pad); }
   /// Adopts `array`, which came from `malloc` and holds `size` elements.
@@ -232,7 +236,7 @@ class lbool {
   int value = 0; ///< 1 true, -1 false, 0 undefined
   explicit constexpr lbool(int v) : value(v) {}
 
-public:
+ public:
   constexpr lbool() = default;
   explicit constexpr lbool(bool b) : value(2 * b - 1) {}
 
@@ -244,7 +248,9 @@ public:
   friend constexpr lbool toLbool(int v);
 };
 
-constexpr lbool toLbool(int v) { return lbool(v); }
+constexpr lbool toLbool(int v) {
+  return lbool(v);
+}
 
 constexpr lbool l_True = toLbool(1);
 constexpr lbool l_False = toLbool(-1);

@@ -1,0 +1,187 @@
+/// \file
+/// Watch-list maintenance, and the clause with its two watched literals (M. Moskewicz et al.,
+/// Chaff: Engineering an Efficient SAT Solver, 2001).
+#include "Constraints.h"
+
+#include "Solver.h"
+#include "Sort.h"
+
+namespace {
+
+/// Removes the first entry of `ws` for which `matches` holds; there must be one.
+template <class T, class Matches> void removeFirst(vec<T>& ws, Matches matches) {
+  int j = 0;
+  while (j < ws.size() && !matches(ws[j])) j++;
+  assert(j < ws.size());
+  for (; j < ws.size() - 1; j++) ws[j] = ws[j + 1];
+  ws.pop();
+}
+
+} // namespace
+
+void removeWatch(vec<Constr*>& ws, Constr* elem) {
+  removeFirst(ws, [elem](const Constr* c) { return c == elem; });
+}
+
+void removeWatchTerm(vec<pbWatchTerm>& ws, Constr* elem) {
+  removeFirst(ws, [elem](const pbWatchTerm& entry) { return entry.pb == elem; });
+}
+
+void removeUndo(vec<Constr*>& ws, Constr* elem) {
+  removeWatch(ws, elem);
+}
+
+// ------------------------------------------------------------------------------------------------
+// Building clauses
+
+Clause::Clause(const Lit* literals, int nlits, bool is_learnt, int num)
+    : size_learnt((static_cast<unsigned>(nlits) << 1) | static_cast<unsigned>(is_learnt)) {
+  constraintnum = num;
+  for (int i = 0; i < nlits; i++) new (&lits()[i]) Lit(literals[i]);
+  if (is_learnt) new (lits() + nlits) float(0);
+}
+
+Clause* Clause::build(Solver& S, const Lit* literals, int nlits, bool is_learnt) {
+  static_assert(alignof(Lit) >= alignof(float) && sizeof(Lit) == sizeof(float));
+  const size_t bytes =
+      sizeof(Clause) + sizeof(Lit) * (static_cast<size_t>(nlits) + (is_learnt ? 1 : 0));
+  return new (xmalloc<char>(bytes)) Clause(literals, nlits, is_learnt, S.constrs.size());
+}
+
+int Clause::highestLevel(const Solver& S, int from) const {
+  int best = from;
+  for (int i = from + 1; i < size(); i++)
+    if (S.level[var(lits()[i])] > S.level[var(lits()[best])]) best = i;
+  return best;
+}
+
+void Clause::attach(Solver& S) {
+  S.watches[index(~lits()[0])].push(this);
+  S.watches[index(~lits()[1])].push(this);
+}
+
+Clause* Clause::finish(Solver& S, Clause* c, int second_watch, const vec<Lit>& bump_order) {
+  std::swap(c->lits()[1], c->lits()[second_watch]);
+  if (c->learnt()) {
+    S.claBumpActivity(c);
+    for (int i = 0; i < bump_order.size(); i++) S.varBumpActivity(bump_order[i], 1);
+  }
+  c->attach(S);
+  return c;
+}
+
+namespace {
+
+/// Normalises the literals of a clause at level 0: drops false and repeated literals, sorts the
+/// rest. True if the clause is satisfied or a tautology and so not needed.
+bool normalise(const Solver& S, vec<Lit>& qs) {
+  for (int i = 0; i < qs.size();) {
+    if (S.value(qs[i]) == l_True) return true;
+    if (S.value(qs[i]) == l_False) {
+      qs[i] = qs.last();
+      qs.pop();
+    } else {
+      i++;
+    }
+  }
+  sortUnique(qs);
+  for (int i = 1; i < qs.size(); i++)
+    if (qs[i] == ~qs[i - 1]) return true;
+  return false;
+}
+
+} // namespace
+
+bool Clause_new(Solver& S, const vec<Lit>& ps_, bool learnt, Clause*& out_clause) {
+  out_clause = nullptr;
+  vec<Lit> qs;
+  if (!learnt) {
+    assert(S.decisionLevel() == 0);
+    ps_.copyTo(qs);
+    if (normalise(S, qs)) return true;
+  }
+  const vec<Lit>& ps = learnt ? ps_ : qs;
+  if (ps.size() == 0) return false;
+  if (ps.size() == 1) return S.enqueue(ps[0], nullptr, 1);
+  Clause* const c = Clause::build(S, static_cast<const Lit*>(ps), ps.size(), learnt);
+  out_clause = Clause::finish(S, c, learnt ? c->highestLevel(S, 1) : 1, ps);
+  return true;
+}
+
+bool Clause_add(Solver& S, const vec<Lit>& ps_, Clause*& out_clause) {
+  out_clause = nullptr;
+  if (ps_.size() == 0) return false;
+  if (ps_.size() == 1) return S.enqueue(ps_[0], nullptr, 1);
+  Clause* const c = Clause::build(S, static_cast<const Lit*>(ps_), ps_.size(), true);
+  int watch = 1; // the first literal that is not false, else the one of highest level
+  while (watch < ps_.size() && S.value(ps_[watch]) == l_False) watch++;
+  if (watch == ps_.size()) watch = c->highestLevel(S, 1);
+  out_clause = Clause::finish(S, c, watch, ps_);
+  return true;
+}
+
+// ------------------------------------------------------------------------------------------------
+// The clause as a constraint
+
+bool Clause::locked(const Solver& S) const {
+  return S.reason[var(lits()[0])] == this;
+}
+
+void Clause::remove(Solver& S, bool just_dealloc) {
+  if (!just_dealloc) {
+    removeWatch(S.watches[index(~lits()[0])], this);
+    removeWatch(S.watches[index(~lits()[1])], this);
+  }
+  this->~Clause();
+  xfree(reinterpret_cast<char*>(this));
+}
+
+bool Clause::propagate(Solver& S, Lit p, bool& keep_watch) {
+  S.stats.propagations++;
+  Lit* const data = lits();
+  const Lit false_lit = ~p;
+  if (data[0] == false_lit) {
+    data[0] = data[1];
+    data[1] = false_lit;
+  }
+  assert(data[1] == false_lit);
+  if (S.value(data[0]) == l_True) {
+    keep_watch = true;
+    return true;
+  }
+  const int n = size();
+  for (int k = 2; k < n; k++) {
+    if (S.value(data[k]) != l_False) {
+      data[1] = data[k];
+      data[k] = false_lit;
+      S.watches[index(~data[1])].push(this);
+      return true;
+    }
+  }
+  keep_watch = true;
+  return S.enqueue(data[0], this, 1);
+}
+
+bool Clause::calcReason(Solver& S, Lit p, vec<Lit>& out_reason, vec<Lit>& /*out_not_reason*/) {
+  const Lit* const data = lits();
+  assert(p == lit_Undef || p == data[0]);
+  for (int i = p == lit_Undef ? 0 : 1; i < size(); i++) {
+    assert(S.value(data[i]) == l_False);
+    out_reason.push(~data[i]);
+  }
+  if (learnt()) S.claBumpActivity(this);
+  return false;
+}
+
+bool Clause::simplify(Solver& S) {
+  assert(S.decisionLevel() == 0);
+  for (int i = 0; i < size(); i++)
+    if (S.value(lits()[i]) == l_True) return true;
+  return false;
+}
+
+bool Clause::checkModel(const Solver& S) const {
+  for (int i = 0; i < size(); i++)
+    if (S.model[var(lits()[i])] != sign(lits()[i])) return true;
+  return false;
+}

@@ -1,0 +1,87 @@
+/// \file
+/// Learnt pseudo-Boolean constraints: the merging of terms into the solver's accumulator, and the
+/// installation of what came out (cutting planes: J. N. Hooker, Generalized Resolution and Cutting
+/// Planes, 1988; in conflict analysis: D. Chai and A. Kuehlmann, A Fast Pseudo-Boolean Constraint
+/// Solver, 2003).
+#include "Constraints.h"
+#include "LevelSums.h"
+#include "Solver.h"
+#include "Sort.h"
+
+namespace {
+
+/// Bound on a coefficient while a constraint is being learnt; beyond it the learning is given up.
+constexpr int64 merged_coefficient_limit = 10000;
+
+} // namespace
+
+void PseudoBool::UpdateLearned(Solver& S, int64 mul2, Lit lit, int coeff) {
+  // clang-format off
+  assert(mul2 > 0 && coeff>0);
+  // clang-format on
+  S.addToLearned(lit, mul2 * coeff);
+  if (S.tmpCoef[var(lit)] > merged_coefficient_limit) S.trail_pb.last() = 0;
+}
+
+bool PseudoBool_add(Solver& S, const vec<Lit>& first_vec, PseudoBool*& out, Clause*& c_out) {
+  out = nullptr;
+  c_out = nullptr;
+  LevelSums levels(S.root_level, S.decisionLevel());
+  assert(S.tmpGoal > 0 && S.tmpGoal <= INT_MAX);
+  PseudoBool* pb = PseudoBool::build(first_vec.size(), static_cast<int>(S.tmpGoal),
+                                     static_cast<int>(S.nPBLearnt) + S.pb_learnts.size());
+  pb->learnt_ = true;
+  PBTerm* const terms = pb->terms();
+  const int64 degree = pb->rhs_goal;
+
+  // The accumulator's entries become terms, each consumed so that a repeated one counts once.
+  int64 lhs = 0;
+  for (int i = 0; i < first_vec.size(); i++) {
+    const Var v = var(first_vec[i]);
+    int64 coeff = S.tmpCoef[v];
+    if (coeff == 0) continue;
+    assert(coeff > 0);
+    if (coeff > degree) coeff = degree;
+    S.tmpCoef[v] = 0;
+    lhs += coeff;
+    const Lit lit(v, S.tmpSign[v]);
+    new (&terms[pb->nterms++]) PBTerm(static_cast<int>(coeff), lit);
+    pb->addToLhsMax(static_cast<int>(coeff));
+    if (S.value(lit) == l_False) levels.addFalse(S.level[v], coeff, v);
+    levels.addOpen(S.value(lit) == l_Undef ? S.decisionLevel() + 1 : S.level[v], coeff);
+  }
+  sort(terms, pb->nterms, LessThan_default<PBTerm>());
+  if (lhs < degree) {
+    PseudoBool::destroy(pb);
+    return false;
+  }
+
+  // Jump back to the first level at which the constraint implies something, or if it is violated
+  // there already to the one before. Violated by the facts of the root, it cannot be met at all.
+  const int64 open_sum =
+      levels.findAssertionLevel(lhs, degree, [&S](Var v) { S.tmpCoef[v] = LevelSums::mark; });
+  const int assertion_level = levels.assertionLevel();
+  if (assertion_level < S.root_level) {
+    PseudoBool::destroy(pb);
+    return false;
+  }
+  S.cancelUntil(assertion_level);
+
+  if (pb->isClause()) {
+    [[maybe_unused]] const bool asserted = convertPBtoCNF(S, pb, c_out, true);
+    assert(asserted);
+    PseudoBool::destroy(pb);
+    return true;
+  }
+  out = pb;
+
+  pb->amax = terms[0].coeff();
+  pb->singlepos = 0;
+  while (pb->singlepos < pb->nterms && terms[pb->singlepos].coeff() != 1) pb->singlepos++;
+  pb->assertAndWatch(S, open_sum, assertion_level);
+  for (int i = 0; i < pb->nterms; i++)
+    S.varBumpActivity(terms[i].lit, terms[i].coeff() / pb->rhs_goal);
+  assert(pb->amaxpos == -1 || pb->watchsum >= degree + pb->amax);
+  assert(pb->singlepos < pb->nterms || terms[pb->nterms - 1].coeff() > 1);
+  return true;
+}

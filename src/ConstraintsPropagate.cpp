@@ -1,0 +1,206 @@
+/// \file
+/// The pseudo-Boolean constraint at work: watched sums with fake watches, the propagation step and
+/// the reasons it gives.
+#include "Constraints.h"
+#include "LevelSums.h"
+#include "Solver.h"
+
+namespace {
+
+constexpr int guard_watch_sum = 2;
+
+/// Bound on the degree while a constraint is being learnt; beyond it the learning is given up.
+constexpr int64 merged_degree_limit = 10000;
+
+} // namespace
+
+// ------------------------------------------------------------------------------------------------
+// Watches
+
+void PseudoBool::setWatch(Solver& S, int iterm, bool /*trail*/) {
+  PBTerm& term = terms()[iterm];
+  if (term.is_watched()) return;
+  // The entry of a fake watch stays in place and counts from now on.
+  if (!term.is_fakewatched()) S.pb_watches[index(~term.lit)].push(pbWatchTerm{this, iterm});
+  term.unwatch();
+  term.set_watch();
+  const int64 sum = static_cast<int64>(watchsum) + term.coeff();
+  if (sum > INT_MAX) numericOverflow(guard_watch_sum);
+  watchsum = static_cast<int>(sum);
+}
+
+void PseudoBool::setfakeWatch(Solver& S, int iterm) {
+  PBTerm& term = terms()[iterm];
+  assert(S.value(term.lit) == l_False);
+  if (term.is_fakewatched()) return;
+  term.set_fakewatched();
+  S.pb_watches[index(~term.lit)].push(pbWatchTerm{this, iterm});
+}
+
+void PseudoBool::unwatchTerm(int index) {
+  PBTerm& term = terms()[index];
+  if (term.is_watched()) watchsum -= term.coeff();
+  term.unwatch();
+}
+
+void PseudoBool::assertAndWatch(Solver& S, int64 open_sum, int assertion_level) {
+  const int64 degree = rhs_goal;
+  amaxpos = -1;
+  for (int i = 0; i < nterms; i++) {
+    const PBTerm& term = terms()[i];
+    if (amaxpos == -1 && S.value(term.lit) == l_Undef) {
+      if (open_sum < degree + term.coeff()) {
+        [[maybe_unused]] const bool asserted = S.enqueue(term.lit, this, term.coeff());
+        assert(asserted);
+      } else {
+        amaxpos = i;
+        amax = term.coeff();
+      }
+    }
+    if (S.value(term.lit) != l_False) {
+      if (amaxpos == -1 || watchsum < amax + degree) setWatch(S, i, false);
+    } else if (S.level[var(term.lit)] == assertion_level ||
+               S.tmpCoef[var(term.lit)] == LevelSums::mark) {
+      setfakeWatch(S, i);
+    }
+    assert(!term.is_watched() || S.value(term.lit) != l_False);
+  }
+}
+
+// ------------------------------------------------------------------------------------------------
+// Propagation
+
+bool PseudoBool::propagate(Solver& S, Lit p, bool& /*keep_watch*/) {
+  S.stats.pb_propagations++;
+  const PBTerm* const term = terms();
+  const int64 G = rhs_max;
+  const int64 safe_sum = G + amax;
+  int p_pos = -1; // the term that has just become false
+
+  for (int i = 0; i < nterms && watchsum < safe_sum; i++) {
+    if (!term[i].is_watched() && S.value(term[i].lit) != l_False) setWatch(S, i, false);
+    if (term[i].lit == ~p) {
+      assert(S.value(term[i].lit) == l_False);
+      p_pos = i;
+    }
+  }
+  if (watchsum < rhs_goal) {
+    assert(p_pos != -1); // the scan has not stopped early
+    setWatch(S, p_pos, false);
+    return false;
+  }
+  if (watchsum >= safe_sum) return true;
+
+  for (int i = 0; i < nterms && watchsum < term[i].coeff() + G; i++) {
+    const lbool value = S.value(term[i].lit);
+    // A watched false term is one whose falsification is still in the queue: a conflict.
+    if (value == l_Undef || (value == l_False && term[i].is_watched())) {
+      if (!S.enqueue(term[i].lit, this, term[i].coeff())) {
+        if (p_pos != -1) setWatch(S, p_pos, false);
+        return false;
+      }
+    }
+  }
+  if (S.decisionLevel() > 0) S.trail_pb.last() = 1;
+  assert(p_pos != -1);
+  setfakeWatch(S, p_pos);
+  assert(watchsum >= G);
+  return true;
+}
+
+bool PseudoBool::calcReason(Solver& S, Lit p, vec<Lit>& out_reason, vec<Lit>& out_not_reason) {
+  if (learnt_) S.pbBumpActivity(this);
+  char& learning = S.trail_pb.last();
+  const bool is_conflict = p == lit_Undef;
+  int64 mul2 = 0; // the weight with which this constraint enters the learnt one
+  if (learning == 1 && (is_conflict || S.PB_qualified)) {
+    mul2 = is_conflict ? 1 : S.tmpCoef[var(p)];
+    S.tmpGoal += mul2 * rhs_max;
+    if (S.tmpGoal < 0 || S.tmpGoal > merged_degree_limit) learning = 0;
+  }
+  const PBTerm* const term = terms();
+  for (int i = 0; i < nterms; i++) {
+    const Lit lit = term[i].lit;
+    if (learning == 1 && mul2 != 0) {
+      if (lit == p) {
+        S.tmpGoal -= mul2 * term[i].coeff();
+        continue;
+      }
+      if (S.inLearnedPB[var(lit)] == 0) out_not_reason.push(lit);
+      UpdateLearned(S, mul2, lit, term[i].coeff());
+    }
+    if (lit != p && S.value(lit) == l_False) out_reason.push(~lit);
+  }
+  return true;
+}
+
+// ------------------------------------------------------------------------------------------------
+// The rest of the interface
+
+void PseudoBool::remove(Solver& S, bool just_dealloc) {
+  if (!just_dealloc) {
+    for (int i = 0; i < nterms; i++)
+      if (terms()[i].is_watched() || terms()[i].is_fakewatched())
+        removeWatchTerm(S.pb_watches[index(~terms()[i].lit)], this);
+  }
+  destroy(this);
+}
+
+bool PseudoBool::simplify(Solver& S) {
+  assert(S.decisionLevel() == 0);
+  int64 sum = 0;
+  for (int i = 0; i < nterms; i++) {
+    if (S.value(terms()[i].lit) != l_True) continue;
+    sum += terms()[i].coeff();
+    if (sum >= rhs_goal) return true;
+  }
+  return false;
+}
+
+void PseudoBool::undo(Solver&) {}
+
+bool PseudoBool::locked(const Solver& S) const {
+  for (int i = 0; i < nterms; i++) {
+    const Lit lit = terms()[i].lit;
+    if (S.value(lit) == l_True && S.reason[var(lit)] == this) return true;
+    if (S.value(lit) == l_Undef) return false;
+  }
+  return false;
+}
+
+bool PseudoBool::checkModel(const Solver& S) const {
+  if (rhs_max == 0 || rhs_goal <= 0) return true;
+  int64 sum = 0;
+  for (int i = 0; i < nterms; i++) {
+    if (S.model[var(terms()[i].lit)] == sign(terms()[i].lit)) continue;
+    sum += terms()[i].coeff();
+    if (sum >= rhs_goal) return true;
+  }
+  return false;
+}
+
+void PseudoBool::printWatch(const Solver& S, const char* msg) const {
+  std::printf("%-*d%s(C%d)Watch: ", 3 * S.decisionLevel() + 3, S.decisionLevel(), msg,
+              constraintnum);
+  for (int i = 0; i < nterms; i++)
+    if (terms()[i].is_watched())
+      std::printf("%sx%d ", sign(terms()[i].lit) ? "" : "~", var(terms()[i].lit));
+  std::printf(" w=%d amax=%d v1= v2=\n", watchsum, amax);
+}
+
+void PseudoBool::printAssignment(const Solver& S, const char* /*msg*/) const {
+  for (int i = 0; i < nterms; i++) {
+    const PBTerm& term = terms()[i];
+    const lbool value = S.value(term.lit);
+    std::printf("+ %d* ", term.coeff());
+    std::printf("%sx%d%s (@%d)%s", sign(term.lit) ? "~" : "", var(term.lit),
+                value == l_True    ? "/T"
+                : value == l_False ? "/F"
+                                   : "/U",
+                S.level[var(term.lit)],
+                term.is_watched()       ? "**"
+                : term.is_fakewatched() ? "*"
+                                        : "");
+  }
+  std::printf(" >= %d - w = %d\n\n", rhs_goal, watchsum);
+}

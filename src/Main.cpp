@@ -1,0 +1,295 @@
+/// \file
+/// The front end: options and time limit, termination signals, loading of the problem, and the
+/// results. Built a second time with QUILLON_TRACE as the developers' program that reports the
+/// search counters, too.
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+
+#include "Global.h"
+#include "Solver.h"
+#include "glplib.h"
+#include "glplpt.h"
+
+namespace {
+
+/// The names of the variables as the input spells them, by solver variable.
+class NameVec {
+  vec<char*> names;
+
+ public:
+  ~NameVec() {
+    for (int i = 0; i < names.size(); i++) xfree(names[i]);
+  }
+  void push(const char* name) {
+    const size_t bytes = std::strlen(name) + 1;
+    names.push(xmalloc<char>(bytes));
+    std::memcpy(names.last(), name, bytes);
+  }
+  int size() const { return names.size(); }
+  const char* operator[](int i) const { return names[i]; }
+};
+
+NameVec varNameVec;
+vec<Lit> assumps; ///< none: the program decides the problem as it stands
+
+constexpr int default_time_limit = 1200;
+/// What is kept of a limit from the environment, so that results come before a harder limit
+/// strikes.
+constexpr double time_limit_share = 0.99;
+
+// ------------------------------------------------------------------------------------------------
+// Signals
+
+constexpr int stop_signals[] = {SIGTERM, SIGINT, SIGXCPU};
+
+/// The first signal asks for an orderly end; a second one ends the process at once by its own
+/// default action, which takes effect when this handler returns.
+extern "C" void onStopSignal(int signal_number) {
+  if (stop_signal != 0) {
+    std::signal(signal_number, SIG_DFL);
+    std::raise(signal_number);
+  }
+  stop_signal = signal_number;
+}
+
+void installSignalHandlers() {
+  struct sigaction action = {};
+  action.sa_handler = onStopSignal; // without SA_RESTART: a read that waits is interrupted
+  sigemptyset(&action.sa_mask);
+  for (const int s : stop_signals) {
+    struct sigaction inherited = {};
+    // Whoever started us with a signal ignored (nohup, a shell's background job) wants it so.
+    if (sigaction(s, nullptr, &inherited) == 0 && inherited.sa_handler != SIG_IGN)
+      sigaction(s, &action, nullptr);
+  }
+  std::signal(SIGPIPE, SIG_IGN); // a closed pipe is noticed as an output error instead
+}
+
+/// From here on signals wait, so that a verdict is not cut off from its value line.
+void holdSignals() {
+  sigset_t held;
+  sigemptyset(&held);
+  for (const int s : stop_signals) sigaddset(&held, s);
+  sigprocmask(SIG_BLOCK, &held, nullptr);
+}
+
+// ------------------------------------------------------------------------------------------------
+// Results
+
+enum class Verdict { satisfiable, unsatisfiable, optimum, unknown };
+
+void printVerdict(Verdict verdict) {
+  switch (verdict) {
+  case Verdict::satisfiable:
+    std::printf("s SATISFIABLE\n");
+    break;
+  case Verdict::unsatisfiable:
+    std::printf("s UNSATISFIABLE\n");
+    break;
+  case Verdict::optimum:
+    std::printf("s OPTIMUM FOUND\n");
+    break;
+  case Verdict::unknown:
+    std::printf("s UNKNOWN\n");
+    break;
+  }
+}
+
+/// Ends a run that has come to nothing before the search.
+[[noreturn]] void endUnknown() {
+  holdSignals();
+  printVerdict(Verdict::unknown);
+  endRun(exit_none);
+}
+
+void printModel(const Solver& S) {
+  if (varNameVec.size() == 0) return;
+  std::printf("v ");
+  for (Var x = 0; x < S.nVars(); x++) std::printf("%s%s ", S.model[x] ? "" : "-", varNameVec[x]);
+  std::printf("\n");
+}
+
+void printStats(const SolverStats& /*stats*/, double cpu_time) {
+  std::printf("c total time              : %g s\n", cpu_time);
+}
+
+void traceStats([[maybe_unused]] const SolverStats& stats) {
+#ifdef QUILLON_TRACE
+  std::fprintf(stderr,
+               "stats starts=%lld decisions=%lld propagations=%lld inspects=%lld conflicts=%lld "
+               "pb_propagations=%lld pb_learnts=%lld\n",
+               static_cast<long long>(stats.starts), static_cast<long long>(stats.decisions),
+               static_cast<long long>(stats.propagations), static_cast<long long>(stats.inspects),
+               static_cast<long long>(stats.conflicts),
+               static_cast<long long>(stats.pb_propagations),
+               static_cast<long long>(stats.pb_learnts));
+#endif
+}
+
+// ------------------------------------------------------------------------------------------------
+// Options and time limit
+
+/// The integer in environment variable `name`; -1 if it is not set, 0 if it holds no number.
+int getPBlimit(const char* name) {
+  const char* const text = std::getenv(name);
+  if (text == nullptr) return -1;
+  const long value = std::strtol(text, nullptr, 10);
+  if (value > INT_MAX) return INT_MAX;
+  if (value < INT_MIN) return INT_MIN;
+  return static_cast<int>(value);
+}
+
+void display_help() {
+  std::printf("Usage: quillon [options...] < filename\n\n"
+              "  options:\n"
+              "   --t nnn                   set timeout to nnn seconds\n"
+              "   --help                    display this help information\n"
+              "\n"
+              " for more info, please visit %s\n"
+              "\n",
+              QUILLON_HOMEPAGE);
+}
+
+/// Interprets the options, which may set the solver's time limit; ends the process on a wrong one.
+void parse_cmdline(Solver& S, int argc, char* argv[]) {
+  for (int i = 1; i < argc; i++) {
+    if (std::strcmp(argv[i], "--t") == 0) {
+      i++;
+      if (i == argc || argv[i][0] == '\0' || argv[i][0] == '-') {
+        std::printf("No time limit specified");
+        endRun(exit_none);
+      }
+      int seconds;
+      if (glp_lib_str2int(argv[i], &seconds) != 0 || seconds < 0) {
+        std::printf("Invalid time limit `%s'\n", argv[i]);
+        endRun(exit_none);
+      }
+      S.timeout = seconds;
+    } else if (std::strcmp(argv[i], "--help") == 0) {
+      display_help();
+      endRun(exit_none);
+    } else if (argv[i][0] == '-') {
+      std::printf("Invalid option `%s'; try %s --help\n", argv[i], argv[0]);
+      endRun(exit_none);
+    }
+  }
+}
+
+// ------------------------------------------------------------------------------------------------
+// Loading
+
+/// Makes the solver variable of a column.
+void convert_col_var(Solver& S, LPTCOL* col) {
+  col->var = S.nVars();
+  varNameVec.push(col->name);
+  S.newVar(true, -1, 0, 0);
+  assert(col->var >= 0);
+}
+
+/// Appends the non-zero terms of a form.
+void add_terms(const LPTLFE* form, vec<vnumcoef>& pbterms) {
+  for (const LPTLFE* lfe = form; lfe != nullptr; lfe = lfe->next)
+    if (lfe->coef != 0) pbterms.push(vnumcoef{lfe->col->var + 1, lfe->coef});
+}
+
+/// Hands the objective over as a constraint that every assignment satisfies at first: at most its
+/// largest value when minimising, at least its smallest when maximising.
+bool addObjective(Solver& S, const LPT& lpt, vec<vnumcoef>& pbterms) {
+  add_terms(lpt.obj, pbterms);
+  int64 max_obj = 0;
+  int64 min_obj = 0;
+  for (int i = 0; i < pbterms.size(); i++)
+    (pbterms[i].coeff > 0 ? max_obj : min_obj) += pbterms[i].coeff;
+  if (max_obj > INT_MAX || min_obj < INT_MIN) numericOverflow(1);
+  return lpt.sense == LPT_MAX
+             ? S.addPBConstraint(static_cast<int>(min_obj), pb_at_least, pbterms, -1, -1, true)
+             : S.addPBConstraint(static_cast<int>(max_obj), pb_at_most, pbterms, -1, -1, true);
+}
+
+bool addRow(Solver& S, const LPTROW& row, vec<vnumcoef>& pbterms) {
+  add_terms(row.ptr, pbterms);
+  const int pbtype = row.sense == LPT_LE   ? pb_at_most
+                     : row.sense == LPT_GE ? pb_at_least
+                                           : pb_equal;
+  return S.addPBConstraint(row.rhs, pbtype, pbterms, -1, -1, false);
+}
+
+/// Reads the problem on standard input into the solver. False when a constraint shows at once that
+/// it is unsatisfiable; later ones are not loaded then. Ends the process when the input is
+/// rejected or a signal comes meanwhile.
+bool parse_LPT(Solver& S) {
+  LPT* const lpt = glp_lpt_read_prob();
+  if (lpt == nullptr) endUnknown();
+  int count = 0;
+  for (LPTCOL* col = lpt->first_col; col != nullptr; col = col->next) {
+    count++;
+    assert(col->j == count && col->kind == LPT_BIN && col->lb == 0 && col->ub == 1);
+    convert_col_var(S, col);
+  }
+  assert(count == lpt->n);
+
+  assert(lpt->sense == LPT_MIN || lpt->sense == LPT_MAX || lpt->obj == nullptr);
+  vec<vnumcoef> pbterms;
+  bool accepted = lpt->obj == nullptr || addObjective(S, *lpt, pbterms);
+  count = 0;
+  for (const LPTROW* row = lpt->first_row; accepted && row != nullptr; row = row->next) {
+    if (stop_signal != 0) endUnknown();
+    count++;
+    assert(row->i == count);
+    pbterms.clear();
+    accepted = addRow(S, *row, pbterms);
+  }
+  assert(!accepted || count == lpt->m);
+  glp_lpt_free_prob(lpt);
+  return accepted;
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+  const int64 T0 = std::clock();
+  installSignalHandlers();
+  std::fprintf(stderr,
+               "c Quillon version %s (September 2005)\nc Developed @ Tessaly\n"
+               "c  by Maravel\n",
+               QUILLON_VERSION);
+  Solver S;
+  S.verbosity = 0;
+  S.nPBLearnt = 0.0;
+  const int limit = getPBlimit("PBTIMEOUT");
+  S.timeout = limit < 0 ? default_time_limit : time_limit_share * limit;
+  parse_cmdline(S, argc, argv);
+
+  if (!parse_LPT(S)) {
+    holdSignals();
+    std::printf("here\n");
+    printVerdict(Verdict::unsatisfiable);
+    endRun(exit_unsatisfiable);
+  }
+  std::printf("c starting to Solve\n");
+  const SolveResult st = S.solve(assumps, T0);
+  traceStats(S.stats);
+
+  holdSignals();
+  printStats(S.stats, reportedSeconds(T0, std::clock()));
+  switch (st) {
+  case solve_unsatisfiable:
+    printVerdict(Verdict::unsatisfiable);
+    endRun(exit_unsatisfiable);
+  case solve_done:
+    printVerdict(S.isOBJ() ? Verdict::optimum : Verdict::satisfiable);
+    printModel(S);
+    endRun(S.isOBJ() ? exit_optimum : exit_satisfiable);
+  case solve_stopped:
+    break;
+  }
+  // Stopped: with an objective the best solution so far is worth having.
+  if (S.solutionFound()) {
+    printVerdict(Verdict::satisfiable);
+    printModel(S);
+  } else {
+    printVerdict(Verdict::unknown);
+  }
+  endRun(exit_satisfiable);
+}

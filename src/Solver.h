@@ -1,0 +1,216 @@
+/// \file
+/// The solver: assignment and propagation, conflict analysis, search, and optimisation.
+#ifndef QUILLON_SOLVER_H
+#define QUILLON_SOLVER_H
+
+#include "Constraints.h"
+#include "Global.h"
+#include "Queue.h"
+#include "SolverTypes.h"
+#include "VarOrder.h"
+
+/// Counters of a run.
+struct SolverStats {
+  int64 starts = 0;          ///< calls of `search`
+  int64 decisions = 0;       ///< requests for a decision, one that finds no variable included
+  int64 propagations = 0;    ///< visits of a clause from a watch list
+  int64 inspects = 0;        ///< visits of a pseudo-Boolean watch entry
+  int64 conflicts = 0;       ///< conflicts
+  int64 pb_propagations = 0; ///< calls of the pseudo-Boolean propagation step
+  int64 pb_learnts = 0;      ///< learnt pseudo-Boolean constraints stored
+};
+
+/// What steers one call of `Solver::search`.
+struct SearchParams {
+  double var_decay;       ///< in (0, 1): how fast variable activities fade
+  double clause_decay;    ///< in (0, 1): how fast activities of learnt constraints fade
+  double random_var_freq; ///< probability of a random decision
+  SearchParams(double v, double c, double r) : var_decay(v), clause_decay(c), random_var_freq(r) {}
+};
+
+/// The result of `Solver::solve`.
+enum SolveResult : int {
+  solve_unsatisfiable = 0, ///< no assignment satisfies the constraints and assumptions
+  solve_done = 1,          ///< a solution, with an objective an optimal one, is in `model`
+  solve_stopped = 2        ///< time limit or termination signal
+};
+
+/// One problem and the state of its solution.
+///
+/// Use: create all variables with `newVar`, add the constraints with `addPBConstraint` (a false
+/// result means that the problem is unsatisfiable), then call `solve`. Constraints come before the
+/// first call of `solve`.
+///
+/// Watch lists: `watches[index(p)]` and `pb_watches[index(p)]` hold what must be visited when
+/// literal p becomes true, that is the constraints that watch ~p.
+class Solver {
+ public:
+  Solver() : order(assigns, activity) {}
+  ~Solver();
+  Solver(const Solver&) = delete;
+  Solver& operator=(const Solver&) = delete;
+
+  // Problem ---------------------------------------------------------------------------------------
+
+  /// A new variable. Only a `decision_var` is chosen for decisions. The other arguments are
+  /// ignored.
+  Var newVar(bool decision_var, int vlink, int vsize, int vmax);
+  /// Adds the constraint of relation `pbtype` (see `PBRelation`) between the sum of `pbterms` and
+  /// `pbgoal`; see `PseudoBool_new` for the arguments. An equality becomes two constraints. With
+  /// `isObj` the sum becomes the objective: larger is better once in normal form. False means that
+  /// the problem is unsatisfiable.
+  bool addPBConstraint(int pbgoal, int pbtype, vec<vnumcoef>& pbterms, int v_p, int v_n,
+                       bool isObj);
+  /// Adds the clause over `literals`, or the one literal p; false as above.
+  bool addClause(const vec<Lit>& literals);
+  bool addUnit(Lit p) { return enqueue(p, nullptr, 1); }
+  /// False once the constraints have been found contradictory without any decision.
+  bool okay() const { return ok; }
+
+  int nVars() const { return assigns.size(); }
+  int nConstrs() const { return constrs.size(); }
+  int nLearnts() const { return learnts.size(); }
+  int pb_nLearnts() const { return pb_learnts.size(); }
+  int nAssigns() const { return trail.size(); }
+  /// Whether the problem has an objective.
+  bool isOBJ() const { return objConstr != nullptr; }
+
+  // Solution --------------------------------------------------------------------------------------
+
+  /// Decides the problem under `assumps`, or with an objective finds an optimal solution. `T0` is
+  /// the reading of the processor clock from which the time limit counts. The solver is back at
+  /// level 0 afterwards.
+  SolveResult solve(const vec<Lit>& assumps, int64 T0);
+  /// Whether `model` holds a solution of a problem with an objective.
+  bool solutionFound() const { return oneSolFound; }
+  /// Objective value of the solution in `model`, shifted or negated as `PseudoBool::newGoal` says.
+  int objectiveValue() const { return objResult; }
+  /// Whether `model` satisfies all problem constraints but the objective; names the first violated
+  /// one on standard error.
+  bool checkModel() const;
+
+  lbool value(Var x) const { return toLbool(assigns[x]); }
+  lbool value(Lit p) const {
+    return sign(p) ? ~toLbool(assigns[var(p)]) : toLbool(assigns[var(p)]);
+  }
+  int decisionLevel() const { return trail_lim.size(); }
+
+  // Assignment ------------------------------------------------------------------------------------
+
+  /// Makes p true with reason `from` (null for none); `coeff` is p's coefficient in the reason.
+  /// False if p is false already.
+  bool enqueue(Lit p, Constr* from, int coeff);
+  /// Opens a decision level with p, which must not be false, as its decision.
+  bool assume(Lit p);
+  /// Retracts the newest assignment.
+  void undoOne();
+  /// Retracts the current decision level.
+  void cancel();
+  /// Retracts levels until the current one is at most `target`.
+  void cancelUntil(int target);
+  /// Propagates all pending assignments; the constraint in conflict, or null.
+  Constr* propagate();
+
+ private:
+  friend class Clause;
+  friend class PseudoBool;
+  friend class SolverAudit;
+  friend bool Clause_new(Solver& S, const vec<Lit>& ps_, bool learnt, Clause*& out_clause);
+  friend bool Clause_add(Solver& S, const vec<Lit>& ps_, Clause*& out_clause);
+  friend bool PseudoBool_new(Solver& S, int pbgoal, int pbtype, vec<vnumcoef>& pbterms, int v_p,
+                             int v_n, PseudoBool*& out, Clause*& c_out, bool learnt);
+  friend bool PseudoBool_add(Solver& S, const vec<Lit>& first_vec, PseudoBool*& out,
+                             Clause*& c_out);
+  friend bool convertPBtoCNF(Solver& S, PseudoBool*& pb, Clause*& c_out, bool learnt);
+
+  // Constraints, all owned
+  bool ok = true;              ///< false once contradictory without any decision
+  vec<Constr*> constrs;        ///< the problem's, in order
+  vec<Clause*> learnts;        ///< learnt clauses
+  vec<PseudoBool*> pb_learnts; ///< learnt pseudo-Boolean constraints
+
+  // Activities: increments grow instead of all activities shrinking
+  double cla_inc = 1.0;
+  double cla_decay = 1.0;
+  double pb_inc = 1.0;
+  vec<double> activity; ///< per variable
+  double var_inc = 1.0;
+  double var_decay = 1.0; ///< negative: variable activities are off
+  VarOrder order;
+
+  // Propagation
+  vec<vec<Constr*>> watches;        ///< per literal
+  vec<vec<pbWatchTerm>> pb_watches; ///< per literal
+  vec<vec<Constr*>> undos;          ///< per variable: whom to tell when it is unassigned
+  Queue<Lit> propQ;                 ///< assigned, not yet propagated
+
+  // Assignment
+  vec<signed char> assigns; ///< per variable: 1 true, -1 false, 0 unassigned
+  vec<Lit> trail;           ///< the assigned literals in order
+  vec<int> trail_lim;       ///< trail length when each decision level was opened
+  vec<char> trail_pb;       ///< per level: a pseudo-Boolean constraint implied something there
+  vec<Constr*> reason;      ///< per variable: what implied it; null for decisions and at level 0
+  vec<int> reason_coeff;    ///< per variable: its coefficient in the reason
+  vec<int> level;           ///< per variable: where it was assigned; -1 unassigned
+  int root_level = 0;       ///< the level that search never goes below
+
+  // Conflict analysis, and the accumulator of the learnt pseudo-Boolean constraint: the sum over
+  // the variables v with inLearnedPB[v] of tmpCoef[v] times v's literal is at least tmpGoal.
+  vec<char> analyze_seen;    ///< per variable; all 0 between calls
+  vec<bool> tmpSign;         ///< per variable: whether its literal is the negated one
+  vec<int64> tmpCoef;        ///< per variable; stale where inLearnedPB is 0, and may hold -1 marks
+  int64 tmpGoal = 0;         ///< degree
+  int64 tmpTrueSum = 0;      ///< sum over the literals not false, as of the last scaling pass
+  vec<int> inLearnedPB;      ///< per variable: 0, or the stamp of the last pass that visited it
+  int marker = 0;            ///< stamp of the current scaling pass
+  bool PB_qualified = false; ///< the literal being resolved occurs, falsified, in the accumulator
+  int npbLimit = 0;          ///< -1 switches pseudo-Boolean learning off
+
+  // Objective
+  PseudoBool* objConstr = nullptr;
+  int objResult = 0;        ///< value of the last solution, as reported
+  bool oneSolFound = false; ///< a solution has been found
+  int64 Ts = 0;             ///< clock reading at which solving started
+
+ public:
+  SolverStats stats;
+  double progress_estimate = 0.0; ///< share of the search space done, roughly; at each restart
+  vec<bool> model;                ///< per variable: the last solution found
+  int verbosity = 0;
+  double timeout = 0.0;   ///< time limit in seconds of processor time
+  double nPBLearnt = 0.0; ///< learnt pseudo-Boolean constraints kept before they are reduced
+
+ private:
+  // Search
+  lbool search(int nof_conflicts, int nof_learnts, const SearchParams& params);
+  double progressEstimate() const;
+  bool outOfTime() const { return static_cast<double>(secondsSince(Ts)) > timeout; }
+  void reduceDB();
+  void pb_reduceDB();
+  bool simplifyDB();
+
+  // Analysis and learning
+  void analyze(Constr* confl, vec<Lit>& out_learnt, vec<Lit>& out_PB_learnt, int& out_btlevel);
+  void record(const vec<Lit>& clause);
+  bool record_PB(const vec<Lit>& constraint, const vec<Lit>& clause, int bt);
+  void resolveOn(Lit p, const vec<Lit>& out_PB_learnt);
+  void multiplytmpLearned(Lit p, int64 mul, const vec<Lit>& first_vec);
+  void abandonUnlessConflicting();
+  void incrLearned(Lit q, Lit lit, vec<Lit>& learnt_vec);
+  bool addToLearned(Lit lit, int64 amount);
+  static int64 GCD(int64 a, int64 b);
+  void store(Clause* c);
+
+  // Activities
+  void varBumpActivity(Lit p, double mul);
+  void varDecayActivity();
+  void varRescaleActivity();
+  void claBumpActivity(Clause* c);
+  void claDecayActivity() { cla_inc *= cla_decay; }
+  void claRescaleActivity();
+  void pbBumpActivity(PseudoBool* pb);
+  void pbDecayActivity() { pb_inc *= cla_decay; }
+  void pbRescaleActivity();
+};
+
+#endif

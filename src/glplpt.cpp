@@ -1,0 +1,540 @@
+// See glplpt.h. Characters make words, words make tokens, and a recursive-descent parser, whose
+// grammar does not nest, makes rows of the tokens. The first error ends the read from wherever it
+// is noticed by a jump back to the entry point; everything allocated hangs on the problem and the
+// two name indexes, so nothing is lost on the way. Functions that a jump may leave therefore keep
+// no object with a destructor.
+//
+// Time is linear in the length of the input but for the look-ups of names, each logarithmic.
+#include "glplpt.h"
+
+#include "Global.h"
+#include "glpavl.h"
+#include "glplib.h"
+
+#include <array>
+#include <cerrno>
+#include <csetjmp>
+#include <cstdarg>
+#include <cstring>
+
+namespace {
+
+// ------------------------------------------------------------------------------------------------
+// Characters: ASCII, whatever the locale
+
+enum CharClass : unsigned char {
+  is_letter = 1,
+  is_digit = 2,
+  is_mark = 4, ///< no letter or digit, but allowed in a name
+  is_space = 8,
+  is_control = 16 ///< white space is not counted here, except for the line end
+};
+
+constexpr std::array<unsigned char, 256> makeCharClasses() {
+  std::array<unsigned char, 256> classes{};
+  for (unsigned c = 0; c < 32; c++) classes[c] = is_control;
+  classes[127] = is_control;
+  for (unsigned c = 'a'; c <= 'z'; c++) classes[c] = classes[c - 'a' + 'A'] = is_letter;
+  for (unsigned c = '0'; c <= '9'; c++) classes[c] = is_digit;
+  for (const char c : {'!', '"', '#', '$', '%', '&', '\'', '(', ')', ',',
+                       '.', '/', '?', '@', '_', '`', '{',  '|', '}', '~'})
+    classes[static_cast<unsigned char>(c)] = is_mark;
+  classes[' '] = is_space;
+  for (const char c : {'\t', '\n', '\v', '\f'})
+    classes[static_cast<unsigned char>(c)] = is_space | is_control;
+  return classes;
+}
+
+constexpr std::array<unsigned char, 256> char_classes = makeCharClasses();
+
+/// Whether `c` is of one of `classes`.
+bool isOf(char c, int classes) {
+  return (char_classes[static_cast<unsigned char>(c)] & classes) != 0;
+}
+
+char lowered(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+// ------------------------------------------------------------------------------------------------
+// The reader's state
+
+enum Token : int {
+  T_NONE = -1, ///< nothing has been scanned
+  T_EOF,
+  T_MINIMIZE,
+  T_MAXIMIZE,
+  T_SUBJECT_TO,
+  T_BOUNDS,
+  T_GENERAL,
+  T_INTEGER,
+  T_BINARY,
+  T_END,
+  T_NAME,
+  T_NUMBER,
+  T_PLUS,
+  T_MINUS,
+  T_ASTERISK,
+  T_COLON,
+  T_SEMICOLON,
+  T_LE,
+  T_GE,
+  T_EQ
+};
+
+struct Lexeme {
+  const char* text; ///< in lower case
+  Token token;
+};
+
+/// The section words cannot be names, although no rule of the grammar accepts them.
+constexpr Lexeme keywords[] = {
+    {"minimize:", T_MINIMIZE}, {"minimum:", T_MINIMIZE}, {"min:", T_MINIMIZE},
+    {"maximize:", T_MAXIMIZE}, {"maximum:", T_MAXIMIZE}, {"max:", T_MAXIMIZE},
+    {"st", T_SUBJECT_TO},      {"s.t.", T_SUBJECT_TO},   {"st.", T_SUBJECT_TO},
+    {"bounds", T_BOUNDS},      {"bound", T_BOUNDS},      {"general", T_GENERAL},
+    {"generals", T_GENERAL},   {"gen", T_GENERAL},       {"integer", T_INTEGER},
+    {"integers", T_INTEGER},   {"int", T_INTEGER},       {"binary", T_BINARY},
+    {"binaries", T_BINARY},    {"bin", T_BINARY},        {"end", T_END}};
+
+/// A longer symbol stands before the one it begins with.
+constexpr Lexeme symbols[] = {{"+", T_PLUS},      {"-", T_MINUS}, {"*", T_ASTERISK}, {":", T_COLON},
+                              {";", T_SEMICOLON}, {"<=", T_LE},   {"=<", T_LE},      {"<", T_LE},
+                              {">=", T_GE},       {"=>", T_GE},   {">", T_GE},       {"=", T_EQ}};
+
+constexpr int max_word_length = 131071;
+constexpr int max_image_length = 255;
+constexpr int max_message_length = 4095;
+
+/// A column with what the reader alone needs to know of it.
+struct ReaderColumn : LPTCOL {
+  /// The column's element in the form being parsed; holds only while the column is marked, that is,
+  /// while `j` is negative. Saves a walk along the form for every repetition.
+  LPTLFE* element;
+};
+
+/// The working state of one read.
+struct dsa {
+  std::FILE* in;
+  LPT* lpt;
+  AVLTREE* trow; ///< row names
+  AVLTREE* tcol; ///< column names
+  std::jmp_buf jump;
+  int count;       ///< words and comments read so far; messages give it as the position
+  bool line_ended; ///< the current word was ended by its line's end
+  int pos;         ///< of the next unread character in `line`
+  int token;       ///< a Token
+  int imlen;
+  int value;                        ///< of the current token if it is a number
+  char image[max_image_length + 1]; ///< the current token's text
+  char line[max_word_length + 1];   ///< the current word
+};
+
+/// Leaves the read without a word, because a signal asks the program to wind up.
+[[noreturn]] void interrupt(dsa& d) {
+  std::longjmp(d.jump, 1);
+}
+
+/// Leaves the read with a message about the current word.
+[[noreturn, gnu::format(printf, 2, 3)]] void fatal(dsa& d, const char* fmt, ...) {
+  char message[max_message_length + 1];
+  va_list arg;
+  va_start(arg, fmt);
+  std::vsnprintf(message, sizeof message, fmt, arg);
+  va_end(arg);
+  glp_lib_print("c %d: %s", d.count, message);
+  std::longjmp(d.jump, 1);
+}
+
+// ------------------------------------------------------------------------------------------------
+// Words
+
+void raise_count(dsa& d) {
+  if (d.count == INT_MAX) glp_lib_too_large();
+  d.count++;
+}
+
+/// Reads a word into `line`, or, with `isComment`, skips the rest of the input line. A word that
+/// white space ends at once is empty.
+/// \return false at the end of input.
+bool read_line(dsa& d, bool isComment) {
+  if (stop_signal != 0) interrupt(d);
+  raise_count(d);
+  int length = 0;
+  d.pos = 0;
+  for (;;) {
+    const int c = std::getc(d.in);
+    const int error = errno;
+    if (stop_signal != 0) interrupt(d);
+    if (c == EOF) {
+      d.line[length] = '\0';
+      if (std::ferror(d.in)) fatal(d, "read error - %s", std::strerror(error));
+      if (length == 0) {
+        d.count--;
+        return false;
+      }
+      glp_lib_print("c %d: warning: missing final LF", d.count);
+      d.line_ended = false;
+      return true;
+    }
+    if (c == '\r') continue;
+    const char character = static_cast<char>(c);
+    if (isComment ? c == '\n' : isOf(character, is_space)) {
+      d.line_ended = c == '\n';
+      break;
+    }
+    if (isOf(character, is_control)) fatal(d, "invalid control character 0x%02X", unsigned(c));
+    if (length == max_word_length) fatal(d, "word length exceeds %d characters", max_word_length);
+    if (!isComment) d.line[length++] = character;
+  }
+  d.line[length] = '\0';
+  return true;
+}
+
+/// Skips a comment that the current word opened. A comment is one line: when the word was the last
+/// of its line there is nothing left to skip, but it counts all the same. \return false at the end
+/// of input.
+bool skip_comment(dsa& d) {
+  d.line[0] = '\0';
+  d.pos = 0;
+  if (d.line_ended) {
+    raise_count(d);
+    return true;
+  }
+  return read_line(d, true);
+}
+
+// ------------------------------------------------------------------------------------------------
+// Tokens
+
+/// Appends `line[pos]` to the image, which must have room for it, and advances.
+void add_char(dsa& d) {
+  insist(d.imlen < max_image_length);
+  d.image[d.imlen++] = d.line[d.pos++];
+  d.image[d.imlen] = '\0';
+}
+
+/// Takes the whole word as `keyword` if it is that in upper or lower case.
+bool scan_keyword(dsa& d, const char* keyword) {
+  insist(d.pos == 0);
+  int length = 0;
+  for (; keyword[length] != '\0'; length++)
+    if (lowered(d.line[length]) != keyword[length]) return false;
+  if (d.line[length] != '\0') return false;
+  while (d.pos < length) add_char(d);
+  return true;
+}
+
+void scan_name(dsa& d) {
+  while (isOf(d.line[d.pos], is_letter | is_digit | is_mark)) {
+    add_char(d);
+    if (d.imlen > lpt_name_length) {
+      d.image[lpt_name_length] = '\0';
+      fatal(d, "c name `%s...' too long > %d characters", d.image, lpt_name_length);
+    }
+  }
+  d.token = T_NAME;
+}
+
+[[noreturn]] void number_out_of_range(dsa& d) {
+  fatal(d, "numeric constant `%s' out of range (%d)", d.image, INT_MAX);
+}
+
+void add_number_char(dsa& d) {
+  if (d.imlen == max_image_length) number_out_of_range(d);
+  add_char(d);
+}
+
+void add_digits(dsa& d) {
+  while (isOf(d.line[d.pos], is_digit)) add_number_char(d);
+}
+
+/// Takes all that looks like a number, so that a fraction or an exponent is reported as a whole
+/// although only plain integers are accepted.
+void scan_number(dsa& d) {
+  add_digits(d);
+  if (d.line[d.pos] == '.') {
+    add_number_char(d);
+    if (d.imlen == 1 && !isOf(d.line[d.pos], is_digit)) fatal(d, "invalid use of decimal point");
+    add_digits(d);
+  }
+  if (d.line[d.pos] == 'e' || d.line[d.pos] == 'E') {
+    add_number_char(d);
+    if (d.line[d.pos] == '+' || d.line[d.pos] == '-') add_number_char(d);
+    if (!isOf(d.line[d.pos], is_digit)) fatal(d, "numeric constant `%s' incomplete", d.image);
+    add_digits(d);
+  }
+  if (glp_lib_str2int(d.image, &d.value) != 0) number_out_of_range(d);
+  d.token = T_NUMBER;
+}
+
+void scan_symbol(dsa& d) {
+  for (const Lexeme& symbol : symbols) {
+    const size_t length = std::strlen(symbol.text);
+    if (std::strncmp(d.line + d.pos, symbol.text, length) != 0) continue;
+    for (size_t i = 0; i < length; i++) add_char(d);
+    d.token = symbol.token;
+    return;
+  }
+  fatal(d, "character `%c' not recognized", d.line[d.pos]);
+}
+
+/// Goes on to the next token of the input, skipping comments.
+void scan_token(dsa& d) {
+  d.token = T_NONE;
+  d.image[0] = '\0';
+  d.imlen = 0;
+  d.value = 0;
+  for (;;) {
+    while (d.line[d.pos] == '\0') {
+      if (!read_line(d, false)) {
+        d.token = T_EOF;
+        return;
+      }
+    }
+    if (d.pos == 0 && isOf(d.line[0], is_letter)) {
+      for (const Lexeme& keyword : keywords) {
+        if (scan_keyword(d, keyword.text)) {
+          d.token = keyword.token;
+          return;
+        }
+      }
+    }
+    if (d.line[d.pos] != '\\' && !(d.line[d.pos] == '*' && d.pos == 0)) break;
+    if (!skip_comment(d)) {
+      d.token = T_EOF;
+      return;
+    }
+  }
+  const char first = d.line[d.pos];
+  if (first == '.' || isOf(first, is_digit)) {
+    scan_number(d);
+  } else if (isOf(first, is_letter | is_mark)) {
+    scan_name(d);
+  } else {
+    scan_symbol(d);
+  }
+}
+
+// ------------------------------------------------------------------------------------------------
+// The parser. Each function finds its first token scanned and leaves the one behind its text
+// scanned.
+
+void copy_name(char (&name)[lpt_name_length + 1], const dsa& d) {
+  insist(d.imlen >= 1 && d.imlen <= lpt_name_length);
+  std::memcpy(name, d.image, static_cast<size_t>(d.imlen) + 1);
+}
+
+/// Whether the current token names what follows, rather than a variable.
+bool at_label(const dsa& d) {
+  return d.token == T_NAME && d.line[d.pos] == ':';
+}
+
+/// Goes past a label that the caller has noted.
+void skip_label(dsa& d) {
+  scan_token(d);
+  insist(d.token == T_COLON);
+  scan_token(d);
+}
+
+/// Goes past a sign if there is one.
+/// \return -1 after "-", otherwise 1.
+int parse_optional_sign(dsa& d) {
+  const int sign = d.token == T_MINUS ? -1 : 1;
+  if (d.token == T_PLUS || d.token == T_MINUS) scan_token(d);
+  return sign;
+}
+
+/// The column called `name`; the first occurrence of a name creates it.
+LPTCOL* find_col(dsa& d, const char* name) {
+  void* const known = glp_avl_find_by_key(d.tcol, name);
+  if (known != nullptr) return static_cast<LPTCOL*>(known);
+
+  LPT* const lpt = d.lpt;
+  if (lpt->n == INT_MAX) glp_lib_too_large();
+  LPTCOL* const col = new (glp_dmp_get_atomv(lpt->pool, sizeof(ReaderColumn))) ReaderColumn;
+  std::memcpy(col->name, name, std::strlen(name) + 1);
+  col->j = ++lpt->n;
+  col->kind = LPT_BIN;
+  col->lb = 0;
+  col->ub = 1;
+  col->next = nullptr;
+  (lpt->last_col == nullptr ? lpt->first_col : lpt->last_col->next) = col;
+  lpt->last_col = col;
+  glp_avl_insert_by_key(d.tcol, col);
+  return col;
+}
+
+/// Adds `coef` to the coefficient of `element`.
+void merge(dsa& d, LPTLFE* element, int coef) {
+  const int64 sum = static_cast<int64>(element->coef) + coef;
+  if (sum < INT_MIN || sum > INT_MAX) {
+    glp_lib_print("c sum of numeric constants out of range [0]");
+    fatal(d, "c number out of RANGE");
+  }
+  element->coef = static_cast<int>(sum);
+}
+
+/// Parses a linear form and merges the terms on the same column.
+/// \return the form's first element, or null if the form lacks a term at its start or after a sign.
+LPTLFE* parse_linear_form(dsa& d) {
+  LPTLFE* first = nullptr;
+  LPTLFE* last = nullptr;
+  bool complete = false;
+  do {
+    const int sign = parse_optional_sign(d);
+    int coef = sign;
+    if (d.token == T_NUMBER) {
+      coef = sign * d.value;
+      scan_token(d);
+      if (d.token != T_ASTERISK) fatal(d, "expecting '*' instead of %s", d.image);
+      scan_token(d);
+    }
+    complete = d.token == T_NAME;
+    if (!complete) break;
+    ReaderColumn* const col = static_cast<ReaderColumn*>(find_col(d, d.image));
+    if (col->j < 0) {
+      merge(d, col->element, coef);
+    } else {
+      LPTLFE* const element =
+          new (glp_dmp_get_atomv(d.lpt->pool, sizeof(LPTLFE))) LPTLFE{coef, col, nullptr};
+      (last == nullptr ? first : last->next) = element;
+      last = element;
+      col->j = -col->j;
+      col->element = element;
+    }
+    scan_token(d);
+  } while (d.token == T_PLUS || d.token == T_MINUS);
+
+  for (LPTLFE* element = first; element != nullptr; element = element->next)
+    element->col->j = -element->col->j;
+  return complete ? first : nullptr;
+}
+
+void parse_objective(dsa& d) {
+  insist(d.token == T_MINIMIZE || d.token == T_MAXIMIZE);
+  d.lpt->sense = d.token == T_MINIMIZE ? LPT_MIN : LPT_MAX;
+  scan_token(d);
+  if (at_label(d)) {
+    copy_name(d.lpt->name, d);
+    skip_label(d);
+  } else {
+    std::strcpy(d.lpt->name, "obj");
+  }
+  d.lpt->obj = parse_linear_form(d);
+}
+
+/// Parses one row up to and including its semicolon, behind which the next token is scanned.
+void parse_row(dsa& d) {
+  LPT* const lpt = d.lpt;
+  if (lpt->m == INT_MAX) glp_lib_too_large();
+  LPTROW* const row = new (glp_dmp_get_atomv(lpt->pool, sizeof(LPTROW))) LPTROW;
+  row->i = ++lpt->m;
+  row->next = nullptr;
+
+  if (at_label(d)) {
+    copy_name(row->name, d);
+    if (glp_avl_find_by_key(d.trow, row->name) != nullptr)
+      fatal(d, "constraint `%s' multiply defined", row->name);
+    skip_label(d);
+  } else {
+    std::snprintf(row->name, sizeof row->name, "r.%d", d.count);
+  }
+
+  row->ptr = parse_linear_form(d);
+  if (row->ptr == nullptr) fatal(d, "missing variable name");
+
+  switch (d.token) {
+  case T_LE:
+    row->sense = LPT_LE;
+    break;
+  case T_GE:
+    row->sense = LPT_GE;
+    break;
+  case T_EQ:
+    row->sense = LPT_EQ;
+    break;
+  default:
+    fatal(d, "missing constraint sense");
+  }
+  scan_token(d);
+
+  const int sign = parse_optional_sign(d);
+  if (d.token != T_NUMBER) fatal(d, "missing right-hand side");
+  row->rhs = sign * d.value;
+
+  (lpt->last_row == nullptr ? lpt->first_row : lpt->last_row->next) = row;
+  lpt->last_row = row;
+  glp_avl_insert_by_key(d.trow, row);
+
+  scan_token(d);
+  if (d.token != T_SEMICOLON) fatal(d, "expecting ';'");
+  const char behind = d.line[d.pos];
+  if (behind != '\0' && behind != '\\' && behind != ';')
+    fatal(d, "invalid symbol(s) beyond right-hand side");
+  scan_token(d);
+}
+
+/// Parses all rows, of which there must be one.
+void parse_constraints(dsa& d) {
+  if (d.token == T_SEMICOLON) scan_token(d); // ends the objective
+  do parse_row(d);
+  while (d.token == T_NAME || d.token == T_NUMBER || d.token == T_PLUS || d.token == T_MINUS);
+}
+
+void parse_problem(dsa& d) {
+  scan_token(d);
+  if (d.token == T_MINIMIZE || d.token == T_MAXIMIZE) parse_objective(d);
+  parse_constraints(d);
+  if (d.token == T_END) {
+    scan_token(d);
+    if (d.token != T_EOF) fatal(d, "extra symbol(s) detected beyond `end'");
+  } else if (d.token != T_EOF) {
+    fatal(d, "symbol `%s' in wrong position", d.image);
+  }
+}
+
+/// The place to which errors jump. It has no variables of its own that a jump could spoil.
+/// \return false if there was an error.
+bool parsed(dsa& d) {
+  if (setjmp(d.jump) != 0) return false;
+  parse_problem(d);
+  return true;
+}
+
+} // namespace
+
+LPT* glp_lpt_read_prob(std::FILE* in) {
+  dsa d; // the long word buffer stays as it is: it is written before it is read
+  d.in = in;
+  d.lpt = new (glp_lib_umalloc(sizeof(LPT))) LPT{};
+  d.lpt->pool = glp_dmp_create_pool(0);
+  d.trow = glp_avl_create_tree(glp_avl_strcmp);
+  d.tcol = glp_avl_create_tree(glp_avl_strcmp);
+  d.count = 0;
+  d.line_ended = false;
+  d.pos = 0;
+  d.token = T_NONE;
+  d.imlen = 0;
+  d.value = 0;
+  d.image[0] = '\0';
+  d.line[0] = '\0';
+
+  LPT* lpt = d.lpt;
+  if (!parsed(d)) {
+    glp_lpt_free_prob(lpt);
+    lpt = nullptr;
+  }
+  glp_avl_delete_tree(d.trow);
+  glp_avl_delete_tree(d.tcol);
+  return lpt;
+}
+
+LPT* glp_lpt_read_prob() {
+  return glp_lpt_read_prob(stdin);
+}
+
+void glp_lpt_free_prob(LPT* lpt) {
+  glp_dmp_delete_pool(lpt->pool);
+  glp_lib_ufree(lpt);
+}
