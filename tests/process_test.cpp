@@ -91,7 +91,7 @@ TEST(Options, AreInterpretedInOrder) {
     const Finished f = run({.program = "quillon", .arguments = c.arguments, .input = tiny});
     EXPECT_EQ(results(f.out), c.out);
     EXPECT_EQ(f.exit, c.exit) << c.out;
-    EXPECT_EQ(f.err, "c Quillon version 1.4 (September 2005)\nc Developed @ Tessaly\n"
+    EXPECT_EQ(f.err, "c Quillon version " QUILLON_VERSION " (September 2005)\nc Developed @ Tessaly\n"
                      "c  by Maravel\n");
   }
   const Finished help = run({.program = "quillon", .arguments = {"--help"}});
