@@ -415,8 +415,8 @@ bool Solver::record_PB(const vec<Lit>& constraint, const vec<Lit>& clause, int b
 
   // The constraint has jumped back to where it asserts; that may be below the clause's level.
   const bool do_imply = decisionLevel() > bt;
-  if (do_imply) {
-    propQ.clear();
+  if (decisionLevel() > max(bt, root_level)) {
+    propQ.clear(); // holds what is undone now; at the root it must stay
     cancelUntil(max(bt, root_level));
   }
   Clause* cc = nullptr;
