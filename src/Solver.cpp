@@ -248,11 +248,11 @@ void Solver::analyze(Constr* confl, vec<Lit>& out_learnt, vec<Lit>& out_PB_learn
       if (trail_pb.last() == 1 && !merged && (PB_qualified || p == lit_Undef))
         incrLearned(p, ~q, out_PB_learnt);
       const Var x = var(q);
-      if (analyze_seen[x] != 0) continue;
+      if (analyze_seen[x] != 0 || level[x] == 0) continue;
       analyze_seen[x] = 1;
       if (level[x] == decisionLevel()) {
         pathC++;
-      } else if (level[x] > 0) {
+      } else {
         out_learnt.push(~q);
         out_btlevel = max(out_btlevel, level[x]);
       }
