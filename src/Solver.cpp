@@ -46,6 +46,12 @@ int asLimit(double x) {
   return x >= INT_MAX ? INT_MAX : static_cast<int>(x);
 }
 
+void audit([[maybe_unused]] const Solver& S, [[maybe_unused]] AuditPoint point) {
+#ifndef NDEBUG
+  if (search_audit != nullptr) search_audit(S, point);
+#endif
+}
+
 } // namespace
 
 // ------------------------------------------------------------------------------------------------
@@ -551,6 +557,7 @@ lbool Solver::search(int nof_conflicts, int nof_learnts, const SearchParams& par
   vec<Lit> PB_learnt_constraint;
   for (;;) {
     Constr* const confl = propagate();
+    audit(*this, confl == nullptr ? AuditPoint::fixpoint : AuditPoint::conflict);
     if (confl != nullptr) {
       stats.conflicts++;
       conflictC++;
@@ -574,6 +581,7 @@ lbool Solver::search(int nof_conflicts, int nof_learnts, const SearchParams& par
         claDecayActivity();
       }
       varDecayActivity();
+      audit(*this, AuditPoint::learnt);
       if (stop_signal != 0) return l_Undef;
       continue;
     }
@@ -589,6 +597,7 @@ lbool Solver::search(int nof_conflicts, int nof_learnts, const SearchParams& par
     assert(ok);
     if (nof_learnts >= 0 && learnts.size() - nAssigns() >= nof_learnts) reduceDB();
     if (pb_learnts.size() > 0 && pb_learnts.size() >= nPBLearnt) pb_reduceDB();
+    audit(*this, AuditPoint::reduced);
 
     stats.decisions++;
     const Var next = order.select(params.random_var_freq);
@@ -647,7 +656,10 @@ SolveResult Solver::solve(const vec<Lit>& assumps, int64 T0) {
     if (status == l_True && isOBJ()) {
       oneSolFound = true;
       // Demand a better solution and go on, with the budgets grown so far.
-      if (objConstr->newObjConstraint(*this, true)) status = l_Undef;
+      if (objConstr->newObjConstraint(*this, true)) {
+        status = l_Undef;
+        audit(*this, AuditPoint::tightened);
+      }
     }
   } while (status == l_Undef);
 
