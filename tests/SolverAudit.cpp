@@ -304,4 +304,5 @@ void SolverAudit::emptyAccumulator(Solver& S) {
   S.inLearnedPB.growTo(S.nVars(), 0);
   for (Var x = 0; x < S.nVars(); x++) S.inLearnedPB[x] = 0;
   S.tmpGoal = S.tmpTrueSum = 0;
+  S.marker = 1;
 }
