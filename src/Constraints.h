@@ -126,13 +126,11 @@ struct vnumcoef {
 /// complement and its coefficient counts in `watchsum`. Fake-watched: the entry alone.
 class PBTerm {
   int coef = 0;
-  PseudoBool* pbc = nullptr;
   bool watched = false;
   bool fwatched = false;
 
  public:
   Lit lit;
-  Lit proplit = lit_Error;
 
   PBTerm() = default;
   PBTerm(int coefficient, Lit literal) : coef(coefficient), lit(literal) {}
@@ -212,6 +210,10 @@ class PseudoBool final : public Constr {
   void setfakeWatch(Solver& S, int iterm);
   /// Takes term `index` out of the watched sum; its entry has been taken out already.
   void unwatchTerm(int index);
+
+  /// The propagation step: term `iterm` has become false and its entry been taken out of its list.
+  /// False means conflict.
+  bool falsified(Solver& S, int iterm);
 
   void remove(Solver& S, bool just_dealloc) override;
   bool propagate(Solver& S, Lit p, bool& keep_watch) override;

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "Global.h"
+#include "Progress.h"
 #include "Solver.h"
 #include "glplib.h"
 #include "glplpt.h"
@@ -41,8 +42,6 @@ constexpr double time_limit_share = 0.99;
 // ------------------------------------------------------------------------------------------------
 // Signals
 
-constexpr int stop_signals[] = {SIGTERM, SIGINT, SIGXCPU};
-
 /// The first signal asks for an orderly end; a second one ends the process at once by its own
 /// default action, which takes effect when this handler returns.
 extern "C" void onStopSignal(int signal_number) {
@@ -64,14 +63,6 @@ void installSignalHandlers() {
       sigaction(s, &action, nullptr);
   }
   std::signal(SIGPIPE, SIG_IGN); // a closed pipe is noticed as an output error instead
-}
-
-/// From here on signals wait, so that a verdict is not cut off from its value line.
-void holdSignals() {
-  sigset_t held;
-  sigemptyset(&held);
-  for (const int s : stop_signals) sigaddset(&held, s);
-  sigprocmask(SIG_BLOCK, &held, nullptr);
 }
 
 // ------------------------------------------------------------------------------------------------
@@ -98,7 +89,7 @@ void printVerdict(Verdict verdict) {
 
 /// Ends a run that has come to nothing before the search.
 [[noreturn]] void endUnknown() {
-  holdSignals();
+  holdStopSignals(nullptr); // so that nothing cuts the verdict off
   printVerdict(Verdict::unknown);
   endRun(exit_none);
 }
@@ -262,16 +253,18 @@ int main(int argc, char* argv[]) {
   parse_cmdline(S, argc, argv);
 
   if (!parse_LPT(S)) {
-    holdSignals();
+    holdStopSignals(nullptr);
     std::printf("here\n");
     printVerdict(Verdict::unsatisfiable);
     endRun(exit_unsatisfiable);
   }
   std::printf("c starting to Solve\n");
+  Progress progress;
+  if (progress.enabled()) S.listener = &progress;
   const SolveResult st = S.solve(assumps, T0);
   traceStats(S.stats);
 
-  holdSignals();
+  holdStopSignals(nullptr); // so that a verdict is not cut off from its value line
   printStats(S.stats, reportedSeconds(T0, std::clock()));
   switch (st) {
   case solve_unsatisfiable:

@@ -35,6 +35,18 @@ enum SolveResult : int {
   solve_stopped = 2        ///< time limit or termination signal
 };
 
+/// Somebody who watches a search. Listening changes nothing about it.
+class SearchListener {
+ public:
+  virtual ~SearchListener() = default;
+  /// Called between two steps of the search once `report_due` (Global.h) has been set.
+  virtual void onReportDue(const Solver& S) = 0;
+  /// Called when a solution of a problem with an objective has been found and evaluated.
+  virtual void onSolution(const Solver& S) = 0;
+  /// Called when the search is over, before the first result is printed.
+  virtual void onEnd() = 0;
+};
+
 /// One problem and the state of its solution.
 ///
 /// Use: create all variables with `newVar`, add the constraints with `addPBConstraint` (a false
@@ -90,9 +102,7 @@ class Solver {
   bool checkModel() const;
 
   lbool value(Var x) const { return toLbool(assigns[x]); }
-  lbool value(Lit p) const {
-    return sign(p) ? ~toLbool(assigns[var(p)]) : toLbool(assigns[var(p)]);
-  }
+  lbool value(Lit p) const { return toLbool(litValues[index(p)]); }
   int decisionLevel() const { return trail_lim.size(); }
 
   // Assignment ------------------------------------------------------------------------------------
@@ -139,13 +149,14 @@ class Solver {
   VarOrder order;
 
   // Propagation
-  vec<vec<Constr*>> watches;        ///< per literal
+  vec<vec<Constr*>> watches;        ///< per literal; all of them clauses
   vec<vec<pbWatchTerm>> pb_watches; ///< per literal
   vec<vec<Constr*>> undos;          ///< per variable: whom to tell when it is unassigned
   Queue<Lit> propQ;                 ///< assigned, not yet propagated
 
   // Assignment
   vec<signed char> assigns; ///< per variable: 1 true, -1 false, 0 unassigned
+  vec<signed char> litValues; ///< the same per literal, so that a sign costs no branch
   vec<Lit> trail;           ///< the assigned literals in order
   vec<int> trail_lim;       ///< trail length when each decision level was opened
   vec<char> trail_pb;       ///< per level: a pseudo-Boolean constraint implied something there
@@ -179,9 +190,20 @@ class Solver {
   int verbosity = 0;
   double timeout = 0.0;   ///< time limit in seconds of processor time
   double nPBLearnt = 0.0; ///< learnt pseudo-Boolean constraints kept before they are reduced
+  SearchListener* listener = nullptr; ///< who watches the search; not owned
 
  private:
+  // Propagation of one literal that has become true
+  PseudoBool* propagatePBs(Lit p);
+  Clause* propagateClauses(Lit p);
+  void setValue(Lit p, lbool l) {
+    assigns[var(p)] = static_cast<signed char>(toInt(sign(p) ? ~l : l));
+    litValues[index(p)] = static_cast<signed char>(toInt(l));
+    litValues[index(~p)] = static_cast<signed char>(toInt(~l));
+  }
+
   // Search
+  SolveResult runSearch(const vec<Lit>& assumps);
   lbool search(int nof_conflicts, int nof_learnts, const SearchParams& params);
   double progressEstimate() const;
   bool outOfTime() const { return static_cast<double>(secondsSince(Ts)) > timeout; }

@@ -16,6 +16,8 @@
 #include <csetjmp>
 #include <cstdarg>
 #include <cstring>
+#include <poll.h>
+#include <unistd.h>
 
 namespace {
 
@@ -82,14 +84,13 @@ enum Token : int {
   T_EQ
 };
 
-struct Keyword {
+struct Lexeme {
   const char* text; ///< in lower case
   Token token;
 };
 
-/// Words of a wider family of formats are kept from being names, although no rule here accepts
-/// them.
-constexpr Keyword keywords[] = {
+/// The section words cannot be names, although no rule of the grammar accepts them.
+constexpr Lexeme keywords[] = {
     {"minimize:", T_MINIMIZE}, {"minimum:", T_MINIMIZE}, {"min:", T_MINIMIZE},
     {"maximize:", T_MAXIMIZE}, {"maximum:", T_MAXIMIZE}, {"max:", T_MAXIMIZE},
     {"st", T_SUBJECT_TO},      {"s.t.", T_SUBJECT_TO},   {"st.", T_SUBJECT_TO},
@@ -98,9 +99,15 @@ constexpr Keyword keywords[] = {
     {"integers", T_INTEGER},   {"int", T_INTEGER},       {"binary", T_BINARY},
     {"binaries", T_BINARY},    {"bin", T_BINARY},        {"end", T_END}};
 
+/// A longer symbol stands before the one it begins with.
+constexpr Lexeme symbols[] = {{"+", T_PLUS},      {"-", T_MINUS}, {"*", T_ASTERISK}, {":", T_COLON},
+                              {";", T_SEMICOLON}, {"<=", T_LE},   {"=<", T_LE},      {"<", T_LE},
+                              {">=", T_GE},       {"=>", T_GE},   {">", T_GE},       {"=", T_EQ}};
+
 constexpr int max_word_length = 131071;
 constexpr int max_image_length = 255;
 constexpr int max_message_length = 4095;
+constexpr int input_block = 65536;
 
 /// A column with what the reader alone needs to know of it.
 struct ReaderColumn : LPTCOL {
@@ -112,6 +119,11 @@ struct ReaderColumn : LPTCOL {
 /// The working state of one read.
 struct dsa {
   std::FILE* in;
+  bool in_ended;    ///< nothing more can be read
+  int in_error;     ///< the number of the error that kept it from being read; 0 for none
+  size_t in_next;   ///< of the next character in `block`
+  size_t in_filled; ///< characters in `block`
+  char block[input_block];
   LPT* lpt;
   AVLTREE* trow; ///< row names
   AVLTREE* tcol; ///< column names
@@ -143,6 +155,49 @@ struct dsa {
 }
 
 // ------------------------------------------------------------------------------------------------
+// Characters
+
+/// Waits until there is something to read. A termination signal ends the wait even if it comes just
+/// before, because outside the wait itself signals are held back.
+void awaitInput(int fd) {
+  sigset_t before;
+  holdStopSignals(&before);
+  pollfd input{fd, POLLIN, 0};
+  while (stop_signal == 0 && ppoll(&input, 1, nullptr, &before) < 0 && errno == EINTR) {
+  }
+  sigprocmask(SIG_SETMASK, &before, nullptr);
+}
+
+/// Reads the next block. \return false at the end of input and on an error.
+bool fill_block(dsa& d) {
+  if (d.in_ended) return false;
+  d.in_next = d.in_filled = 0;
+  const int fd = fileno(d.in);
+  if (fd < 0) { // not a file of the system's
+    d.in_filled = std::fread(d.block, 1, input_block, d.in);
+    if (d.in_filled == 0 && std::ferror(d.in)) d.in_error = errno;
+  } else {
+    ssize_t got;
+    do {
+      awaitInput(fd);
+      if (stop_signal != 0) interrupt(d);
+      got = read(fd, d.block, input_block);
+    } while (got < 0 && errno == EINTR);
+    if (got < 0) d.in_error = errno;
+    if (got > 0) d.in_filled = static_cast<size_t>(got);
+  }
+  if (stop_signal != 0) interrupt(d);
+  d.in_ended = d.in_filled == 0;
+  return !d.in_ended;
+}
+
+/// The next character, 0 to 255, or EOF at the end of input and on an error.
+int next_char(dsa& d) {
+  if (d.in_next == d.in_filled && !fill_block(d)) return EOF;
+  return static_cast<unsigned char>(d.block[d.in_next++]);
+}
+
+// ------------------------------------------------------------------------------------------------
 // Words
 
 void raise_count(dsa& d) {
@@ -159,12 +214,10 @@ bool read_line(dsa& d, bool isComment) {
   int length = 0;
   d.pos = 0;
   for (;;) {
-    const int c = std::getc(d.in);
-    const int error = errno;
-    if (stop_signal != 0) interrupt(d);
+    const int c = next_char(d);
     if (c == EOF) {
       d.line[length] = '\0';
-      if (std::ferror(d.in)) fatal(d, "read error - %s", std::strerror(error));
+      if (d.in_error != 0) fatal(d, "read error - %s", std::strerror(d.in_error));
       if (length == 0) {
         d.count--;
         return false;
@@ -264,53 +317,15 @@ void scan_number(dsa& d) {
   d.token = T_NUMBER;
 }
 
-/// Takes the character at `pos`, and the next one if it is in `partners`.
-/// \return the last character taken.
-char take_symbol(dsa& d, const char* partners = "") {
-  add_char(d);
-  const char next = d.line[d.pos];
-  if (next != '\0' && std::strchr(partners, next) != nullptr) add_char(d);
-  return d.line[d.pos - 1];
-}
-
 void scan_symbol(dsa& d) {
-  switch (d.line[d.pos]) {
-  case '+':
-    take_symbol(d);
-    d.token = T_PLUS;
-    break;
-  case '-':
-    take_symbol(d);
-    d.token = T_MINUS;
-    break;
-  case '*':
-    take_symbol(d);
-    d.token = T_ASTERISK;
-    break;
-  case ':':
-    take_symbol(d);
-    d.token = T_COLON;
-    break;
-  case ';':
-    take_symbol(d);
-    d.token = T_SEMICOLON;
-    break;
-  case '<':
-    take_symbol(d, "=");
-    d.token = T_LE;
-    break;
-  case '>':
-    take_symbol(d, "=");
-    d.token = T_GE;
-    break;
-  case '=': {
-    const char last = take_symbol(d, "<>");
-    d.token = last == '<' ? T_LE : last == '>' ? T_GE : T_EQ;
-    break;
+  for (const Lexeme& symbol : symbols) {
+    const size_t length = std::strlen(symbol.text);
+    if (std::strncmp(d.line + d.pos, symbol.text, length) != 0) continue;
+    for (size_t i = 0; i < length; i++) add_char(d);
+    d.token = symbol.token;
+    return;
   }
-  default:
-    fatal(d, "character `%c' not recognized", d.line[d.pos]);
-  }
+  fatal(d, "character `%c' not recognized", d.line[d.pos]);
 }
 
 /// Goes on to the next token of the input, skipping comments.
@@ -327,7 +342,7 @@ void scan_token(dsa& d) {
       }
     }
     if (d.pos == 0 && isOf(d.line[0], is_letter)) {
-      for (const Keyword& keyword : keywords) {
+      for (const Lexeme& keyword : keywords) {
         if (scan_keyword(d, keyword.text)) {
           d.token = keyword.token;
           return;
@@ -541,6 +556,9 @@ bool parsed(dsa& d) {
 LPT* glp_lpt_read_prob(std::FILE* in) {
   dsa d; // the long word buffer stays as it is: it is written before it is read
   d.in = in;
+  d.in_ended = false;
+  d.in_error = 0;
+  d.in_next = d.in_filled = 0;
   d.lpt = new (glp_lib_umalloc(sizeof(LPT))) LPT{};
   d.lpt->pool = glp_dmp_create_pool(0);
   d.trow = glp_avl_create_tree(glp_avl_strcmp);

@@ -66,7 +66,8 @@ struct LPT {
   LPTCOL* last_col;
 };
 
-/// Reads a problem from `in` up to the end of input.
+/// Reads a problem from `in`, of which nothing has been read yet through the stream, up to the end
+/// of input.
 /// \return the problem, for `glp_lpt_free_prob` to release; or null, after one line "c %d: ..." on
 /// standard output that says what is wrong and at which word; or null without a message if
 /// `stop_signal` was set meanwhile. Does not return when memory is exhausted.

@@ -1,0 +1,75 @@
+/// \file
+/// Holds assignments, and whole solver outputs, against a problem. Pure functions over 128-bit
+/// sums: nothing is simplified, nothing is trusted, nothing can wrap.
+#ifndef QUILLON_FORMATS_CHECK_H
+#define QUILLON_FORMATS_CHECK_H
+
+#include "NameMap.h"
+#include "Problem.h"
+#include "SolverOutput.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace formats {
+
+enum class Value : signed char { unset, negative, positive };
+
+/// A value for each variable, by number.
+using Assignment = std::vector<Value>;
+
+/// What an assignment makes of a problem's rows. A row uses the variables that have a coefficient
+/// other than 0 in it.
+struct Evaluation {
+  enum class Kind {
+    holds,       ///< every row holds
+    violated,    ///< `row` is the first row that does not hold, its form comes to `left`
+    undetermined ///< `row` is the first row that is not known to hold: it uses the unset `variable`
+  };
+  Kind kind = Kind::holds;
+  std::size_t row = 0; ///< index in `Problem::rows`
+  Int left = 0;
+  int variable = -1;
+};
+
+/// Evaluates the rows in order up to the first one that is violated or undetermined. `assignment`
+/// has an entry per variable. Linear in the size of the problem.
+Evaluation evaluate(const Problem& problem, const Assignment& assignment);
+
+/// The sum of `form` under `assignment`. Without a value when a variable with a coefficient other
+/// than 0 is unset; its number is then stored in `unset` if that is not null.
+std::optional<Int> valueOf(const Form& form, const Assignment& assignment, int* unset = nullptr);
+
+/// The number our program prints for an objective whose form comes to `value`: with N the sum of
+/// the negative coefficients, `value` - N; but -`value` when minimising without a positive
+/// coefficient. The constant plays no part, since our format has none.
+Int reportedObjective(const Objective& objective, Int value);
+
+/// The assignment that the value entries describe. An entry is a name of the problem, or "-" or "~"
+/// and a name; a name that is a key of `map` stands for the name it is mapped to. Names x1, x2, ...
+/// that the problem only declares are passed over. Fails at the first unknown name and at the
+/// first entry that contradicts an earlier one; repetitions are harmless.
+Result<Assignment> assignmentOf(const Problem& problem, const std::vector<ValueEntry>& values,
+                                const NameMap& map = {});
+
+/// What the check of an output found.
+struct Report {
+  enum class Kind {
+    holds,  ///< everything that can be checked holds
+    fails,  ///< the output claims something that is not so
+    nothing ///< the output does not claim to have a solution
+  };
+  Kind kind = Kind::holds;
+  std::string sentence; ///< one line for people, without a line end
+};
+
+/// Checks the claims of `output`: that its values satisfy every row and that the objective comes to
+/// what is stated. Values are checked whatever the verdict, except that with UNSATISFIABLE their
+/// mere presence is a false claim. Not checked, since values cannot show it: that an optimum is
+/// one, and that an unsatisfiable problem is so.
+Report checkOutput(const Problem& problem, const SolverOutput& output, const NameMap& map = {});
+
+} // namespace formats
+
+#endif

@@ -1,0 +1,51 @@
+/// \file
+/// The alphabet of our own format, shared by its reader, its writer and whoever must find out
+/// whether a name can be kept. Only ASCII counts, whatever the locale.
+#ifndef QUILLON_FORMATS_LEXICAL_H
+#define QUILLON_FORMATS_LEXICAL_H
+
+#include <cstddef>
+#include <string_view>
+
+namespace formats {
+
+/// Names are at most this long.
+inline constexpr std::size_t longest_name = 32;
+/// A number in a text is an unsigned decimal integer up to this one.
+inline constexpr long long largest_number = 2147483647;
+
+inline bool isDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+inline bool isLetter(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+inline bool isControl(char c) {
+  return (c >= 0 && c < 32) || c == 127;
+}
+/// Blank, tab, line end, vertical tab, form feed and carriage return.
+inline bool isSpace(char c) {
+  return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+/// Whether `c` may begin a name of our format.
+inline bool beginsName(char c) {
+  constexpr std::string_view others = "!\"#$%&'(),/?@_`{|}~";
+  return isLetter(c) || (c != 0 && others.find(c) != std::string_view::npos);
+}
+/// Whether `c` may stand inside a name of our format.
+inline bool continuesName(char c) {
+  return beginsName(c) || isDigit(c) || c == '.';
+}
+
+/// Whether `name` can stand in our format as it is, in any word it shares with other tokens.
+inline bool isLegalName(std::string_view name) {
+  if (name.empty() || name.size() > longest_name || !beginsName(name.front())) return false;
+  for (const char c : name)
+    if (!continuesName(c)) return false;
+  return true;
+}
+
+} // namespace formats
+
+#endif

@@ -1,0 +1,148 @@
+/// \file
+/// The way of a problem into our own format.
+#include "StarForm.h"
+
+#include "Lexical.h"
+
+#include <optional>
+
+namespace formats {
+namespace {
+
+bool isWritable(Int number) {
+  return magnitude(number) <= largest_number;
+}
+
+/// Whether a row without terms holds.
+bool holdsEmpty(const Row& row) {
+  if (row.relation == Relation::at_most) return row.bound >= 0;
+  return row.relation == Relation::equal ? row.bound == 0 : row.bound <= 0;
+}
+
+class Converter {
+  const Problem& source;
+  StarForm result;
+  /// Per variable of the source: its number in the result, -1 while it has not occurred.
+  std::vector<int> numbers;
+  size_t fresh_names = 0;
+
+  /// A legal name that neither the source nor the result has.
+  std::string freshName() {
+    while (true) {
+      std::string name = "v";
+      name += std::to_string(++fresh_names);
+      name += '_';
+      if (source.variables.find(name) < 0 && result.problem.variables.find(name) < 0) return name;
+    }
+  }
+
+  int numberOf(int variable) {
+    int& number = numbers[static_cast<size_t>(variable)];
+    if (number >= 0) return number;
+    const std::string& name = source.variables[variable];
+    if (isLegalName(name)) {
+      number = result.problem.variables.add(name);
+    } else {
+      result.renamed.emplace_back(freshName(), name);
+      number = result.problem.variables.add(result.renamed.back().first);
+    }
+    return number;
+  }
+
+  /// Copies the terms that count; `where` names the form in the message.
+  std::optional<Error> convert(const Form& from, Form& to, const std::string& where) {
+    for (const Term& term : from) {
+      if (term.coefficient == 0) continue;
+      if (!isWritable(term.coefficient))
+        return Error{term.place, where + ": the coefficient " + toString(term.coefficient) +
+                                     " of \"" + source.variables[term.variable] + "\" is beyond " +
+                                     std::to_string(largest_number)};
+      to.push_back({term.coefficient, numberOf(term.variable), term.place});
+    }
+    return std::nullopt;
+  }
+
+  std::optional<Error> convertObjective() {
+    const Objective& objective = source.objective;
+    if (objective.sense == Sense::none) return std::nullopt;
+    Objective& made = result.problem.objective;
+    if (auto error = convert(objective.form, made.form, "objective")) return error;
+    if (made.form.empty()) {
+      result.notes.push_back("the objective of the source has no variable: it is always " +
+                             toString(objective.constant));
+      return std::nullopt;
+    }
+    made.sense = objective.sense;
+    made.name = objective.name;
+    made.place = objective.place;
+    if (objective.constant != 0)
+      result.notes.push_back("objective of the source = objective here + " +
+                             toString(objective.constant));
+    return std::nullopt;
+  }
+
+  /// A row over any one variable, a fresh one if the problem has none.
+  void addRow(Int bound) {
+    Names& names = result.problem.variables;
+    if (names.size() == 0) names.add(freshName());
+    Row row;
+    row.form.push_back({1, 0, {}});
+    row.bound = bound;
+    result.problem.rows.push_back(std::move(row));
+  }
+
+  std::optional<Error> convertRows() {
+    bool impossible = false;
+    for (size_t i = 0; i < source.rows.size(); i++) {
+      const Row& row = source.rows[i];
+      const std::string where = "row " + std::to_string(i + 1);
+      Row made = row;
+      made.form.clear();
+      if (auto error = convert(row.form, made.form, where)) return error;
+      if (made.form.empty()) {
+        impossible = impossible || !holdsEmpty(row);
+        result.notes.push_back(where + " of the source has no variable and " +
+                               (holdsEmpty(row) ? "always holds: dropped"
+                                                : "never holds: the last row stands for it"));
+        continue;
+      }
+      if (!isWritable(row.bound))
+        return Error{row.bound_place, where + ": the right-hand side " + toString(row.bound) +
+                                          " is beyond " + std::to_string(largest_number)};
+      result.problem.rows.push_back(std::move(made));
+    }
+    if (impossible) addRow(2);
+    if (result.problem.rows.empty()) {
+      result.notes.push_back("no row is left: the one here always holds");
+      addRow(0);
+    }
+    return std::nullopt;
+  }
+
+  void noteLostVariables() {
+    size_t lost = 0;
+    for (const int number : numbers) lost += number < 0;
+    if (lost != 0)
+      result.notes.push_back(std::to_string(lost) +
+                             " of the source's variables have no weight left and do not occur");
+  }
+
+ public:
+  explicit Converter(const Problem& problem)
+      : source(problem), numbers(static_cast<size_t>(problem.variables.size()), -1) {}
+
+  Result<StarForm> run() {
+    if (auto error = convertObjective()) return *error;
+    if (auto error = convertRows()) return *error;
+    noteLostVariables();
+    return std::move(result);
+  }
+};
+
+} // namespace
+
+Result<StarForm> toStarForm(const Problem& source) {
+  return Converter(source).run();
+}
+
+} // namespace formats

@@ -1,0 +1,406 @@
+/// \file
+/// The reader of our own format: words, then tokens, then a grammar without recursion.
+#include "StarReader.h"
+
+#include "Lexical.h"
+
+#include <algorithm>
+#include <string>
+#include <unordered_set>
+#include <utility>
+
+namespace formats {
+namespace {
+
+enum class Token {
+  end_of_input,
+  minimise,
+  maximise,
+  section,
+  end,
+  name,
+  number,
+  plus,
+  minus,
+  asterisk,
+  colon,
+  semicolon,
+  at_most,
+  at_least,
+  equal
+};
+
+struct Keyword {
+  std::string_view word;
+  Token token;
+};
+
+constexpr Keyword keywords[] = {
+    {"minimize:", Token::minimise}, {"minimum:", Token::minimise}, {"min:", Token::minimise},
+    {"maximize:", Token::maximise}, {"maximum:", Token::maximise}, {"max:", Token::maximise},
+    {"st", Token::section},         {"s.t.", Token::section},      {"st.", Token::section},
+    {"bounds", Token::section},     {"bound", Token::section},     {"general", Token::section},
+    {"generals", Token::section},   {"gen", Token::section},       {"integer", Token::section},
+    {"integers", Token::section},   {"int", Token::section},       {"binary", Token::section},
+    {"binaries", Token::section},   {"bin", Token::section},       {"end", Token::end},
+};
+
+bool equalsIgnoringCase(std::string_view word, std::string_view lower) {
+  if (word.size() != lower.size()) return false;
+  for (size_t i = 0; i < word.size(); i++) {
+    const char c = word[i];
+    if ((c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c) != lower[i]) return false;
+  }
+  return true;
+}
+
+/// Every member that can fail returns false after it has stored the error; the caller passes the
+/// false on.
+class Reader {
+  static constexpr size_t longest_word = 131071;
+  static constexpr size_t longest_image = 255;
+  static constexpr Int lowest_coefficient = -2147483647 - 1;
+
+  std::string_view text;
+  size_t next = 0;       ///< index of the next unread character of the text
+  size_t line = 1;       ///< the line `next` is on
+  size_t line_start = 0; ///< index of the first character of that line
+
+  std::string word;            ///< the current word, carriage returns dropped
+  std::vector<size_t> dropped; ///< how many characters the word had when each return was dropped
+  size_t pos = 0;              ///< index of the next unread character of the word
+  Place word_place;
+  bool line_closed = false; ///< the word was ended by a line end
+  size_t count = 0;         ///< ordinal of the word, comment skips included
+
+  Token token = Token::end_of_input;
+  std::string image; ///< the token's characters
+  Int value = 0;     ///< of a number
+  Place place;       ///< of the token
+
+  Problem problem;
+  FormBuilder builder;
+  std::unordered_set<std::string> row_names;
+  Error error;
+
+  bool fail(std::string message, Place where) {
+    error = {where, std::move(message), count};
+    return false;
+  }
+  bool fail(std::string message) { return fail(std::move(message), place); }
+
+  Place here() const { return Place::at(line, next - line_start + 1); }
+
+  char take() {
+    const char c = text[next++];
+    if (c == '\n') {
+      line++;
+      line_start = next;
+    }
+    return c;
+  }
+
+  bool failOnControl(char c, Place where) {
+    static const char hex[] = "0123456789ABCDEF";
+    const unsigned code = static_cast<unsigned char>(c);
+    return fail(std::string("invalid control character 0x") + hex[code >> 4] + hex[code & 15],
+                where);
+  }
+
+  /// Reads the next word, which may be empty. `ended` tells that there was none before the end of
+  /// the input.
+  bool readWord(bool& ended) {
+    word.clear();
+    dropped.clear();
+    pos = 0;
+    line_closed = false;
+    word_place = here();
+    count++;
+    ended = false;
+    while (next < text.size()) {
+      const Place where = here();
+      const char c = take();
+      if (c == '\r') {
+        if (word.empty())
+          word_place = here();
+        else
+          dropped.push_back(word.size());
+        continue;
+      }
+      if (isSpace(c)) {
+        line_closed = c == '\n';
+        return true;
+      }
+      if (isControl(c)) return failOnControl(c, where);
+      if (word.size() == longest_word)
+        return fail("word length exceeds " + std::to_string(longest_word) + " characters",
+                    word_place);
+      word += c;
+    }
+    if (word.empty()) {
+      ended = true;
+      count--;
+    }
+    return true;
+  }
+
+  /// Drops the rest of the word and of its line; `ended` as for `readWord`.
+  bool skipComment(bool& ended) {
+    pos = word.size();
+    ended = false;
+    count++; // also for the comment that its word's own line end has already closed
+    if (line_closed) return true;
+    while (next < text.size()) {
+      const Place where = here();
+      const char c = take();
+      if (c == '\n') return true;
+      if (c != '\r' && isControl(c)) return failOnControl(c, where);
+    }
+    ended = true;
+    count--;
+    return true;
+  }
+
+  char peek() const { return pos < word.size() ? word[pos] : '\0'; }
+
+  Place placeInWord() const {
+    const auto returns = std::upper_bound(dropped.begin(), dropped.end(), pos) - dropped.begin();
+    return Place::at(word_place.line, word_place.column + pos + static_cast<size_t>(returns));
+  }
+
+  /// Scans the next token into `token`, `image`, `value` and `place`.
+  bool scan() {
+    image.clear();
+    value = 0;
+    while (true) {
+      while (pos >= word.size()) {
+        bool ended = false;
+        if (!readWord(ended)) return false;
+        if (ended) return reachEnd();
+      }
+      if (peek() != '\\' && !(peek() == '*' && pos == 0)) break;
+      bool ended = false;
+      if (!skipComment(ended)) return false;
+      if (ended) return reachEnd();
+    }
+    place = placeInWord();
+    if (pos == 0 && isLetter(peek()))
+      for (const Keyword& keyword : keywords)
+        if (equalsIgnoringCase(word, keyword.word)) {
+          image = word;
+          pos = word.size();
+          token = keyword.token;
+          return true;
+        }
+    const char c = peek();
+    if (beginsName(c)) return scanName();
+    if (isDigit(c) || c == '.') return scanNumber();
+    return scanSymbol();
+  }
+
+  bool reachEnd() {
+    token = Token::end_of_input;
+    place = here();
+    return true;
+  }
+
+  bool scanName() {
+    const size_t start = pos;
+    while (continuesName(peek())) pos++;
+    image.assign(word, start, pos - start);
+    token = Token::name;
+    if (image.size() <= longest_name) return true;
+    return fail("c name `" + image.substr(0, longest_name) + "...' too long > 32 characters");
+  }
+
+  bool scanNumber() {
+    const size_t start = pos;
+    const auto scanned = [&] { return word.substr(start, std::min(pos - start, longest_image)); };
+    const auto digits = [&] {
+      while (isDigit(peek())) pos++;
+    };
+    digits();
+    if (peek() == '.') {
+      pos++;
+      if (pos == start + 1 && !isDigit(peek())) return fail("invalid use of decimal point");
+      digits();
+    }
+    if (peek() == 'e' || peek() == 'E') {
+      pos++;
+      if (peek() == '+' || peek() == '-') pos++;
+      if (!isDigit(peek())) return fail("numeric constant `" + scanned() + "' incomplete");
+      digits();
+    }
+    image = scanned();
+    token = Token::number;
+    const std::optional<Int> parsed = parseInt(image);
+    if (pos - start > longest_image || !parsed || *parsed > largest_number)
+      return fail("numeric constant `" + image + "' out of range (" +
+                  std::to_string(largest_number) + ")");
+    value = *parsed;
+    return true;
+  }
+
+  bool scanSymbol() {
+    const char c = word[pos++];
+    image = c;
+    // The second character of a two-character relation.
+    const auto absorb = [&](char other) {
+      if (peek() != other) return false;
+      image += word[pos++];
+      return true;
+    };
+    switch (c) {
+    case '+':
+      token = Token::plus;
+      return true;
+    case '-':
+      token = Token::minus;
+      return true;
+    case '*':
+      token = Token::asterisk;
+      return true;
+    case ':':
+      token = Token::colon;
+      return true;
+    case ';':
+      token = Token::semicolon;
+      return true;
+    case '<':
+      absorb('=');
+      token = Token::at_most;
+      return true;
+    case '>':
+      absorb('=');
+      token = Token::at_least;
+      return true;
+    case '=':
+      token = absorb('<') ? Token::at_most : absorb('>') ? Token::at_least : Token::equal;
+      return true;
+    default:
+      return fail(std::string("character `") + c + "' not recognized");
+    }
+  }
+
+  /// Reads an optional sign: 1 or -1 into `sign`.
+  bool readSign(int& sign) {
+    sign = token == Token::minus ? -1 : 1;
+    return (token != Token::plus && token != Token::minus) || scan();
+  }
+
+  /// Reads a form. It is left empty when a sign or a coefficient is not followed by a name, even
+  /// after good terms; the names of those stay known.
+  bool readForm(Form& form) {
+    form.clear();
+    do {
+      const Place start = place;
+      int sign = 1;
+      if (!readSign(sign)) return false;
+      Int coefficient = 1;
+      if (token == Token::number) {
+        coefficient = value;
+        if (!scan()) return false;
+        if (token != Token::asterisk) return fail("expecting '*' instead of " + image);
+        if (!scan()) return false;
+      }
+      if (token != Token::name) {
+        builder.take();
+        return true;
+      }
+      const int variable = problem.variables.add(image);
+      if (!builder.add(variable, sign * coefficient, start, lowest_coefficient, largest_number))
+        return fail("c number out of RANGE");
+      if (!scan()) return false;
+    } while (token == Token::plus || token == Token::minus);
+    form = builder.take();
+    return true;
+  }
+
+  bool atLabel() const { return token == Token::name && peek() == ':'; }
+
+  /// Goes from a name that is a label to the token after its colon.
+  bool passLabel() { return scan() && scan(); }
+
+  bool readObjective() {
+    Objective& objective = problem.objective;
+    objective.sense = token == Token::minimise ? Sense::minimise : Sense::maximise;
+    objective.place = place;
+    objective.name = "obj";
+    if (!scan()) return false;
+    if (atLabel()) {
+      objective.name = image;
+      if (!passLabel()) return false;
+    }
+    return readForm(objective.form);
+  }
+
+  bool readRow() {
+    Row row;
+    row.place = place;
+    if (atLabel()) {
+      row.name = image;
+      row.named = true;
+      if (row_names.contains(row.name))
+        return fail("constraint `" + row.name + "' multiply defined");
+      if (!passLabel()) return false;
+    } else {
+      row.name = "r." + std::to_string(count);
+    }
+    if (!readForm(row.form)) return false;
+    if (row.form.empty()) return fail("missing variable name");
+    if (token == Token::at_most)
+      row.relation = Relation::at_most;
+    else if (token == Token::at_least)
+      row.relation = Relation::at_least;
+    else if (token == Token::equal)
+      row.relation = Relation::equal;
+    else
+      return fail("missing constraint sense");
+    if (!scan()) return false;
+    row.bound_place = place;
+    int sign = 1;
+    if (!readSign(sign)) return false;
+    if (token != Token::number) return fail("missing right-hand side");
+    row.bound = sign * value;
+    if (!scan()) return false;
+    if (token != Token::semicolon) return fail("expecting ';'");
+    if (pos < word.size() && peek() != '\\' && peek() != ';')
+      return fail("invalid symbol(s) beyond right-hand side", placeInWord());
+    row_names.insert(row.name);
+    problem.rows.push_back(std::move(row));
+    return true;
+  }
+
+  bool readProblem() {
+    if (!scan()) return false;
+    if ((token == Token::minimise || token == Token::maximise) && !readObjective()) return false;
+    if (token == Token::semicolon && !scan()) return false;
+    do {
+      if (!readRow() || !scan()) return false;
+    } while (token == Token::name || token == Token::number || token == Token::plus ||
+             token == Token::minus);
+    if (token == Token::end) {
+      if (!scan()) return false;
+      if (token != Token::end_of_input) return fail("extra symbol(s) detected beyond `end'");
+    } else if (token != Token::end_of_input) {
+      return fail("symbol `" + image + "' in wrong position");
+    }
+    return true;
+  }
+
+ public:
+  explicit Reader(std::string_view whole) : text(whole) {}
+
+  Result<Problem> read() {
+    if (!readProblem()) return error;
+    return std::move(problem);
+  }
+};
+
+} // namespace
+
+Result<Problem> readStar(std::string_view text) {
+  return Reader(text).read();
+}
+
+} // namespace formats

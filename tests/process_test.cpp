@@ -1,0 +1,282 @@
+/// \file
+/// The program as a process: options, time limits, termination signals, and standard streams that
+/// fail. Whatever happens, there is one whole verdict or an error that no script takes for one.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <regex>
+
+#include "Process.h"
+#include "formats/Check.h"
+#include "formats/SolverOutput.h"
+#include "formats/StarReader.h"
+
+namespace {
+
+const char* const tiny = "+1*x1 +1*x2 >= 1;\n";
+
+/// `pigeons` pigeons in `holes` holes, as clauses: out of reach of clause learning already for a
+/// dozen. With `spare` each pigeon may stay out, at a cost of 1: solutions abound then, but that
+/// the best one is the best stays as hard.
+std::string pigeons(int pigeons, int holes, bool spare) {
+  const auto at = [](int p, int h) { return "p" + std::to_string(p) + "h" + std::to_string(h); };
+  std::string rows;
+  std::string objective = "min: ";
+  for (int p = 1; p <= pigeons; p++) {
+    for (int h = 1; h <= holes; h++) rows += "+1*" + at(p, h) + " ";
+    if (spare) {
+      rows += "+1*out" + std::to_string(p) + " ";
+      objective += "+1*out" + std::to_string(p) + " ";
+    }
+    rows += ">= 1;\n";
+  }
+  for (int h = 1; h <= holes; h++)
+    for (int p = 1; p <= pigeons; p++)
+      for (int q = p + 1; q <= pigeons; q++)
+        rows += "-1*" + at(p, h) + " -1*" + at(q, h) + " >= -1;\n";
+  return (spare ? objective + ";\n" : "") + rows;
+}
+
+const std::string hard_decision = pigeons(14, 13, false);
+const std::string hard_optimisation = pigeons(14, 13, true);
+
+/// The lines of the output that are not comments.
+std::string results(const std::string& out) {
+  return std::regex_replace(out, std::regex("c .*\n"), "");
+}
+
+/// Expects what a run over `problem` prints when it is stopped: total time, then the best solution
+/// if there is an objective, and exit code 10.
+void expectStopped(const Finished& f, const std::string& problem, bool has_solution) {
+  EXPECT_EQ(f.exit, 10) << f.err;
+  EXPECT_TRUE(std::regex_search(f.out, std::regex("c total time              : [0-9.e-]+ s\ns ")))
+      << f.out;
+  EXPECT_EQ(f.out.find("optimum objective"), std::string::npos);
+  if (!has_solution) {
+    EXPECT_EQ(results(f.out), "s UNKNOWN\n");
+    return;
+  }
+  EXPECT_TRUE(std::regex_match(results(f.out), std::regex("s SATISFIABLE\nv [^\n]* \n")));
+  const auto parsed = formats::readStar(problem);
+  const auto output = formats::readSolverOutput(f.out);
+  ASSERT_TRUE(parsed && output);
+  const formats::Report report = formats::checkOutput(*parsed, *output);
+  EXPECT_EQ(report.kind, formats::Report::Kind::holds) << report.sentence;
+}
+
+TEST(Options, AreInterpretedInOrder) {
+  struct Case {
+    std::vector<std::string> arguments;
+    std::string out;
+    int exit;
+  };
+  const std::string solved = "s SATISFIABLE\nv -x1 x2 \n";
+  const std::string run_program = std::string(PROGRAM_DIR) + "/quillon";
+  for (const Case& c : std::vector<Case>{
+           {{}, solved, 10},
+           {{"--t", "30"}, solved, 10},
+           {{"--t", "+30"}, solved, 10},
+           {{"ignored.txt", "--t", "5", "--t", "7", "also"}, solved, 10},
+           {{"--t"}, "No time limit specified", 0},
+           {{"--t", ""}, "No time limit specified", 0},
+           {{"--t", "-30"}, "No time limit specified", 0},
+           {{"--t", "30s"}, "Invalid time limit `30s'\n", 0},
+           {{"--t", "12345678901"}, "Invalid time limit `12345678901'\n", 0},
+           {{"--time"}, "Invalid option `--time'; try " + run_program + " --help\n", 0},
+           {{"-"}, "Invalid option `-'; try " + run_program + " --help\n", 0},
+           {{"--t", "1", "-t"}, "Invalid option `-t'; try " + run_program + " --help\n", 0}}) {
+    const Finished f = run({.program = "quillon", .arguments = c.arguments, .input = tiny});
+    EXPECT_EQ(results(f.out), c.out);
+    EXPECT_EQ(f.exit, c.exit) << c.out;
+    EXPECT_EQ(f.err, "c Quillon version " QUILLON_VERSION " (September 2005)\nc Developed @ Tessaly\n"
+                     "c  by Maravel\n");
+  }
+  const Finished help = run({.program = "quillon", .arguments = {"--help"}});
+  EXPECT_EQ(help.exit, 0);
+  EXPECT_TRUE(std::regex_match(
+      help.out, std::regex("Usage: quillon \\[options...\\] < filename\n\n  options:\n"
+                           "   --t nnn                   set timeout to nnn seconds\n"
+                           "   --help                    display this help information\n\n"
+                           " for more info, please visit [^\n]+\n\n")))
+      << help.out;
+}
+
+TEST(Output, HasTheLinesInTheirOrder) {
+  const Finished f = run({.program = "quillon", .input = "min: +1*x1 +2*x2;\n+1*x1 +1*x2 >= 1;\n"});
+  EXPECT_TRUE(std::regex_match(
+      f.out, std::regex("c starting to Solve\nc #variables read: 2 - #constraints read: 2\n"
+                        "c optimum objective found = 1\nc total time              : [0-9.e-]+ s\n"
+                        "s OPTIMUM FOUND\nv x1 -x2 \n")))
+      << f.out;
+  EXPECT_EQ(f.exit, 30);
+  const Finished g = run({.program = "quillon", .input = "+1*x1 +1*x2 >= 3;\n"});
+  EXPECT_EQ(g.out, "here\ns UNSATISFIABLE\n");
+  EXPECT_EQ(g.exit, 20);
+}
+
+TEST(TimeLimit, EndsTheSearchWithTheBestSolution) {
+  // The limit has passed once a second of processor time has begun after it.
+  const Finished decision =
+      run({.program = "quillon", .arguments = {"--t", "0"}, .input = hard_decision});
+  expectStopped(decision, hard_decision, false);
+  for (const char* limit : {"0", "abc", ""}) { // what is no number counts as 0
+    const Finished optimisation = run(
+        {.program = "quillon", .environment = {{"PBTIMEOUT", limit}}, .input = hard_optimisation});
+    expectStopped(optimisation, hard_optimisation, true);
+  }
+  // The option wins over the environment, and a negative value there is none.
+  for (const char* limit : {"0", "-5"}) {
+    const Finished f = run({.program = "quillon",
+                            .arguments = {"--t", "1000"},
+                            .environment = {{"PBTIMEOUT", limit}},
+                            .input = tiny});
+    EXPECT_EQ(f.exit, 10);
+    EXPECT_EQ(results(f.out), "s SATISFIABLE\nv -x1 x2 \n");
+  }
+}
+
+/// Waits until the process has been searching for a while.
+void letSearch(const Process& process) {
+  while (process.processorTime() < 0.5) usleep(1000);
+}
+
+TEST(Signals, TheFirstEndsTheSearchWithTheBestSolution) {
+  for (const int signal : {SIGTERM, SIGINT, SIGXCPU}) {
+    Process decision({.program = "quillon", .input = hard_decision});
+    Process optimisation({.program = "quillon", .input = hard_optimisation});
+    letSearch(decision);
+    letSearch(optimisation);
+    decision.send(signal);
+    optimisation.send(signal);
+    expectStopped(decision.finish(), hard_decision, false);
+    expectStopped(optimisation.finish(), hard_optimisation, true);
+  }
+}
+
+TEST(Signals, TheSecondEndsTheProcess) {
+  Process process({.program = "quillon", .input = hard_optimisation});
+  letSearch(process);
+  process.send(SIGSTOP); // so that both signals come before the process can do anything
+  process.send(SIGTERM);
+  process.send(SIGINT);
+  process.send(SIGCONT);
+  const Finished f = process.finish();
+  EXPECT_TRUE(f.signal == SIGTERM || f.signal == SIGINT) << "exit code " << f.exit;
+  EXPECT_EQ(results(f.out), "");
+}
+
+TEST(Signals, WhileReadingNothingIsKnown) {
+  for (const int signal : {SIGTERM, SIGINT, SIGXCPU}) {
+    int fds[2];
+    ASSERT_EQ(pipe2(fds, O_CLOEXEC), 0);
+    ASSERT_EQ(write(fds[1], tiny, 10), 10); // the rest never comes
+    Process process({.program = "quillon", .input_fd = fds[0]});
+    ASSERT_TRUE(process.waitForError("Maravel"));
+    process.send(signal);
+    const Finished f = process.finish();
+    EXPECT_EQ(f.out, "s UNKNOWN\n");
+    EXPECT_EQ(f.exit, 0);
+    close(fds[0]);
+    close(fds[1]);
+  }
+}
+
+TEST(Signals, IgnoredOnesStayIgnored) {
+  std::signal(SIGINT, SIG_IGN); // inherited, as from a shell's background job
+  Process process({.program = "quillon", .arguments = {"--t", "0"}, .input = hard_decision});
+  std::signal(SIGINT, SIG_DFL);
+  ASSERT_TRUE(process.waitForError("Maravel"));
+  process.send(SIGINT);
+  expectStopped(process.finish(), hard_decision, false);
+}
+
+TEST(Progress, IsOffUnlessAskedForOrOnATerminal) {
+  const std::regex line("c [0-9-]{10}T[0-9:]{8}Z [0-9.]+ s, [0-9]+ conflicts, [0-9]+ restarts, "
+                        "[0-9]+ learnt, best objective [0-9]+ at [0-9.]+ s\n");
+  for (const char* wish : {"", "0", "1"}) {
+    const Finished f = run({.program = "quillon",
+                            .arguments = {"--t", std::string(wish) == "1" ? "1" : "0"},
+                            .environment = {{"QUILLON_PROGRESS", wish}},
+                            .input = hard_optimisation});
+    expectStopped(f, hard_optimisation, true);
+    EXPECT_EQ(std::regex_search(f.err, line), std::string(wish) == "1") << f.err;
+    EXPECT_EQ(f.out.find("conflicts"), std::string::npos);
+  }
+}
+
+/// What the process says on a terminal, up to its end.
+std::string onTerminal(const Process::Setup& setup, int width) {
+  const int master = posix_openpt(O_RDWR | O_NOCTTY);
+  EXPECT_TRUE(master >= 0 && grantpt(master) == 0 && unlockpt(master) == 0);
+  const int terminal = open(ptsname(master), O_RDWR | O_NOCTTY);
+  winsize size{};
+  size.ws_col = static_cast<unsigned short>(width);
+  ioctl(master, TIOCSWINSZ, &size);
+  Process::Setup on_terminal = setup;
+  on_terminal.error_fd = terminal;
+  Process process(on_terminal);
+  close(terminal);
+  std::string said;
+  char buffer[4096];
+  for (ssize_t n; (n = read(master, buffer, sizeof buffer)) > 0;)
+    said.append(buffer, static_cast<size_t>(n));
+  close(master);
+  expectStopped(process.finish(), setup.input, true);
+  return said;
+}
+
+TEST(Progress, OnATerminalIsOneLineThatGoesAway) {
+  for (const int width : {200, 30}) {
+    const std::string said = onTerminal(
+        {.program = "quillon", .arguments = {"--t", "1"}, .input = hard_optimisation}, width);
+    const std::string erase = "\r\033[K";
+    ASSERT_GT(said.size(), erase.size());
+    EXPECT_EQ(said.substr(said.size() - erase.size()), erase);
+    std::smatch last;
+    ASSERT_TRUE(std::regex_search(said, last, std::regex("\rc ([^\r\n]*)\033\\[K")));
+    EXPECT_LT(last[1].length(), width - 2);
+    EXPECT_EQ(last[1].str().find("best objective") != std::string::npos, width == 200);
+  }
+  const std::string quiet = onTerminal({.program = "quillon",
+                                        .arguments = {"--t", "0"},
+                                        .environment = {{"QUILLON_PROGRESS", "0"}},
+                                        .input = hard_optimisation},
+                                       80);
+  EXPECT_EQ(quiet.find('\033'), std::string::npos);
+}
+
+TEST(StandardOutput, ThatCannotBeWrittenIsAnError) {
+  int fds[2];
+  ASSERT_EQ(pipe2(fds, O_CLOEXEC), 0);
+  close(fds[0]);
+  const std::string overflow = "+2147483647*x1 -2147483647*x2 >= 2147483647;\n";
+  for (const std::string& input :
+       {std::string(tiny), std::string("+1*x1 >= 2;\n"), std::string("?;"), overflow}) {
+    for (const Process::Setup& setup :
+         {Process::Setup{.program = "quillon", .input = input, .close_output = true},
+          Process::Setup{.program = "quillon", .input = input, .output_file = "/dev/full"},
+          Process::Setup{.program = "quillon", .input = input, .output_fd = fds[1]}}) {
+      const Finished f = run(setup);
+      EXPECT_EQ(f.exit, 74) << input;
+      EXPECT_NE(f.err.find("standard output cannot be written"), std::string::npos) << f.err;
+    }
+  }
+  const Finished help =
+      run({.program = "quillon", .arguments = {"--help"}, .output_file = "/dev/full"});
+  EXPECT_EQ(help.exit, 74);
+  close(fds[1]);
+}
+
+TEST(StandardInput, ThatCannotBeReadIsRejected) {
+  const Finished closed = run({.program = "quillon", .close_input = true});
+  EXPECT_EQ(closed.out, "c 1: read error - Bad file descriptor\ns UNKNOWN\n");
+  EXPECT_EQ(closed.exit, 0);
+  const Finished directory = run({.program = "quillon", .input_file = "/"});
+  EXPECT_EQ(directory.out, "c 1: read error - Is a directory\ns UNKNOWN\n");
+  EXPECT_EQ(directory.exit, 0);
+}
+
+} // namespace
