@@ -26,6 +26,9 @@ if [ "${1:-}" = ci ]; then
   need clang-tidy which clang-tidy
   need cppcheck which cppcheck
   need valgrind which valgrind
+  need shellcheck which shellcheck
+  need pkg-config which pkg-config
+  need lintian which lintian
 fi
 [ -n "$lacking" ] || exit 0
 
