@@ -142,7 +142,9 @@ Report checkOutput(const Problem& problem, const SolverOutput& output, const Nam
                  signOf(row.relation) + " " + toString(row.bound) + " is false");
   }
 
-  std::string sentence = "ok: all " + std::to_string(problem.rows.size()) + " rows hold";
+  std::string sentence = problem.rows.size() == 1
+                             ? "ok: the one row holds"
+                             : "ok: all " + std::to_string(problem.rows.size()) + " rows hold";
   const Objective& objective = problem.objective;
   if (objective.sense == Sense::none) {
     if (output.reported || output.objective)

@@ -30,8 +30,8 @@ class Reader {
 
   Problem problem;
   FormBuilder builder;
-  /// Sum of the magnitudes of the statement's numbers, those of the literals counted twice. While
-  /// it is an Int, so is every sum that the rewriting and any evaluation can come to.
+  /// Sum of the magnitudes of the statement's numbers, those of negated literals counted twice.
+  /// While it is an Int, so is every sum that the rewriting and any evaluation can come to.
   Int weight = 0;
   Error error;
 
@@ -126,9 +126,9 @@ class Reader {
     const char c = peek();
     if (c == '~' || c == '+' || c == '-' || c == '*' || c == ':')
       return fail("a blank is missing behind the name");
-    if (!charge(magnitude(coefficient), place) || !charge(magnitude(coefficient), place))
-      return false;
+    if (!charge(magnitude(coefficient), place)) return false;
     if (negated) {
+      if (!charge(magnitude(coefficient), place)) return false;
       constant += coefficient;
       coefficient = -coefficient;
     }

@@ -29,7 +29,9 @@ class Converter {
   /// A legal name that neither the source nor the result has.
   std::string freshName() {
     while (true) {
-      std::string name = "v" + std::to_string(++fresh_names) + "_";
+      std::string name = "v";
+      name += std::to_string(++fresh_names);
+      name += '_';
       if (source.variables.find(name) < 0 && result.problem.variables.find(name) < 0) return name;
     }
   }

@@ -102,6 +102,8 @@ int run(int argc, char** argv) {
   if (files.size() > 2) return complain(exit_usage, "too many files; try --help");
   if (!files.empty()) options.input = files[0];
   if (files.size() == 2) options.output = files[1];
+  if (options.map == "-" && options.output == "-")
+    return complain(exit_usage, "map and problem cannot both go to standard output");
   return convert(options);
 }
 

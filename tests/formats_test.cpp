@@ -1,0 +1,574 @@
+/// \file
+/// The formats library: what each reader takes and refuses, that conversions keep the meaning, and
+/// that the check of outputs notices every kind of false claim.
+#include "formats/Check.h"
+#include "formats/InputFile.h"
+#include "formats/OpbReader.h"
+#include "formats/ProblemReader.h"
+#include "formats/SolverOutput.h"
+#include "formats/StarForm.h"
+#include "formats/StarReader.h"
+#include "formats/StarWriter.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+namespace formats {
+namespace {
+
+/// A problem in one line, without regard to the format it came from.
+std::string show(const Problem& problem) {
+  const auto form = [&](const Form& terms) {
+    std::string text;
+    for (const Term& term : terms)
+      text += toString(term.coefficient) + problem.variables[term.variable] + " ";
+    return text;
+  };
+  std::string text;
+  const Objective& objective = problem.objective;
+  if (objective.sense != Sense::none)
+    text += std::string(objective.sense == Sense::minimise ? "min " : "max ") +
+            form(objective.form) + "+ " + toString(objective.constant) + "; ";
+  for (const Row& row : problem.rows)
+    text += (row.named ? row.name + ": " : "") + form(row.form) + signOf(row.relation) + " " +
+            toString(row.bound) + "; ";
+  return text;
+}
+
+std::string repeated(const std::string& text, size_t times) {
+  std::string result;
+  for (size_t i = 0; i < times; i++) result += text;
+  return result;
+}
+
+// ------------------------------------------------------------------------------------------------
+// Integers
+
+TEST(Integer, ReadsAndWritesUpTo127BitsAndNothingBeyond) {
+  const std::string largest = "170141183460469231731687303715884105727";
+  EXPECT_EQ(parseInt(largest), largest_int);
+  EXPECT_EQ(toString(largest_int), largest);
+  EXPECT_EQ(parseInt("-" + largest), -largest_int);
+  EXPECT_EQ(toString(-largest_int - 1), "-170141183460469231731687303715884105728");
+  EXPECT_EQ(parseInt(repeated("0", 300) + "42"), Int{42});
+  for (const char* text : {"170141183460469231731687303715884105728", "", "-", "+-1", "1 ", "0x1",
+                           "999999999999999999999999999999999999999999999999999999"})
+    EXPECT_FALSE(parseInt(text)) << text;
+}
+
+// ------------------------------------------------------------------------------------------------
+// Our own format
+
+struct Accepted {
+  std::string text;
+  std::string problem;
+};
+
+TEST(StarReader, Accepts) {
+  const std::string name32(32, 'n');
+  const Accepted table[] = {
+      {"min: +2*x1 +3*x2 ;\nc1: +1*x1 -4*x2 >= -2;\n", "min 2x1 3x2 + 0; c1: 1x1 -4x2 >= -2; "},
+      {"MAXIMUM: cost: x1 ; -x1<-1; end", "max 1x1 + 0; -1x1 <= -1; "},
+      {"min >= 0;", "1min >= 0; "}, // only "min:" in one word is the keyword
+      {"x=<1;\nx=>1;\nx>1;\nx = +1;", "1x <= 1; 1x >= 1; 1x >= 1; 1x = 1; "},
+      {"+3*x1 +2*x1 -5*y +5*y >= 007;", "5x1 0y >= 7; "},
+      {"-2147483647*x -1*x >= 1;", "-2147483648x >= 1; "},
+      {"3* x >= -5;", "3x >= -5; "},
+      {"+1*_a!# +1*{b|c} +1*$x.y >= 2 ;", "1_a!# 1{b|c} 1$x.y >= 2; "},
+      {"+int +1*end +e1 >= 1;", "1int 1end 1e1 >= 1; "},
+      {"end: x >= 1;", "end: 1x >= 1; "},
+      {"; x >= 1;", "1x >= 1; "},
+      {"min: +1*a - ; b >= 1; end * over", "min + 0; 1b >= 1; "},
+      {"min: +2* ; b >= 1;", "min + 0; 1b >= 1; "},
+      {"*\nx >= 1;", "1x >= 1; "}, // the lone star's comment ends with its own line
+      {"x >= 1;\\\ny >= 1;", "1x >= 1; 1y >= 1; "},
+      {"x >= 1; \\ a comment to the end of the text", "1x >= 1; "},
+      {"x\r >= 1\r\n;\r\n", "1x >= 1; "},
+      {name32 + " >= 1;", "1" + name32 + " >= 1; "},
+  };
+  for (const Accepted& entry : table) {
+    const Result<Problem> problem = readStar(entry.text);
+    ASSERT_TRUE(problem) << entry.text << "\n" << problem.error().text();
+    EXPECT_EQ(show(*problem), entry.problem) << entry.text;
+  }
+}
+
+TEST(StarReader, NumbersVariablesByFirstOccurrenceEvenInAnAbandonedObjective) {
+  const Result<Problem> problem = readStar("min: +1*b +1*c - ;\n+1*a +1*b +2*b >= 1;\n");
+  ASSERT_TRUE(problem);
+  EXPECT_TRUE(problem->objective.form.empty());
+  EXPECT_EQ(problem->variables.find("b"), 0);
+  EXPECT_EQ(problem->variables.find("c"), 1);
+  EXPECT_EQ(problem->variables.find("a"), 2);
+  EXPECT_EQ(show(*problem), "min + 0; 1a 3b >= 1; ");
+}
+
+struct Refused {
+  std::string text;
+  std::string error; ///< place and message
+  size_t word = 0;   ///< our own format only
+};
+
+TEST(StarReader, Refuses) {
+  const std::string long_name(40, 'n');
+  const Refused table[] = {
+      {"", "1:1: missing variable name", 0},
+      {"* a\n* b\n", "3:1: missing variable name", 4},
+      {"min: +1*x1 ;\n", "2:1: missing variable name", 3},
+      {"x >= 1;\nr.1: x >= 1;\n", "2:1: constraint `r.1' multiply defined", 4},
+      {"c: x >= 1;\n\nc: x >= 1;", "3:1: constraint `c' multiply defined", 6},
+      {"st x >= 1;", "1:1: missing variable name", 1},
+      {"+2147483647*x +1*x >= 1;", "1:18: c number out of RANGE", 2},
+      {"-2147483647*x -2*x >= 1;", "1:18: c number out of RANGE", 2},
+      {"x >= 2147483648;", "1:6: numeric constant `2147483648' out of range (2147483647)", 3},
+      {"3.5*x >= 1;", "1:1: numeric constant `3.5' out of range (2147483647)", 1},
+      {"+1e3*x >= 1;", "1:2: numeric constant `1e3' out of range (2147483647)", 1},
+      {"2ex1 >= 1;", "1:1: numeric constant `2e' incomplete", 1},
+      {". >= 1;", "1:1: invalid use of decimal point", 1},
+      {std::string(256, '0') + "*x >= 1;",
+       "1:1: numeric constant `" + std::string(255, '0') + "' out of range (2147483647)", 1},
+      {"3x1 >= 1;", "1:2: expecting '*' instead of x1", 1},
+      {"+3 *x1 >= 1;\nx2 >= 1;", "2:1: expecting '*' instead of x2", 4},
+      {"x1 x2 >= 1;", "1:4: missing constraint sense", 2},
+      {"x >= ;", "1:6: missing right-hand side", 3},
+      {"x >= 1 y", "1:8: expecting ';'", 4},
+      {"x>=1;y>=1;", "1:6: invalid symbol(s) beyond right-hand side", 1},
+      {"x>=1;; ", "1:6: symbol `;' in wrong position", 1},
+      {"x>=1;\nmin: x;", "2:1: symbol `min:' in wrong position", 2},
+      {"x>=1; end y", "1:11: extra symbol(s) detected beyond `end'", 3},
+      {"x ^ 2", "1:3: character `^' not recognized", 2},
+      {"x : y >= 1;", "1:3: missing constraint sense", 2},
+      {"* a\tb\nx>=1;", "1:4: invalid control character 0x09", 2},
+      {std::string("x\0>=1;", 6), "1:2: invalid control character 0x00", 1},
+      {"x\x7F", "1:2: invalid control character 0x7F", 1},
+      {long_name, "1:1: c name `" + long_name.substr(0, 32) + "...' too long > 32 characters", 1},
+      {std::string(131072, 'x'), "1:1: word length exceeds 131071 characters", 1},
+      {"+1*x\r\r+1*\r^", "1:11: character `^' not recognized", 1},
+  };
+  for (const Refused& entry : table) {
+    const Result<Problem> problem = readStar(entry.text);
+    ASSERT_FALSE(problem) << entry.text;
+    EXPECT_EQ(problem.error().text(), entry.error) << entry.text;
+    EXPECT_EQ(problem.error().word, entry.word) << entry.text;
+  }
+}
+
+TEST(StarWriter, WhatIsWrittenIsReadAsTheSame) {
+  const char* texts[] = {
+      "min: +1*x -2*y ;\nc: +1*x >= -3;\n+0*z <= 4;\n",
+      "max: min:+1*x;\nmin:+1*x = 1;\nend: +end +int >= 1;\n", // labels that alone are keywords
+      "min: ;\nx >= 1;",
+      "-2147483647*x -1*x +2*y >= -2147483647;\n",
+  };
+  for (const char* text : texts) {
+    const Result<Problem> first = readStar(text);
+    ASSERT_TRUE(first) << text << first.error().text();
+    const std::string written = writeStar(*first, {"a comment; with * anything \\ in it"});
+    const Result<Problem> second = readStar(written);
+    ASSERT_TRUE(second) << written << second.error().text();
+    EXPECT_EQ(show(*second), show(*first)) << written;
+    EXPECT_EQ(second->objective.name, first->objective.name);
+  }
+}
+
+TEST(StarWriter, DropsGivenNamesThatAReaderMayMakeUp) {
+  // Written as it stands, the first row's made-up name would be the given one of the second.
+  const Result<Problem> first = readStar("\n+1*x >= 1;\nr.9: +1*x >= 0;\n");
+  ASSERT_TRUE(first);
+  const Result<Problem> second = readStar(writeStar(*first));
+  ASSERT_TRUE(second);
+  EXPECT_EQ(show(*second), "1x >= 1; 1x >= 0; ");
+}
+
+// ------------------------------------------------------------------------------------------------
+// OPB
+
+TEST(OpbReader, Accepts) {
+  const Accepted table[] = {
+      {"* #variable= 2 #constraint= 1\nmin: 1 x1 -2 x2 ;\n+1 x1 +1 x2 >= 1 ;\n",
+       "min 1x1 -2x2 + 0; 1x1 1x2 >= 1; "},
+      {"max:+1 a;1 a<=1;1 a=+1;", "max 1a + 0; 1a <= 1; 1a = 1; "},
+      {"min: 3 ~x +5 -1 y ;\n2 ~x 3 x >= - 1 ;", "min -3x -1y + 8; 1x >= -3; "},
+      {"1 x -1 x +2 >= 1 ;", "0x >= -1; "},
+      {">= 1 ;", ">= 1; "},
+      {"1 x\n* in between ; ~\n  * indented\n>= 1\n;", "1x >= 1; "},
+      {"1 x[1] 1 \xC3\xA4 1 a!b >= 1;", "1x[1] 1\xC3\xA4 1a!b >= 1; "},
+      {"100000000000000000000000000000000000000 x >= 1;",
+       "100000000000000000000000000000000000000x >= 1; "},
+  };
+  for (const Accepted& entry : table) {
+    const Result<Problem> problem = readOpb(entry.text);
+    ASSERT_TRUE(problem) << entry.text << "\n" << problem.error().text();
+    EXPECT_EQ(show(*problem), entry.problem) << entry.text;
+  }
+  EXPECT_EQ(readOpb(table[0].text)->declared, 2);
+}
+
+TEST(OpbReader, Refuses) {
+  const Refused table[] = {
+      {"* nothing\n", "2:1: there is neither a row nor an objective"},
+      {"1 x1 x2 >= 1;", "1:6: a product of literals: only linear sums are supported"},
+      {"1 x1 ~x2 >= 1;", "1:6: a product of literals: only linear sums are supported"},
+      {"1 x1 != 1;", "1:6: the relation != is not linear"},
+      {"1 x1 > 1;", "1:6: unknown relation >, known are >=, <= and ="},
+      {"1 x1 == 1;", "1:6: unknown relation ==, known are >=, <= and ="},
+      {"1 x1 >= 1 <= 2;", "1:11: the row has two relations"},
+      {"soft: 3 ;", "1:1: soft constraints are not supported"},
+      {"[2] 1 x1 >= 1;", "1:1: soft constraints are not supported"},
+      {"min: 1 x;\nmin: 1 y;", "2:1: a second objective"},
+      {"1 x >= 1;\nmin: 1 y;", "2:1: the objective must come before the rows"},
+      {"min: 1 x >= 1;", "1:10: the objective has a relation"},
+      {"maximise: 1 x;", "1:1: unknown keyword \"maximise:\""},
+      {"1 x >= 1;\n1 y >= 1\n", "3:1: the last statement has no ';'"},
+      {"1 x", "1:4: the last statement has no ';'"},
+      {"1 x ;", "1:5: the row has no relation"},
+      {"1.5 x >= 1;", "1:1: the number is not an integer"},
+      {"1 x >= 1.5;", "1:8: the number is not an integer"},
+      {"1 x >= y;", "1:8: the right-hand side is no integer"},
+      {"1 x >= 1 y;", "1:10: expecting ';' behind the right-hand side"},
+      {"2x >= 1;", "1:2: a blank is missing behind the number"},
+      {"1 x+2 y >= 1;", "1:4: a blank is missing behind the name"},
+      {"1 x-1 >= 1;", "1:4: a blank is missing behind the name"},
+      {"1 ~ x >= 1;", "1:4: '~' must stand right in front of a name"},
+      {"x >= 1;", "1:1: the literal has no coefficient"},
+      {"3 2 x >= 1;", "1:3: a number follows a number"},
+      {"+3*x >= 1;", "1:3: a term is a coefficient, a blank and a literal, without a '*'"},
+      {"1 x >= 1; * no comment",
+       "1:11: a term is a coefficient, a blank and a literal, without a '*'"},
+      {std::string("1 x\0 >= 1;", 10), "1:4: unexpected character 0x00"},
+      {"1 x\n >= 170141183460469231731687303715884105728;",
+       "2:5: the number of 39 digits is beyond 127 bits"},
+      // Each number fits, but a negated literal moves its weight to the bound.
+      {"100000000000000000000000000000000000000 x >= 1;\n 100000000000000000000000000000000000000 "
+       "~x >= 1;",
+       "2:2: the numbers of this statement add up to more than 127 bits"},
+  };
+  for (const Refused& entry : table) {
+    const Result<Problem> problem = readOpb(entry.text);
+    ASSERT_FALSE(problem) << entry.text;
+    EXPECT_EQ(problem.error().text(), entry.error) << entry.text;
+  }
+}
+
+TEST(ProblemReader, TellsTheFormatsApartAndReportsTheReaderThatGotFurther) {
+  EXPECT_EQ(show(*readProblem("+1*x >= 1;")), "1x >= 1; ");
+  EXPECT_EQ(show(*readProblem("+1 x >= 1;")), "1x >= 1; ");
+  EXPECT_EQ(readProblem("1 x >= 1;\n1 y >= y;").error().text(),
+            "2:8: the right-hand side is no integer");
+  EXPECT_EQ(readProblem("1*x >= 1;\n1*y >= y;").error().text(), "2:8: missing right-hand side");
+}
+
+// ------------------------------------------------------------------------------------------------
+// From OPB to our own format
+
+struct Converted {
+  std::string opb;
+  std::string star; ///< the lines behind the first
+};
+
+TEST(StarForm, ConvertsAndLosesNoRow) {
+  const std::string long_name(33, 'n');
+  const Converted table[] = {
+      {"max: 1 x 2 ~y;1 x >= 1;",
+       "* objective of the source = objective here + 2\nmax: +1*x -2*y ;\n+1*x >= 1 ;\n"},
+      {"1 x -1 x >= 0; 1 y >= 1;",
+       "* row 1 of the source has no variable and always holds: dropped\n"
+       "* 1 of the source's variables have no weight left and do not "
+       "occur\n+1*y >= 1 ;\n"},
+      {"1 x >= 1; <= -1; 1 y 1 ~y = 1;",
+       "* row 2 of the source has no variable and never holds: the last row stands for it\n"
+       "* row 3 of the source has no variable and always holds: dropped\n"
+       "* 1 of the source's variables have no weight left and do not occur\n"
+       "+1*x >= 1 ;\n+1*x >= 2 ;\n"},
+      {">= 99999999999;",
+       "* row 1 of the source has no variable and never holds: the last row stands for it\n"
+       "+1*v1_ >= 2 ;\n"},
+      {"min: 2;", "* the objective of the source has no variable: it is always 2\n"
+                  "* no row is left: the one here always holds\n+1*v1_ >= 0 ;\n"},
+      // A fresh name is new to the source, too, and keywords are fine beside a coefficient.
+      {"1 x[1] 1 v1_ 1 end 1 " + long_name + " >= 1;", "+1*v2_ +1*v1_ +1*end +1*v3_ >= 1 ;\n"},
+  };
+  for (const Converted& entry : table) {
+    const Result<StarForm> form = toStarForm(*readOpb(entry.opb));
+    ASSERT_TRUE(form) << entry.opb << "\n" << form.error().text();
+    const std::string text = writeStar(form->problem, form->notes);
+    EXPECT_EQ(text.substr(text.find('\n') + 1), entry.star) << entry.opb;
+    const Result<Problem> again = readStar(text);
+    ASSERT_TRUE(again) << text << again.error().text();
+    EXPECT_EQ(again->rows.size(), form->problem.rows.size());
+  }
+}
+
+TEST(StarForm, RefusesWhatOurFormatCannotHold) {
+  const Refused table[] = {
+      {"1 x >= 1;\n1 x\n 2147483648 y >= 1;",
+       "3:2: row 2: the coefficient 2147483648 of \"y\" is beyond 2147483647"},
+      {"min: 2147483647 x 1 x;\n1 x >= 1;",
+       "1:6: objective: the coefficient 2147483648 of \"x\" is beyond 2147483647"},
+      {"2147483647 ~x -5 y >= -9;", ""}, // rewritten: -2147483647 x - 5 y >= -2147483656
+      {"1 x >= -2147483648;", "1:8: row 1: the right-hand side -2147483648 is beyond 2147483647"},
+  };
+  for (const Refused& entry : table) {
+    const Result<StarForm> form = toStarForm(*readOpb(entry.text));
+    ASSERT_FALSE(form) << entry.text;
+    if (!entry.error.empty()) {
+      EXPECT_EQ(form.error().text(), entry.error);
+    }
+  }
+  EXPECT_TRUE(toStarForm(*readOpb("2147483648 x -1 x >= 1;"))) << "only the merged number counts";
+}
+
+/// Random OPB problems over few variables with negated and repeated literals. Whatever the readers,
+/// the rewriting and the writer do, under every assignment each row must be as true as the literals
+/// as generated say, and the objective as large.
+TEST(StarForm, KeepsTheMeaningOfRandomProblems) {
+  struct Literal {
+    int coefficient, variable;
+    bool negated;
+  };
+  constexpr int variables = 4;
+  std::mt19937 random(7);
+  const auto pick = [&](int low, int high) {
+    return low + static_cast<int>(random() % static_cast<unsigned>(high - low + 1));
+  };
+  for (int round = 0; round < 300; round++) {
+    std::string text;
+    std::vector<std::vector<Literal>> sums; // the objective's first
+    std::vector<int> bounds, relations;
+    const int rows = pick(1, 3);
+    for (int i = 0; i <= rows; i++) {
+      sums.emplace_back();
+      if (i == 0) text += "min: ";
+      for (int k = pick(1, 6); k > 0; k--) {
+        const Literal literal = {pick(-4, 4), pick(0, variables - 1), pick(0, 1) == 1};
+        sums.back().push_back(literal);
+        text += std::to_string(literal.coefficient) + (literal.negated ? " ~x" : " x") + "[" +
+                std::to_string(literal.variable) + "] ";
+      }
+      relations.push_back(pick(0, 2));
+      bounds.push_back(pick(-5, 5));
+      if (i > 0)
+        text += std::string(signOf(static_cast<Relation>(relations.back()))) + " " +
+                std::to_string(bounds.back());
+      text += ";\n";
+    }
+    const Result<Problem> opb = readOpb(text);
+    ASSERT_TRUE(opb) << text << opb.error().text();
+    const Result<StarForm> form = toStarForm(*opb);
+    ASSERT_TRUE(form) << text;
+    const Result<Problem> star = readStar(writeStar(form->problem, form->notes));
+    ASSERT_TRUE(star) << text << star.error().text();
+
+    for (unsigned bits = 0; bits < 1U << variables; bits++) {
+      std::vector<int> truth;
+      bool all_hold = true;
+      for (size_t i = 0; i < sums.size(); i++) {
+        int sum = 0;
+        for (const Literal& l : sums[i])
+          if (((bits >> l.variable) & 1) != static_cast<unsigned>(l.negated)) sum += l.coefficient;
+        truth.push_back(sum);
+        if (i > 0 && !(relations[i] == 0   ? sum <= bounds[i]
+                       : relations[i] == 1 ? sum == bounds[i]
+                                           : sum >= bounds[i]))
+          all_hold = false;
+      }
+      std::vector<ValueEntry> values;
+      for (int v = 0; v < variables; v++) {
+        const std::string name = "x[" + std::to_string(v) + "]";
+        if (opb->variables.find(name) >= 0)
+          values.push_back({((bits >> v) & 1 ? "" : "-") + name, {}});
+      }
+      const Result<Assignment> of_opb = assignmentOf(*opb, values);
+      ASSERT_TRUE(of_opb) << of_opb.error().text();
+      EXPECT_EQ(evaluate(*opb, *of_opb).kind == Evaluation::Kind::holds, all_hold) << text << bits;
+      const Objective& objective = opb->objective;
+      EXPECT_EQ(toString(*valueOf(objective.form, *of_opb) + objective.constant),
+                std::to_string(truth[0]));
+
+      // The star form's variables by way of the renaming.
+      Assignment of_star(static_cast<size_t>(star->variables.size()), Value::negative);
+      for (const auto& [new_name, old_name] : form->renamed)
+        if (star->variables.find(new_name) >= 0)
+          of_star[static_cast<size_t>(star->variables.find(new_name))] =
+              (*of_opb)[static_cast<size_t>(opb->variables.find(old_name))];
+      EXPECT_EQ(evaluate(*star, of_star).kind == Evaluation::Kind::holds, all_hold) << text << bits;
+      EXPECT_EQ(toString(*valueOf(star->objective.form, of_star) + objective.constant),
+                std::to_string(truth[0]));
+    }
+  }
+}
+
+// ------------------------------------------------------------------------------------------------
+// Solver outputs and their check
+
+TEST(SolverOutput, ReadsOursAndTheCompetitions) {
+  const Result<SolverOutput> ours =
+      readSolverOutput("c starting to Solve\nc optimum objective found = -3\n"
+                       "c total time              : 0 s\ns OPTIMUM FOUND\nv x1 -x2 x3 \n");
+  ASSERT_TRUE(ours);
+  EXPECT_EQ(ours->answer, Answer::optimum);
+  EXPECT_EQ(ours->reported, Int{-3});
+  ASSERT_EQ(ours->values.size(), 3U);
+  EXPECT_EQ(ours->values[1].text, "-x2");
+  EXPECT_EQ(ours->values[1].place, Place::at(5, 6));
+
+  const Result<SolverOutput> theirs =
+      readSolverOutput("o 9\nv x1 ~x2\no 4\nvalue of nothing\ns SATISFIABLE\r\nv x3");
+  ASSERT_TRUE(theirs);
+  EXPECT_EQ(theirs->answer, Answer::satisfiable);
+  EXPECT_EQ(theirs->objective, Int{4});
+  EXPECT_EQ(theirs->values.size(), 3U);
+  EXPECT_FALSE(theirs->reported);
+
+  EXPECT_EQ(readSolverOutput("here\ns UNSATISFIABLE\n")->answer, Answer::unsatisfiable);
+  for (const char* text :
+       {"s MAYBE\n", "s\n", "s UNKNOWN\ns SATISFIABLE\n", "o many\n", "o\n",
+        "c optimum objective found = 3.5\n", "o 170141183460469231731687303715884105728\n"})
+    EXPECT_FALSE(readSolverOutput(text)) << text;
+}
+
+struct Claim {
+  std::string problem;
+  std::string output;
+  std::string sentence;
+};
+
+TEST(Check, SaysWhatHoldsAndWhatDoesNot) {
+  const std::string small = "min: +2*x -3*y ;\nc: +1*x +1*y >= 1 ;\n";
+  const std::string widest = "60000000000000000000000000000000000000";
+  const std::string vast = "min: " + widest + " x ;\n" + widest + " x >= " + widest + " ;";
+  const Claim table[] = {
+      // V = 2 with N = -3 is reported as 5; V = -1 as 2.
+      {small, "c optimum objective found = 5\ns SATISFIABLE\nv x -y ",
+       "ok: the one row holds, objective 2 as stated"},
+      {small, "o -1\nc optimum objective found = 2\ns OPTIMUM FOUND\nv x y",
+       "ok: the one row holds, objective -1 as stated"},
+      {small, "s SATISFIABLE\nv x y", "ok: the one row holds, objective -1, none stated"},
+      {small, "c optimum objective found = -1\ns OPTIMUM FOUND\nv x y",
+       "wrong: the rows hold, but the objective is -1, to be reported as 2, not -1"},
+      {small, "o 2\ns OPTIMUM FOUND\nv x y",
+       "wrong: the rows hold, but the objective is -1, not 2"},
+      {small, "s SATISFIABLE\nv -x -y",
+       "wrong: row 1 \"c\" (line 2) does not hold: 0 >= 1 is false"},
+      {small, "s SATISFIABLE\nv x", "wrong: row 1 \"c\" (line 2) uses \"y\", which has no value"},
+      {"min: x; y >= 1;", "s SATISFIABLE\nv y",
+       "wrong: the objective uses \"x\", which has no value"},
+      {"0*x +1*y >= 1;", "s SATISFIABLE\nv y", "ok: the one row holds"},
+      {small, "s SATISFIABLE\nv x y -x", "wrong: the value line has \"x\" both ways"},
+      {small, "s SATISFIABLE\nv x y x", "ok: the one row holds, objective -1, none stated"},
+      {small, "s SATISFIABLE\nv x y z", "wrong: the problem has no variable for the value \"z\""},
+      {"* #variable= 3\n1 x1 >= 1;", "s SATISFIABLE\nv x1 -x2 x3", "ok: the one row holds"},
+      {"* #variable= 3\n1 x1 >= 1;", "s SATISFIABLE\nv x1 -x4",
+       "wrong: the problem has no variable for the value \"-x4\""},
+      {small, "s OPTIMUM FOUND", "wrong: the verdict is OPTIMUM FOUND, but there is no value line"},
+      {small, "s UNSATISFIABLE\nv x y",
+       "wrong: the verdict is UNSATISFIABLE, but there is a value line"},
+      {small, "s UNSATISFIABLE", "nothing to check: UNSATISFIABLE, no value line"},
+      {small, "s UNKNOWN", "nothing to check: UNKNOWN, no value line"},
+      {"x >= 1;", "o 1\ns OPTIMUM FOUND\nv x",
+       "wrong: an objective is stated, but the problem has none"},
+      // Without a positive coefficient, minimising reports -V; maximising always reports V - N.
+      {"min: -x -y; x>=0;", "c optimum objective found = 2\ns OPTIMUM FOUND\nv x y",
+       "ok: the one row holds, objective -2 as stated"},
+      {"max: -x -y; x>=0;", "c optimum objective found = 2\ns OPTIMUM FOUND\nv -x -y",
+       "ok: the one row holds, objective 0 as stated"},
+      // Our format has no constant, so our program's number is free of it, and an "o" line is not.
+      {"min: 2 ~x;\n1 x >= 1;", "c optimum objective found = 0\no 0\ns OPTIMUM FOUND\nv x",
+       "wrong: the rows hold, but the objective is 0, to be reported as 2, not 0"},
+      {"min: 2 ~x;\n1 x >= 1;", "c optimum objective found = 2\no 0\ns OPTIMUM FOUND\nv x",
+       "ok: the one row holds, objective 0 as stated"},
+      // A tilde may be part of a name or its negation.
+      {"+1*~a +1*b >= 2;", "s SATISFIABLE\nv ~a b", "ok: the one row holds"},
+      {"-1*~a +1*b >= 1;", "s SATISFIABLE\nv -~a b", "ok: the one row holds"},
+      {"-1*a +1*b >= 1;", "s SATISFIABLE\nv ~a b", "ok: the one row holds"},
+      // Wider than 64 bits, and one off is noticed.
+      {vast, "o " + widest + "\ns OPTIMUM FOUND\nv x",
+       "ok: the one row holds, objective " + widest + " as stated"},
+      {vast, "o 60000000000000000000000000000000000001\ns OPTIMUM FOUND\nv x", "wrong"},
+  };
+  for (const Claim& claim : table) {
+    const Result<Problem> problem = readProblem(claim.problem);
+    ASSERT_TRUE(problem) << claim.problem << problem.error().text();
+    const Result<SolverOutput> output = readSolverOutput(claim.output);
+    ASSERT_TRUE(output) << claim.output << output.error().text();
+    const Report report = checkOutput(*problem, *output);
+    EXPECT_EQ(report.sentence.substr(0, claim.sentence == "wrong" ? 5 : std::string::npos),
+              claim.sentence);
+    const auto kind = claim.sentence.starts_with("ok")      ? Report::Kind::holds
+                      : claim.sentence.starts_with("wrong") ? Report::Kind::fails
+                                                            : Report::Kind::nothing;
+    EXPECT_EQ(report.kind, kind) << report.sentence;
+  }
+}
+
+// ------------------------------------------------------------------------------------------------
+// Packed inputs and hostile ones
+
+std::string fromHex(std::string_view hex) {
+  std::string bytes;
+  for (size_t i = 0; i + 1 < hex.size(); i += 2)
+    bytes += static_cast<char>(std::stoi(std::string(hex.substr(i, 2)), nullptr, 16));
+  return bytes;
+}
+
+TEST(InputFile, UnpacksWholeStreamsAndRefusesDamagedOnes) {
+  const std::string text = "+1 x1 >= 1 ;\n";
+  const struct {
+    const char* hex;
+    size_t detected; ///< this many bytes tell the kind
+  } table[] = {
+      {"1f8b0800000000000203d33654a83054b0b3553054b0e60200b90eb55a0d000000", 2},
+      {"425a68393141592653594269aadb000002d88000104008200b00402000310c08188c9a390ebbd950f177245385"
+       "0904269aadb0",
+       10},
+      {"fd377a585a000004e6d6b4460200210116000000742fe5a301000c2b31207831203e3d2031203b0a0000000006"
+       "cd99d481cea2da0001250d7119c4b61fb6f37d010000000004595a",
+       5},
+  };
+  for (const auto& entry : table) {
+    const std::string packed = fromHex(entry.hex);
+    ASSERT_TRUE(unpack(packed)) << entry.hex;
+    EXPECT_EQ(*unpack(packed), text);
+    EXPECT_EQ(*unpack(packed + packed), text + text);
+    for (size_t size = entry.detected; size < packed.size(); size++)
+      EXPECT_FALSE(unpack(packed.substr(0, size))) << entry.hex << " cut to " << size;
+    EXPECT_FALSE(unpack(packed + "!")) << entry.hex;
+    std::string flipped = packed;
+    flipped[flipped.size() / 2] ^= 4;
+    EXPECT_FALSE(unpack(flipped)) << entry.hex;
+  }
+  EXPECT_EQ(*unpack("BZh9 >= 1;"), "BZh9 >= 1;") << "a text that begins like bzip2";
+  EXPECT_EQ(*unpack(""), "");
+}
+
+TEST(AnyReader, SurvivesDeepLongAndMutilatedTexts) {
+  // Long runs show quadratic cost as a test that does not end.
+  const size_t many = 100000;
+  for (const char* piece : {"+", "~", "*\n", "\r", "x\r", "+1*x ", "1 x ", "1 ~", "; ", "v x\n",
+                            "min:", "a ", "\\\n", "x>=1;\n", "1 x >= 1;\n", "\r\r+1*a"}) {
+    const std::string text = repeated(piece, many);
+    EXPECT_FALSE(readStar(text) && readOpb(text)) << piece;
+    EXPECT_TRUE(readSolverOutput(text)) << piece;
+  }
+  const std::string seed = "* #variable= 3\nmin: +2*x1 -3 ~x2 ;\nc: +1*x1 1 x2 >= -1 ;\nend \\\r\n"
+                           "s SATISFIABLE\nv x1 -x2\no 3\nc optimum objective found = 1\n";
+  std::mt19937 random(11);
+  for (int round = 0; round < 4000; round++) {
+    std::string text = seed.substr(random() % seed.size());
+    for (int k = 0; k < 4; k++) text[random() % text.size()] = static_cast<char>(random() % 256);
+    const Result<Problem> problem = readProblem(text);
+    const Result<SolverOutput> output = readSolverOutput(text);
+    if (problem && output) {
+      EXPECT_FALSE(checkOutput(*problem, *output).sentence.empty());
+    }
+    if (!problem) {
+      EXPECT_FALSE(problem.error().message.empty());
+    }
+  }
+}
+
+} // namespace
+} // namespace formats
