@@ -148,8 +148,8 @@ class Reader {
   bool skipComment(bool& ended) {
     pos = word.size();
     ended = false;
+    count++; // also for the comment that its word's own line end has already closed
     if (line_closed) return true;
-    count++;
     while (next < text.size()) {
       const Place where = here();
       const char c = take();

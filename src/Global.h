@@ -42,8 +42,12 @@ enum ExitCode : int {
   std::exit(code);
 }
 
+/// Called before a run that fails says so, to clear away what a display has left on the terminal.
+inline void (*clear_display)() = nullptr;
+
 /// Ends the process because an allocation failed.
 [[noreturn]] inline void outOfMemory() {
+  if (clear_display != nullptr) clear_display();
   std::fputs("quillon: error: memory exhausted\n", stderr);
   std::fflush(stdout);
   std::_Exit(exit_no_memory);
@@ -53,6 +57,7 @@ enum ExitCode : int {
 /// the number of the guard that noticed, 1 to 4: construction, watching, objective value,
 /// tightening or watching bound.
 [[noreturn]] inline void numericOverflow(int guard) {
+  if (clear_display != nullptr) clear_display();
   std::printf("c sum of numeric constants out of range [%d]\n", guard);
   std::printf("s UNKNOWN\n");
   endRun(exit_none);
@@ -61,6 +66,9 @@ enum ExitCode : int {
 /// Set by the handlers of the termination signals to the signal's number, 0 before. Whoever does
 /// long work looks at it and winds up as if the time limit had just passed.
 inline volatile std::sig_atomic_t stop_signal = 0;
+
+/// Set by a timer's handler when the search is to report to its listener.
+inline volatile std::sig_atomic_t report_due = 0;
 
 /// The signals that ask for an orderly end.
 constexpr int stop_signals[] = {SIGTERM, SIGINT, SIGXCPU};

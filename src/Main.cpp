@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "Global.h"
+#include "Progress.h"
 #include "Solver.h"
 #include "glplib.h"
 #include "glplpt.h"
@@ -258,6 +259,8 @@ int main(int argc, char* argv[]) {
     endRun(exit_unsatisfiable);
   }
   std::printf("c starting to Solve\n");
+  Progress progress;
+  if (progress.enabled()) S.listener = &progress;
   const SolveResult st = S.solve(assumps, T0);
   traceStats(S.stats);
 

@@ -552,6 +552,10 @@ lbool Solver::search(int nof_conflicts, int nof_learnts, const SearchParams& par
   vec<Lit> PB_learnt_constraint;
   for (;;) {
     Constr* const confl = propagate();
+    if (report_due != 0 && listener != nullptr) {
+      report_due = 0;
+      listener->onReportDue(*this);
+    }
     if (confl != nullptr) {
       stats.conflicts++;
       conflictC++;
@@ -604,10 +608,6 @@ lbool Solver::search(int nof_conflicts, int nof_learnts, const SearchParams& par
 }
 
 SolveResult Solver::solve(const vec<Lit>& assumps, int64 T0) {
-  const SearchParams params(0.95, 0.999, 0.02);
-  double nof_conflicts = first_conflict_budget;
-  double nof_learnts = nConstrs() / constraints_per_learnt;
-  lbool status = l_Undef;
   Ts = T0;
   tmpSign.growTo(nVars(), false);
   tmpCoef.growTo(nVars(), 0);
@@ -615,45 +615,48 @@ SolveResult Solver::solve(const vec<Lit>& assumps, int64 T0) {
   nPBLearnt = first_pb_limit;
   std::printf("c #variables read: %d - #constraints read: %d\n", nVars(), nConstrs());
 
+  const SolveResult result = runSearch(assumps);
+  propQ.clear();
+  cancelUntil(0);
+  if (listener != nullptr) listener->onEnd();
+  if (result == solve_done && oneSolFound)
+    std::printf("c optimum objective found = %d\n", objResult);
+  return result;
+}
+
+/// The whole search under `assumps`, restarts and tightening of the objective included. Ends
+/// wherever it happens to be.
+SolveResult Solver::runSearch(const vec<Lit>& assumps) {
   // Level-0 facts are propagated before the first assumption opens a level.
   if (assumps.size() > 0 && (!ok || propagate() != nullptr)) {
     ok = false;
     return solve_unsatisfiable;
   }
-  for (int i = 0; i < assumps.size(); i++) {
-    if (!assume(assumps[i]) || propagate() != nullptr) {
-      propQ.clear();
-      cancelUntil(0);
-      return solve_unsatisfiable;
-    }
-  }
+  for (int i = 0; i < assumps.size(); i++)
+    if (!assume(assumps[i]) || propagate() != nullptr) return solve_unsatisfiable;
   root_level = decisionLevel();
 
-  do {
-    while (status == l_Undef) {
-      status = search(asLimit(nof_conflicts), asLimit(nof_learnts), params);
-      if (status == l_Undef) {
-        nof_conflicts *= conflict_budget_growth;
-        nof_learnts *= learnt_limit_growth;
-        nPBLearnt *= learnt_limit_growth;
-      }
-      const bool stopped = status == l_Undef && stop_signal != 0;
-      const bool limited = !isOBJ() || oneSolFound;
-      if (stopped || (limited && status != l_False && outOfTime())) {
-        propQ.clear();
-        cancelUntil(0);
-        return solve_stopped;
-      }
+  const SearchParams params(0.95, 0.999, 0.02);
+  double nof_conflicts = first_conflict_budget;
+  double nof_learnts = nConstrs() / constraints_per_learnt;
+  for (;;) {
+    const lbool status = search(asLimit(nof_conflicts), asLimit(nof_learnts), params);
+    if (status == l_Undef) {
+      nof_conflicts *= conflict_budget_growth;
+      nof_learnts *= learnt_limit_growth;
+      nPBLearnt *= learnt_limit_growth;
+      if (stop_signal != 0) return solve_stopped;
     }
-    if (status == l_True && isOBJ()) {
+    const bool limited = !isOBJ() || oneSolFound;
+    if (limited && status != l_False && outOfTime()) return solve_stopped;
+    if (status == l_False) return oneSolFound ? solve_done : solve_unsatisfiable;
+    if (status == l_True) {
+      if (!isOBJ()) return solve_done;
       oneSolFound = true;
       // Demand a better solution and go on, with the budgets grown so far.
-      if (objConstr->newObjConstraint(*this, true)) status = l_Undef;
+      const bool improvable = objConstr->newObjConstraint(*this, true);
+      if (listener != nullptr) listener->onSolution(*this);
+      if (!improvable) return solve_done;
     }
-  } while (status == l_Undef);
-
-  propQ.clear();
-  cancelUntil(0);
-  if (oneSolFound) std::printf("c optimum objective found = %d\n", objResult);
-  return status == l_True || oneSolFound ? solve_done : solve_unsatisfiable;
+  }
 }

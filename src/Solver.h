@@ -35,6 +35,18 @@ enum SolveResult : int {
   solve_stopped = 2        ///< time limit or termination signal
 };
 
+/// Somebody who watches a search. Listening changes nothing about it.
+class SearchListener {
+ public:
+  virtual ~SearchListener() = default;
+  /// Called between two steps of the search once `report_due` (Global.h) has been set.
+  virtual void onReportDue(const Solver& S) = 0;
+  /// Called when a solution of a problem with an objective has been found and evaluated.
+  virtual void onSolution(const Solver& S) = 0;
+  /// Called when the search is over, before the first result is printed.
+  virtual void onEnd() = 0;
+};
+
 /// One problem and the state of its solution.
 ///
 /// Use: create all variables with `newVar`, add the constraints with `addPBConstraint` (a false
@@ -179,9 +191,11 @@ class Solver {
   int verbosity = 0;
   double timeout = 0.0;   ///< time limit in seconds of processor time
   double nPBLearnt = 0.0; ///< learnt pseudo-Boolean constraints kept before they are reduced
+  SearchListener* listener = nullptr; ///< who watches the search; not owned
 
  private:
   // Search
+  SolveResult runSearch(const vec<Lit>& assumps);
   lbool search(int nof_conflicts, int nof_learnts, const SearchParams& params);
   double progressEstimate() const;
   bool outOfTime() const { return static_cast<double>(secondsSince(Ts)) > timeout; }

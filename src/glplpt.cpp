@@ -162,9 +162,8 @@ struct dsa {
 void awaitInput(int fd) {
   sigset_t before;
   holdStopSignals(&before);
-  if (stop_signal == 0) {
-    pollfd input{fd, POLLIN, 0};
-    ppoll(&input, 1, nullptr, &before);
+  pollfd input{fd, POLLIN, 0};
+  while (stop_signal == 0 && ppoll(&input, 1, nullptr, &before) < 0 && errno == EINTR) {
   }
   sigprocmask(SIG_SETMASK, &before, nullptr);
 }

@@ -43,7 +43,7 @@ Process::Process(const Setup& setup) {
                                           : open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
   dup2(in_fd, 0);
   dup2(out_fd, 1);
-  dup2(open(err.c_str(), O_WRONLY | O_TRUNC), 2);
+  dup2(setup.error_fd >= 0 ? setup.error_fd : open(err.c_str(), O_WRONLY | O_TRUNC), 2);
   if (setup.close_input) close(0);
   if (setup.close_output) close(1);
   if (setup.address_space > 0) {

@@ -32,6 +32,7 @@ class Process {
     std::string output_file = {}; ///< standard output goes there instead of being collected
     int output_fd = -1;           ///< or to this descriptor
     bool close_output = false;    ///< or nowhere
+    int error_fd = -1;            ///< standard error goes there instead of being collected
     long address_space = 0;       ///< limit in bytes; 0 for none
   };
 

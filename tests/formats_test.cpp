@@ -134,6 +134,7 @@ TEST(StarReader, Refuses) {
       {"+3 *x1 >= 1;\nx2 >= 1;", "2:1: expecting '*' instead of x2", 4},
       {"x1 x2 >= 1;", "1:4: missing constraint sense", 2},
       {"x >= ;", "1:6: missing right-hand side", 3},
+      {"*\nx >= ;", "2:6: missing right-hand side", 5}, // the closed comment counts
       {"x >= 1 y", "1:8: expecting ';'", 4},
       {"x>=1;y>=1;", "1:6: invalid symbol(s) beyond right-hand side", 1},
       {"x>=1;; ", "1:6: symbol `;' in wrong position", 1},

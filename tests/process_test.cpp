@@ -3,6 +3,7 @@
 /// fail. Whatever happens, there is one whole verdict or an error that no script takes for one.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -90,7 +91,7 @@ TEST(Options, AreInterpretedInOrder) {
     const Finished f = run({.program = "quillon", .arguments = c.arguments, .input = tiny});
     EXPECT_EQ(results(f.out), c.out);
     EXPECT_EQ(f.exit, c.exit) << c.out;
-    EXPECT_EQ(f.err, "c Quillon version 1.4 (September 2005)\nc Developed @ Tessaly\n"
+    EXPECT_EQ(f.err, "c Quillon version " QUILLON_VERSION " (September 2005)\nc Developed @ Tessaly\n"
                      "c  by Maravel\n");
   }
   const Finished help = run({.program = "quillon", .arguments = {"--help"}});
@@ -190,6 +191,61 @@ TEST(Signals, IgnoredOnesStayIgnored) {
   ASSERT_TRUE(process.waitForError("Maravel"));
   process.send(SIGINT);
   expectStopped(process.finish(), hard_decision, false);
+}
+
+TEST(Progress, IsOffUnlessAskedForOrOnATerminal) {
+  const std::regex line("c [0-9-]{10}T[0-9:]{8}Z [0-9.]+ s, [0-9]+ conflicts, [0-9]+ restarts, "
+                        "[0-9]+ learnt, best objective [0-9]+ at [0-9.]+ s\n");
+  for (const char* wish : {"", "0", "1"}) {
+    const Finished f = run({.program = "quillon",
+                            .arguments = {"--t", std::string(wish) == "1" ? "1" : "0"},
+                            .environment = {{"QUILLON_PROGRESS", wish}},
+                            .input = hard_optimisation});
+    expectStopped(f, hard_optimisation, true);
+    EXPECT_EQ(std::regex_search(f.err, line), std::string(wish) == "1") << f.err;
+    EXPECT_EQ(f.out.find("conflicts"), std::string::npos);
+  }
+}
+
+/// What the process says on a terminal, up to its end.
+std::string onTerminal(const Process::Setup& setup, int width) {
+  const int master = posix_openpt(O_RDWR | O_NOCTTY);
+  EXPECT_TRUE(master >= 0 && grantpt(master) == 0 && unlockpt(master) == 0);
+  const int terminal = open(ptsname(master), O_RDWR | O_NOCTTY);
+  winsize size{};
+  size.ws_col = static_cast<unsigned short>(width);
+  ioctl(master, TIOCSWINSZ, &size);
+  Process::Setup on_terminal = setup;
+  on_terminal.error_fd = terminal;
+  Process process(on_terminal);
+  close(terminal);
+  std::string said;
+  char buffer[4096];
+  for (ssize_t n; (n = read(master, buffer, sizeof buffer)) > 0;)
+    said.append(buffer, static_cast<size_t>(n));
+  close(master);
+  expectStopped(process.finish(), setup.input, true);
+  return said;
+}
+
+TEST(Progress, OnATerminalIsOneLineThatGoesAway) {
+  for (const int width : {200, 30}) {
+    const std::string said = onTerminal(
+        {.program = "quillon", .arguments = {"--t", "1"}, .input = hard_optimisation}, width);
+    const std::string erase = "\r\033[K";
+    ASSERT_GT(said.size(), erase.size());
+    EXPECT_EQ(said.substr(said.size() - erase.size()), erase);
+    std::smatch last;
+    ASSERT_TRUE(std::regex_search(said, last, std::regex("\rc ([^\r\n]*)\033\\[K")));
+    EXPECT_LT(last[1].length(), width - 2);
+    EXPECT_EQ(last[1].str().find("best objective") != std::string::npos, width == 200);
+  }
+  const std::string quiet = onTerminal({.program = "quillon",
+                                        .arguments = {"--t", "0"},
+                                        .environment = {{"QUILLON_PROGRESS", "0"}},
+                                        .input = hard_optimisation},
+                                       80);
+  EXPECT_EQ(quiet.find('\033'), std::string::npos);
 }
 
 TEST(StandardOutput, ThatCannotBeWrittenIsAnError) {
