@@ -1,6 +1,6 @@
 /// \file
-/// The worked examples of docs/algorithms.md, step by step and with the same numbers. Whoever changes
-/// one of the two changes the other.
+/// The worked examples of docs/algorithms.md, step by step and with the same numbers. Whoever
+/// changes one of the two changes the other.
 #include "Constraints.h"
 #include "Solver.h"
 #include "SolverAudit.h"
@@ -43,7 +43,8 @@ struct Example : testing::Test {
   /// The assigned literals in order, such as "~a c".
   std::string trail() {
     std::string text;
-    for (int i = 0; i < SolverAudit::trail(S).size(); i++) text += " " + name(SolverAudit::trail(S)[i]);
+    for (int i = 0; i < SolverAudit::trail(S).size(); i++)
+      text += " " + name(SolverAudit::trail(S)[i]);
     return text.empty() ? text : text.substr(1);
   }
   static std::string name(Lit p) {
@@ -139,8 +140,10 @@ TEST_F(Example, TheObjectivesBackjump) {
     int level;  // to which the demand jumps back
     const char* trail;
   };
-  constexpr Step steps[] = {{"~a ~b ~c ~d", 0, 1, 3, "~a ~b ~c d"}, {"~a ~b ~c d", 1, 2, 2, "~a ~b c"},
-                            {"~a ~b c ~d", 2, 3, 2, "~a ~b c d"},   {"~a ~b c d", 3, 4, 1, "~a b"}};
+  constexpr Step steps[] = {{"~a ~b ~c ~d", 0, 1, 3, "~a ~b ~c d"},
+                            {"~a ~b ~c d", 1, 2, 2, "~a ~b c"},
+                            {"~a ~b c ~d", 2, 3, 2, "~a ~b c d"},
+                            {"~a ~b c d", 3, 4, 1, "~a b"}};
   for (const Step& step : steps) {
     SCOPED_TRACE(step.solution);
     for (const Var x : {a, b, c, d})

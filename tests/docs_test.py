@@ -104,14 +104,13 @@ class Document:
             if len(info) > 1:
                 self.file(number, info[1], body)
             elif info == ["console"]:
-                self.console(number, lines)
+                self.console(number, heading, lines)
             elif info == ["pb"]:
                 if following is None or following[2] != ["output"]:
                     self.errors.append(f"line {number}: the problem's output is not shown")
                     continue
                 actual = self.run("quillon", 0, body)[1]
-                rejected = actual[-1:] == ["s UNKNOWN"]
-                self.shown.setdefault(heading, set()).add("rejected" if rejected else "accepted")
+                self.note(heading, actual)
                 self.compare(following[0], "the problem above", following[3], actual)
 
     def file(self, number, name, body):
@@ -122,7 +121,7 @@ class Document:
         if body not in (ROOT / name).read_text():
             self.errors.append(f"line {number}: this is not in {name}")
 
-    def console(self, number, lines):
+    def console(self, number, heading, lines):
         status = 0
         starts = [i for i, line in enumerate(lines) if line.startswith("$ ")]
         if not starts or starts[0] != 0:
@@ -130,7 +129,12 @@ class Document:
             return
         for start, end in zip(starts, [*starts[1:], len(lines)]):
             status, actual = self.run(lines[start][2:], status)
+            self.note(heading, actual)
             self.compare(number + 1 + start, lines[start], lines[start + 1 : end], actual)
+
+    def note(self, heading, output):
+        kind = "rejected" if output[-1:] == ["s UNKNOWN"] else "accepted"
+        self.shown.setdefault(heading, set()).add(kind)
 
     def run(self, command, status, standard_input=""):
         path = f"{program_dir}{os.pathsep}{os.environ['PATH']}"
@@ -144,7 +148,7 @@ class Document:
 
     def compare(self, number, what, expected, actual):
         self.checks += 1
-        if not matches(normal("\n".join(expected)), actual):
+        if not matches(normal("".join(line + "\n" for line in expected)), actual):
             self.errors.append("\n    ".join([f"line {number}: {what} prints", *actual]))
 
 
@@ -200,7 +204,7 @@ class Documents(unittest.TestCase):
         text = (ROOT / "docs/output.md").read_text()
         spans = re.findall(r"``\s?(.+?)\s?``|`([^`\n]+)`", text)
         known = [span for pair in spans for span in pair if span]
-        known += [line for block in blocks(text) for line in block[3]]
+        known += [line.strip() for block in blocks(text) for line in block[3]]
         formats = {line for path in ROOT.glob("src/*.[ch]*") for line in printed(path.read_text())}
         self.assertGreater(len(formats), 20)
         for line in sorted(formats):
