@@ -17,6 +17,7 @@ for each document, with the programs in the path (and in build/release) and the 
 "$?" is the exit code of the command before. Every section of docs/format.md that is headed by ###
 must show a problem that is accepted and one that is not.
 """
+import lzma
 import os
 import re
 import shutil
@@ -256,6 +257,32 @@ class Manual(unittest.TestCase):
         self.assertGreater(len(codes), 4)
         for code in codes:
             self.assertRegex(self.page("quillon"), rf"(?m)^\.B {code}$")
+
+    def test_examples_run(self):
+        opb = b"* #variable= 2 #constraint= 1\nmin: +1 x1 +2 x[2] ;\n+1 x1 +1 x[2] >= 1 ;\n"
+        examples = 0
+        for program in PROGRAMS:
+            for text in re.findall(r"^\.EX\n(.*?)^\.EE", self.page(program), re.M | re.S):
+                for escape, meant in [("\\-", "-"), ("\\(aq", "'"), ("\\e", "\\")]:
+                    text = text.replace(escape, meant)
+                examples += 1
+                with self.subTest(program=program, text=text):
+                    self.assertRegex(self.output_of(text, opb), "(?m)^v |^ok: |^tent$")
+        self.assertGreater(examples, len(PROGRAMS))
+
+    def output_of(self, text, opb):
+        """What an example prints, on standard output or into a file; a problem is solved."""
+        with tempfile.TemporaryDirectory() as directory:
+            (Path(directory) / "problem.pb").write_text((ROOT / "examples/knapsack.pb").read_text())
+            (Path(directory) / "problem.opb.xz").write_bytes(lzma.compress(opb))
+            (Path(directory) / "output").write_text("")
+            command = ["quillon"] if text.startswith("*") else ["sh", "-c", text]
+            done = subprocess.run(
+                command, input=text, capture_output=True, text=True, cwd=directory, check=False,
+                env={**os.environ, "PATH": f"{program_dir}{os.pathsep}{os.environ['PATH']}"},
+            )  # fmt: skip
+            self.assertIn(done.returncode, (0, 30), done.stderr)
+            return done.stdout or (Path(directory) / "output").read_text()
 
     @unittest.skipUnless(shutil.which("groff"), "groff is not installed")
     def test_pages_render_without_warnings(self):
