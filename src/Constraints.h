@@ -211,6 +211,10 @@ class PseudoBool final : public Constr {
   /// Takes term `index` out of the watched sum; its entry has been taken out already.
   void unwatchTerm(int index);
 
+  /// The propagation step: term `iterm` has become false and its entry been taken out of its list.
+  /// False means conflict.
+  bool falsified(Solver& S, int iterm);
+
   void remove(Solver& S, bool just_dealloc) override;
   bool propagate(Solver& S, Lit p, bool& keep_watch) override;
   bool simplify(Solver& S) override;

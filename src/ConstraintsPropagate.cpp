@@ -71,22 +71,23 @@ void PseudoBool::assertAndWatch(Solver& S, int64 open_sum, int assertion_level) 
 // Propagation
 
 bool PseudoBool::propagate(Solver& S, Lit p, bool& /*keep_watch*/) {
+  int p_pos = 0;
+  while (terms()[p_pos].lit != ~p) p_pos++;
+  return falsified(S, p_pos);
+}
+
+bool PseudoBool::falsified(Solver& S, int iterm) {
   S.stats.pb_propagations++;
   const PBTerm* const term = terms();
+  assert(S.value(term[iterm].lit) == l_False);
+  unwatchTerm(iterm);
   const int64 G = rhs_max;
   const int64 safe_sum = G + amax;
-  int p_pos = -1; // the term that has just become false
 
-  for (int i = 0; i < nterms && watchsum < safe_sum; i++) {
+  for (int i = 0; i < nterms && watchsum < safe_sum; i++)
     if (!term[i].is_watched() && S.value(term[i].lit) != l_False) setWatch(S, i, false);
-    if (term[i].lit == ~p) {
-      assert(S.value(term[i].lit) == l_False);
-      p_pos = i;
-    }
-  }
   if (watchsum < rhs_goal) {
-    assert(p_pos != -1); // the scan has not stopped early
-    setWatch(S, p_pos, false);
+    setWatch(S, iterm, false);
     return false;
   }
   if (watchsum >= safe_sum) return true;
@@ -96,14 +97,13 @@ bool PseudoBool::propagate(Solver& S, Lit p, bool& /*keep_watch*/) {
     // A watched false term is one whose falsification is still in the queue: a conflict.
     if (value == l_Undef || (value == l_False && term[i].is_watched())) {
       if (!S.enqueue(term[i].lit, this, term[i].coeff())) {
-        if (p_pos != -1) setWatch(S, p_pos, false);
+        setWatch(S, iterm, false);
         return false;
       }
     }
   }
   if (S.decisionLevel() > 0) S.trail_pb.last() = 1;
-  assert(p_pos != -1);
-  setfakeWatch(S, p_pos);
+  setfakeWatch(S, iterm);
   assert(watchsum >= G);
   return true;
 }
@@ -119,18 +119,22 @@ bool PseudoBool::calcReason(Solver& S, Lit p, vec<Lit>& out_reason, vec<Lit>& ou
     if (S.tmpGoal < 0 || S.tmpGoal > merged_degree_limit) learning = 0;
   }
   const PBTerm* const term = terms();
-  for (int i = 0; i < nterms; i++) {
-    const Lit lit = term[i].lit;
-    if (learning == 1 && mul2 != 0) {
+  int i = 0;
+  if (mul2 != 0) {
+    for (; i < nterms && learning == 1; i++) {
+      const Lit lit = term[i].lit;
       if (lit == p) {
         S.tmpGoal -= mul2 * term[i].coeff();
         continue;
       }
       if (S.inLearnedPB[var(lit)] == 0) out_not_reason.push(lit);
       UpdateLearned(S, mul2, lit, term[i].coeff());
+      if (S.value(lit) == l_False) out_reason.push(~lit);
     }
-    if (lit != p && S.value(lit) == l_False) out_reason.push(~lit);
   }
+  // p itself is true or, being explained, unassigned.
+  for (; i < nterms; i++)
+    if (S.value(term[i].lit) == l_False) out_reason.push(~term[i].lit);
   return true;
 }
 

@@ -73,6 +73,8 @@ Var Solver::newVar(bool decision_var, int /*vlink*/, int /*vsize*/, int /*vmax*/
   reason.push(nullptr);
   reason_coeff.push(0);
   assigns.push(static_cast<signed char>(toInt(l_Undef)));
+  litValues.push(static_cast<signed char>(toInt(l_Undef)));
+  litValues.push(static_cast<signed char>(toInt(l_Undef)));
   level.push(-1);
   activity.push(0.0);
   order.newVar(decision_var);
@@ -123,7 +125,7 @@ bool Solver::enqueue(Lit p, Constr* from, int coeff) {
   }
   const Var x = var(p);
   const bool at_root = decisionLevel() == 0;
-  assigns[x] = static_cast<signed char>(toInt(lbool(!sign(p))));
+  setValue(p, l_True);
   level[x] = decisionLevel();
   reason[x] = at_root ? nullptr : from;
   reason_coeff[x] = at_root ? 0 : coeff == 0 ? 1 : coeff;
@@ -140,9 +142,10 @@ bool Solver::assume(Lit p) {
 }
 
 void Solver::undoOne() {
-  const Var x = var(trail.last());
+  const Lit p = trail.last();
+  const Var x = var(p);
   trail.pop();
-  assigns[x] = static_cast<signed char>(toInt(l_Undef));
+  setValue(p, l_Undef);
   reason[x] = nullptr;
   level[x] = -1;
   order.undo(x);
@@ -164,41 +167,54 @@ void Solver::cancelUntil(int target) {
 }
 
 Constr* Solver::propagate() {
-  Constr* confl = nullptr;
   while (propQ.size() > 0) {
     const Lit p = propQ.dequeue();
-
-    // The pseudo-Boolean constraints put back the entries they still need, so the list is rebuilt.
-    vec<pbWatchTerm> visited;
-    pb_watches[index(p)].moveTo(visited);
-    for (int i = 0; i < visited.size(); i++) {
-      PseudoBool* const c = static_cast<PseudoBool*>(visited[i].pb);
-      bool keep_watch = false;
-      stats.inspects++;
-      c->unwatchTerm(visited[i].index);
-      if (!c->propagate(*this, p, keep_watch)) {
-        for (int k = i + 1; k < visited.size(); k++) pb_watches[index(p)].push(visited[k]);
-        propQ.clear();
-        return c;
-      }
+    Constr* confl = propagatePBs(p);
+    if (confl == nullptr) confl = propagateClauses(p);
+    if (confl != nullptr) {
+      propQ.clear();
+      return confl;
     }
-
-    // Clauses that have found another watch drop out of the list.
-    vec<Constr*>& ws = watches[index(p)];
-    int i = 0;
-    int j = 0;
-    while (confl == nullptr && i < ws.size()) {
-      bool keep_watch = false;
-      if (!ws[i]->propagate(*this, p, keep_watch)) {
-        confl = ws[i];
-        propQ.clear();
-      }
-      if (keep_watch) ws[j++] = ws[i];
-      i++;
-    }
-    while (i < ws.size()) ws[j++] = ws[i++];
-    ws.shrink(i - j);
   }
+  return nullptr;
+}
+
+/// Visits the pseudo-Boolean constraints that watch ~p; the one in conflict, or null. The list is
+/// rebuilt in place: each constraint puts back, in its turn, the one entry it may still need.
+PseudoBool* Solver::propagatePBs(Lit p) {
+  vec<pbWatchTerm>& list = pb_watches[index(p)];
+  const pbWatchTerm* const visited = static_cast<const pbWatchTerm*>(list);
+  const int n = list.size();
+  list.clear(); // the storage stays
+  stats.inspects += n;
+  for (int i = 0; i < n; i++) {
+    PseudoBool* const c = static_cast<PseudoBool*>(visited[i].pb);
+    const bool fine = c->falsified(*this, visited[i].index);
+    assert(list.size() <= i + 1);
+    if (fine) continue;
+    stats.inspects -= n - i - 1;
+    for (int k = i + 1; k < n; k++) list.push(pbWatchTerm(visited[k]));
+    return c;
+  }
+  return nullptr;
+}
+
+/// Visits the clauses that watch ~p; the one in conflict, or null. Those that have found another
+/// watch drop out of the list.
+Clause* Solver::propagateClauses(Lit p) {
+  vec<Constr*>& ws = watches[index(p)];
+  Clause* confl = nullptr;
+  int i = 0;
+  int j = 0;
+  while (confl == nullptr && i < ws.size()) {
+    Clause* const c = static_cast<Clause*>(ws[i]);
+    bool keep_watch = false;
+    if (!c->propagate(*this, p, keep_watch)) confl = c;
+    if (keep_watch) ws[j++] = c;
+    i++;
+  }
+  while (i < ws.size()) ws[j++] = ws[i++];
+  ws.shrink(i - j);
   return confl;
 }
 
@@ -558,11 +574,11 @@ lbool Solver::search(int nof_conflicts, int nof_learnts, const SearchParams& par
   vec<Lit> PB_learnt_constraint;
   for (;;) {
     Constr* const confl = propagate();
+    audit(*this, confl == nullptr ? AuditPoint::fixpoint : AuditPoint::conflict);
     if (report_due != 0 && listener != nullptr) {
       report_due = 0;
       listener->onReportDue(*this);
     }
-    audit(*this, confl == nullptr ? AuditPoint::fixpoint : AuditPoint::conflict);
     if (confl != nullptr) {
       stats.conflicts++;
       conflictC++;

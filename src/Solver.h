@@ -102,9 +102,7 @@ class Solver {
   bool checkModel() const;
 
   lbool value(Var x) const { return toLbool(assigns[x]); }
-  lbool value(Lit p) const {
-    return sign(p) ? ~toLbool(assigns[var(p)]) : toLbool(assigns[var(p)]);
-  }
+  lbool value(Lit p) const { return toLbool(litValues[index(p)]); }
   int decisionLevel() const { return trail_lim.size(); }
 
   // Assignment ------------------------------------------------------------------------------------
@@ -151,13 +149,14 @@ class Solver {
   VarOrder order;
 
   // Propagation
-  vec<vec<Constr*>> watches;        ///< per literal
+  vec<vec<Constr*>> watches;        ///< per literal; all of them clauses
   vec<vec<pbWatchTerm>> pb_watches; ///< per literal
   vec<vec<Constr*>> undos;          ///< per variable: whom to tell when it is unassigned
   Queue<Lit> propQ;                 ///< assigned, not yet propagated
 
   // Assignment
   vec<signed char> assigns; ///< per variable: 1 true, -1 false, 0 unassigned
+  vec<signed char> litValues; ///< the same per literal, so that a sign costs no branch
   vec<Lit> trail;           ///< the assigned literals in order
   vec<int> trail_lim;       ///< trail length when each decision level was opened
   vec<char> trail_pb;       ///< per level: a pseudo-Boolean constraint implied something there
@@ -194,6 +193,15 @@ class Solver {
   SearchListener* listener = nullptr; ///< who watches the search; not owned
 
  private:
+  // Propagation of one literal that has become true
+  PseudoBool* propagatePBs(Lit p);
+  Clause* propagateClauses(Lit p);
+  void setValue(Lit p, lbool l) {
+    assigns[var(p)] = static_cast<signed char>(toInt(sign(p) ? ~l : l));
+    litValues[index(p)] = static_cast<signed char>(toInt(l));
+    litValues[index(~p)] = static_cast<signed char>(toInt(~l));
+  }
+
   // Search
   SolveResult runSearch(const vec<Lit>& assumps);
   lbool search(int nof_conflicts, int nof_learnts, const SearchParams& params);
