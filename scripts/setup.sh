@@ -19,6 +19,7 @@ need liblzma-dev header lzma.h
 if [ "${1:-}" = tests ] || [ "${1:-}" = ci ]; then
   need libgtest-dev header gtest/gtest.h
   need python3 which python3
+  need groff-base which groff
 fi
 if [ "${1:-}" = ci ]; then
   need clang which clang++
@@ -26,6 +27,7 @@ if [ "${1:-}" = ci ]; then
   need clang-tidy which clang-tidy
   need cppcheck which cppcheck
   need valgrind which valgrind
+  need shellcheck which shellcheck
 fi
 [ -n "$lacking" ] || exit 0
 

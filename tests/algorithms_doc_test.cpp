@@ -15,9 +15,9 @@ namespace {
 constexpr Var a = 0, b = 1, c = 2, d = 3;
 
 /// A solver with the variables a, b, c and d.
-struct Example : testing::Test {
+struct AlgorithmsDocument : testing::Test {
   Solver S;
-  Example() {
+  AlgorithmsDocument() {
     for (const Var x : {a, b, c, d}) EXPECT_EQ(S.newVar(true, -1, 0, 0), x);
     SolverAudit::emptyAccumulator(S);
   }
@@ -62,7 +62,7 @@ struct Example : testing::Test {
   }
 };
 
-TEST_F(Example, WatchedSumsAndFakeWatches) {
+TEST_F(AlgorithmsDocument, WatchedSumsAndFakeWatches) {
   const PseudoBool& pb = add({4, 3, 2, 1}, 4);
   EXPECT_EQ(watches(pb), "4a! 3b! 2c! 1d");
   EXPECT_EQ(SolverAudit::watchsum(pb), 9);
@@ -88,7 +88,7 @@ TEST_F(Example, WatchedSumsAndFakeWatches) {
   EXPECT_EQ(SolverAudit::pbWatches(S, Lit(d, true)).size(), 0);
 }
 
-TEST_F(Example, LearningByCuttingPlanes) {
+TEST_F(AlgorithmsDocument, LearningByCuttingPlanes) {
   PseudoBool& first = add({2, 2, 2, 1}, 3);
   PseudoBool& second = add({2, 3, 2, -2}, 4);
   EXPECT_EQ(decideFalse(a), nullptr);
@@ -131,7 +131,7 @@ TEST_F(Example, LearningByCuttingPlanes) {
   EXPECT_EQ(SolverAudit::learnts(S).size(), 1);
 }
 
-TEST_F(Example, TheObjectivesBackjump) {
+TEST_F(AlgorithmsDocument, TheObjectivesBackjump) {
   PseudoBool& objective = add({4, 3, 2, 1}, 0, true);
   struct Step {
     const char* solution;
