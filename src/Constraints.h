@@ -17,6 +17,7 @@ class Solver;
 /// What the propagation loop, conflict analysis and database reduction see of a constraint.
 class Constr {
  protected:
+  static constexpr int num_leaving = -1;
   int constraintnum = 0; ///< number of problem constraints when it was built; for diagnostics
 
  public:
@@ -43,6 +44,10 @@ class Constr {
   virtual int constrnum() const { return constraintnum; }
   /// Whether the constraint holds under the solver's `model`.
   virtual bool checkModel(const Solver&) const { return true; }
+  /// Names the watch lists that hold the constraint to the solver (`Solver::leaveList`), which is
+  /// going to remove many constraints at once, and marks the constraint as leaving.
+  virtual void leaveLists(Solver& S) = 0;
+  bool isLeaving() const { return constraintnum == num_leaving; }
   virtual ~Constr() = default;
 };
 
@@ -102,6 +107,7 @@ class Clause final : public Constr {
   bool simplify(Solver& S) override;
   bool calcReason(Solver& S, Lit p, vec<Lit>& out_reason, vec<Lit>& out_not_reason) override;
   bool checkModel(const Solver& S) const override;
+  void leaveLists(Solver& S) override;
 };
 
 /// Builds a clause over `ps_`. With `learnt` the literals are taken as they are, the first being
@@ -221,6 +227,7 @@ class PseudoBool final : public Constr {
   void undo(Solver& S) override;
   bool calcReason(Solver& S, Lit p, vec<Lit>& out_reason, vec<Lit>& out_not_reason) override;
   bool checkModel(const Solver& S) const override;
+  void leaveLists(Solver& S) override;
   ~PseudoBool() override = default;
 
   /// Whether the constraint is the reason of one of its true literals and so must not be removed.

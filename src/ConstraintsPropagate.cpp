@@ -150,6 +150,12 @@ void PseudoBool::remove(Solver& S, bool just_dealloc) {
   destroy(this);
 }
 
+void PseudoBool::leaveLists(Solver& S) {
+  for (int i = 0; i < nterms; i++)
+    if (terms()[i].is_watched() || terms()[i].is_fakewatched()) S.leaveList(~terms()[i].lit);
+  constraintnum = num_leaving;
+}
+
 bool PseudoBool::simplify(Solver& S) {
   assert(S.decisionLevel() == 0);
   int64 sum = 0;
