@@ -51,6 +51,7 @@ bool PseudoBool_add(Solver& S, const vec<Lit>& first_vec, PseudoBool*& out, Clau
     if (S.value(lit) == l_False) levels.addFalse(S.level[v], coeff, v);
     levels.addOpen(S.value(lit) == l_Undef ? S.decisionLevel() + 1 : S.level[v], coeff);
   }
+  pb->clearMarks();
   sort(terms, pb->nterms, LessThan_default<PBTerm>());
   if (lhs < degree) {
     PseudoBool::destroy(pb);

@@ -51,7 +51,7 @@ bool PseudoBool::newObjConstraint(Solver& S, bool isSAT) {
   LevelSums& levels = S.levelSums;
   levels.start(S.root_level, S.decisionLevel());
   for (int i = 0; i < nterms; i++) {
-    PBTerm& term = terms()[i];
+    const PBTerm& term = terms()[i];
     const Var v = var(term.lit);
     assert(S.value(v) != l_Undef);
     if (S.value(term.lit) == l_False) levels.addFalse(S.level[v], term.coeff(), v);
@@ -76,7 +76,7 @@ bool PseudoBool::newObjConstraint(Solver& S, bool isSAT) {
   assert(assertion_level >= S.root_level);
   S.cancelUntil(assertion_level);
 
-  for (int i = 0; i < nterms; i++) terms()[i].unwatch(); // the entries in the watch lists stay
+  clearMarks(); // the entries in the watch lists stay
   watchsum = 0;
   assertAndWatch(S, open_sum, assertion_level);
   return true;

@@ -11,8 +11,27 @@
 
 namespace {
 
-std::string text(Lit p) {
-  return (sign(p) ? "~x" : "x") + std::to_string(var(p));
+std::ostream& operator<<(std::ostream& out, Lit p) {
+  return out << (sign(p) ? "~x" : "x") << var(p);
+}
+
+std::ostream& operator<<(std::ostream& out, const Clause& c) {
+  out << (c.learnt() ? "learnt clause" : "clause");
+  for (int i = 0; i < c.size(); i++) out << " " << c[i];
+  return out;
+}
+
+/// Watched terms are marked "*", fake-watched ones "'".
+std::ostream& operator<<(std::ostream& out, const PseudoBool& pb) {
+  for (int i = 0; i < pb.size(); i++) {
+    const PBTerm& term = pb[i];
+    out << term.coeff()
+        << (pb.is_watched(i)       ? "*"
+            : pb.is_fakewatched(i) ? "'"
+                                    : " ")
+        << term.lit << " ";
+  }
+  return out << ">= " << pb.degree() << (pb.learnt() ? " (learnt)" : "");
 }
 
 /// Throws what the arguments say, one after the other, unless `holds`.
@@ -33,26 +52,6 @@ class SolverAudit::Pass {
   std::vector<const PseudoBool*> pbs;
   std::set<const Constr*> owned;
 
-  static std::string name(const PseudoBool& pb) {
-    std::ostringstream out;
-    for (int i = 0; i < pb.size(); i++) {
-      const PBTerm& term = pb[i];
-      out << term.coeff()
-          << (term.is_watched()       ? "*"
-              : term.is_fakewatched() ? "'"
-                                      : " ")
-          << text(term.lit) << " ";
-    }
-    out << ">= " << pb.degree() << (pb.learnt() ? " (learnt)" : "");
-    return out.str();
-  }
-  static std::string name(const Clause& c) {
-    std::ostringstream out;
-    out << (c.learnt() ? "learnt clause" : "clause");
-    for (int i = 0; i < c.size(); i++) out << " " << text(c[i]);
-    return out.str();
-  }
-
   /// Whether p is false and became so before the trail reached `place`.
   bool falseBefore(Lit p, int place) const {
     return S.value(p) == l_False && position[static_cast<size_t>(var(p))] < place;
@@ -61,7 +60,7 @@ class SolverAudit::Pass {
   void enter(const Constr* c, bool learnt) {
     demand(owned.insert(c).second, "a constraint is owned twice");
     if (const auto* clause = dynamic_cast<const Clause*>(c)) {
-      demand(clause->learnt() == learnt, name(*clause), " is in the wrong database");
+      demand(clause->learnt() == learnt, *clause, " is in the wrong database");
       clauses.push_back(clause);
     } else {
       const auto* pb = dynamic_cast<const PseudoBool*>(c);
@@ -87,20 +86,22 @@ class SolverAudit::Pass {
       while (level < S.decisionLevel() && S.trail_lim[level] <= i) level++;
       const Lit p = S.trail[i];
       const Var x = var(p);
-      demand(position[static_cast<size_t>(x)] == -1, text(p), " is on the trail twice");
+      demand(position[static_cast<size_t>(x)] == -1, p, " is on the trail twice");
       position[static_cast<size_t>(x)] = i;
-      demand(S.value(p) == l_True, text(p), " is on the trail and not true");
-      demand(S.level[x] == level, text(p), " stands at level ", level, ", not ", S.level[x]);
+      demand(S.value(p) == l_True, p, " is on the trail and not true");
+      demand(S.level[x] == level, p, " stands at level ", level, ", not ", S.level[x]);
 
       const bool opens_level = level > 0 && i == S.trail_lim[level - 1];
       const bool has_reason = S.reason[x] != nullptr;
-      demand(level > 0 || !has_reason, text(p), " has a reason at level 0");
+      demand(level > 0 || !has_reason, p, " has a reason at level 0");
       // Assumptions may be true already, so up to the root a level need not begin with a decision;
       // there, and only there, facts without a reason are asserted, too.
-      demand(level <= S.root_level || has_reason != opens_level, text(p), " at level ", level,
+      demand(level <= S.root_level || has_reason != opens_level, p, " at level ", level,
              has_reason ? " has a reason but was decided" : " has neither reason nor decision");
     }
     for (Var x = 0; x < S.nVars(); x++) {
+      demand(S.value(Lit(x)) == S.value(x) && S.value(~Lit(x)) == ~S.value(x), "x", x,
+             " and its literals differ in value");
       if (position[static_cast<size_t>(x)] != -1) continue;
       demand(S.value(x) == l_Undef && S.level[x] == -1 && S.reason[x] == nullptr, "x", x,
              " is not on the trail, but not quite unassigned");
@@ -108,7 +109,7 @@ class SolverAudit::Pass {
     demand(S.trail_pb.size() == S.trail_lim.size(), "levels and their flags differ in number");
     demand(S.propQ.size() <= S.trail.size(), "more is pending than assigned");
     for (int i = S.trail.size() - S.propQ.size(); i < S.trail.size(); i++)
-      demand(S.propQ.has(S.trail[i]), "the queue is no end of the trail: ", text(S.trail[i]));
+      demand(S.propQ.has(S.trail[i]), "the queue is no end of the trail: ", S.trail[i]);
     for (int i = 0; i < S.analyze_seen.size(); i++)
       demand(S.analyze_seen[i] == 0, "x", i, " keeps its mark of conflict analysis");
   }
@@ -119,12 +120,12 @@ class SolverAudit::Pass {
       const Lit p = S.trail[i];
       const Constr* const from = S.reason[var(p)];
       if (from == nullptr) continue;
-      demand(owned.count(from) != 0, "the reason of ", text(p), " has been removed");
+      demand(owned.count(from) != 0, "the reason of ", p, " has been removed");
       if (const auto* c = dynamic_cast<const Clause*>(from)) {
-        demand((*c)[0] == p, text(p), " is not the first literal of its reason, ", name(*c));
+        demand((*c)[0] == p, p, " is not the first literal of its reason, ", *c);
         for (int k = 1; k < c->size(); k++)
-          demand(falseBefore((*c)[k], i), name(*c), " does not imply ", text(p));
-        demand(S.reason_coeff[var(p)] == 1, "wrong coefficient of ", text(p), " in ", name(*c));
+          demand(falseBefore((*c)[k], i), *c, " does not imply ", p);
+        demand(S.reason_coeff[var(p)] == 1, "wrong coefficient of ", p, " in ", *c);
       } else {
         const auto& pb = static_cast<const PseudoBool&>(*from);
         int64 others = 0;
@@ -136,8 +137,8 @@ class SolverAudit::Pass {
             others += pb[k].coeff();
           }
         }
-        demand(own > 0 && others < pb.rhs_max, name(pb), " does not imply ", text(p));
-        demand(S.reason_coeff[var(p)] == own, "wrong coefficient of ", text(p), " in ", name(pb));
+        demand(own > 0 && others < pb.rhs_max, pb, " does not imply ", p);
+        demand(S.reason_coeff[var(p)] == own, "wrong coefficient of ", p, " in ", pb);
       }
     }
   }
@@ -152,11 +153,11 @@ class SolverAudit::Pass {
       }
     }
     for (const Clause* c : clauses) {
-      demand(c->size() >= 2, name(*c), " is too short to be watched");
+      demand(c->size() >= 2, *c, " is too short to be watched");
       for (int k = 0; k < 2; k++) {
         const auto found = entries.find({c, index(~(*c)[k])});
-        demand(found != entries.end() && found->second == 1, name(*c), " is watched ",
-               found == entries.end() ? 0 : found->second, " times for ", text((*c)[k]));
+        demand(found != entries.end() && found->second == 1, *c, " is watched ",
+               found == entries.end() ? 0 : found->second, " times for ", (*c)[k]);
       }
     }
     demand(total == 2 * clauses.size(), "there are ", total, " clause watches for ", clauses.size(),
@@ -171,7 +172,7 @@ class SolverAudit::Pass {
         demand(owned.count(entry.pb) != 0, "a removed constraint is watched");
         const auto& pb = static_cast<const PseudoBool&>(*entry.pb);
         demand(entry.index >= 0 && entry.index < pb.size() && index(~pb[entry.index].lit) == list,
-               "term ", entry.index, " is in the wrong watch list: ", name(pb));
+               "term ", entry.index, " is in the wrong watch list: ", pb);
         entries[{entry.pb, entry.index}]++;
       }
     }
@@ -182,18 +183,18 @@ class SolverAudit::Pass {
         const PBTerm& term = (*pb)[k];
         const auto found = entries.find({pb, k});
         const int there = found == entries.end() ? 0 : found->second;
-        const bool flagged = term.is_watched() || term.is_fakewatched();
-        demand(!term.is_watched() || !term.is_fakewatched(), "both flags are set: ", name(*pb));
+        const bool flagged = pb->is_watched(k) || pb->is_fakewatched(k);
+        demand(!pb->is_watched(k) || !pb->is_fakewatched(k), "both flags are set: ", *pb);
         // Tightening clears the objective's flags and leaves the entries to the next visit.
         demand(pb == S.objConstr ? !flagged || there >= 1 : there == (flagged ? 1 : 0), "term ", k,
-               " has ", there, " watch entries: ", name(*pb));
-        if (term.is_watched()) watched += term.coeff();
+               " has ", there, " watch entries: ", *pb);
+        if (pb->is_watched(k)) watched += term.coeff();
         total += term.coeff();
         demand(term.coeff() > 0 && (k == 0 || term.coeff() <= (*pb)[k - 1].coeff()),
-               "not in normal form: ", name(*pb));
+               "not in normal form: ", *pb);
       }
-      demand(pb->watchsum == watched, "watched sum ", pb->watchsum, " of ", name(*pb));
-      demand(pb->overflow || pb->lhs_max == total, "sum ", pb->lhs_max, " of ", name(*pb));
+      demand(pb->watchsum == watched, "watched sum ", pb->watchsum, " of ", *pb);
+      demand(pb->overflow || pb->lhs_max == total, "sum ", pb->lhs_max, " of ", *pb);
     }
   }
 
@@ -231,8 +232,8 @@ class SolverAudit::Pass {
         open += S.value((*c)[k]) == l_Undef;
         satisfied = satisfied || S.value((*c)[k]) == l_True;
       }
-      demand(satisfied || open > 0, "violated unnoticed: ", name(*c));
-      if (!c->learnt() || clauses_only) demand(satisfied || open > 1, "unit unnoticed: ", name(*c));
+      demand(satisfied || open > 0, "violated unnoticed: ", *c);
+      if (!c->learnt() || clauses_only) demand(satisfied || open > 1, "unit unnoticed: ", *c);
     }
     for (const PseudoBool* pb : pbs) {
       int64 open_sum = 0; // of the terms not false
@@ -240,16 +241,15 @@ class SolverAudit::Pass {
       for (int k = 0; k < pb->size(); k++) {
         const PBTerm& term = (*pb)[k];
         const lbool value = S.value(term.lit);
-        demand(value != l_False || !term.is_watched(), "term ", k,
-               " is false and counted: ", name(*pb));
+        demand(value != l_False || !pb->is_watched(k), "term ", k, " is false and counted: ", *pb);
         if (value != l_False) open_sum += term.coeff();
         if (value == l_Undef && largest_open == 0) largest_open = term.coeff();
       }
-      demand(open_sum >= pb->rhs_max, "violated unnoticed: ", name(*pb));
-      demand(pb->watchsum >= pb->rhs_max, "too little is watched: ", name(*pb));
+      demand(open_sum >= pb->rhs_max, "violated unnoticed: ", *pb);
+      demand(pb->watchsum >= pb->rhs_max, "too little is watched: ", *pb);
       if (!pb->learnt() && pb != S.objConstr)
         demand(largest_open == 0 || open_sum >= static_cast<int64>(pb->rhs_max) + largest_open,
-               "implies unnoticed: ", name(*pb));
+               "implies unnoticed: ", *pb);
     }
   }
 };
@@ -304,4 +304,5 @@ void SolverAudit::emptyAccumulator(Solver& S) {
   S.inLearnedPB.growTo(S.nVars(), 0);
   for (Var x = 0; x < S.nVars(); x++) S.inLearnedPB[x] = 0;
   S.tmpGoal = S.tmpTrueSum = 0;
+  S.marker = 1;
 }

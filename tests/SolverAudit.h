@@ -40,6 +40,7 @@ class SolverAudit {
   static vec<double>& activity(Solver& S) { return S.activity; }
   static double& claInc(Solver& S) { return S.cla_inc; }
   static double& pbInc(Solver& S) { return S.pb_inc; }
+  static int& rootLevel(Solver& S) { return S.root_level; }
   static PseudoBool* objective(Solver& S) { return S.objConstr; }
 
   // The accumulator of the learnt pseudo-Boolean constraint
@@ -48,10 +49,10 @@ class SolverAudit {
   static bool negated(Solver& S, Var x) { return S.tmpSign[x]; }
   static bool entered(Solver& S, Var x) { return S.inLearnedPB[x] != 0; }
   static int64 trueSum(const Solver& S) { return S.tmpTrueSum; }
-  /// Sizes the accumulator as `Solver::solve` does and empties it.
+  /// Sizes the accumulator as `Solver::solve` does and empties it as `Solver::analyze` does.
   static void emptyAccumulator(Solver& S);
 
-  static int watchsum(const PseudoBool& pb) { return pb.watchsum; }
+  static int& watchsum(PseudoBool& pb) { return pb.watchsum; }
   static int lhsMax(const PseudoBool& pb) { return pb.lhs_max; }
   static bool overflow(const PseudoBool& pb) { return pb.overflow; }
   static int amax(const PseudoBool& pb) { return pb.amax; }

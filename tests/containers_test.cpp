@@ -1,0 +1,255 @@
+/// \file
+/// Arrays, queue, random numbers, sorts and the decision order.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <utility>
+#include <vector>
+
+#include "EngineTest.h"
+#include "Sort.h"
+
+namespace {
+
+TEST(Values, LiteralsAndTruth) {
+  static_assert(index(Lit(5, true)) == 11 && var(Lit(5, true)) == 5 && sign(Lit(5, true)));
+  static_assert(index(~Lit(5, true)) == 10 && ~lit_Undef == lit_Error && var(lit_Error) == -1);
+  static_assert(~l_True == l_False && ~l_Undef == l_Undef && lbool(true) == l_True);
+  static_assert(toInt(l_False) == -1 && lbool() == l_Undef);
+}
+
+TEST(Vec, CapacityGrowsGeometrically) {
+  const struct {
+    int first, then, expected;
+  } cases[] = {{1, 1, 16}, {16, 17, 48}, {20, 20, 20}, {20, 100, 128}, {48, 49, 112}};
+  for (const auto& c : cases) {
+    vec<int> v;
+    v.growTo(c.first);
+    v.growTo(c.then, 7);
+    EXPECT_EQ(v.capacity(), c.expected) << c.first << " then " << c.then;
+    EXPECT_EQ(v.size(), c.then);
+    v.growTo(1); // never shrinks
+    EXPECT_EQ(v.size(), c.then);
+  }
+}
+
+TEST(Vec, ContentsMoveAsAWhole) {
+  vec<vec<int>> from;
+  for (int i = 0; i < 40; i++) { // relocates lists that hold storage
+    from.push();
+    from.last().push(i);
+  }
+  vec<vec<int>> to;
+  to.push();
+  to.last().growTo(100);
+  from.moveTo(to);
+  EXPECT_EQ(from.size(), 0);
+  EXPECT_EQ(from.capacity(), 0);
+  ASSERT_EQ(to.size(), 40);
+  for (int i = 0; i < 40; i++) EXPECT_EQ(to[i][0], i);
+
+  vec<int> copy(9, 1);
+  to[3].copyTo(copy);
+  ASSERT_EQ(copy.size(), 1);
+  EXPECT_EQ(copy[0], 3);
+
+  vec<int> adopted(copy.release(), 1);
+  EXPECT_EQ(copy.capacity(), 0);
+  EXPECT_EQ(adopted[0], 3);
+  adopted.clear();
+  EXPECT_EQ(adopted.capacity(), 1);
+  adopted.clear(true);
+  EXPECT_EQ(adopted.capacity(), 0);
+}
+
+TEST(Queue, FirstInFirstOut) {
+  Queue<Lit> q;
+  for (Var x = 0; x < 3; x++) q.insert(Lit(x));
+  EXPECT_EQ(q.dequeue(), Lit(0));
+  EXPECT_EQ(q.dequeue(), Lit(1));
+  EXPECT_EQ(q.size(), 1);
+  EXPECT_TRUE(q.has(Lit(2)));
+  EXPECT_FALSE(q.has(Lit(0))); // taken out, though still stored
+  q.clear();
+  q.insert(Lit(9));
+  EXPECT_EQ(q.dequeue(), Lit(9));
+}
+
+TEST(Random, SequenceIsFixed) {
+  double seed = 91648253;
+  EXPECT_EQ(drand(seed), 0.38433611597136413);
+  for (const double expected : {1710755348.0, 1534951076.0, 1560363636.0, 171059187.0}) {
+    drand(seed);
+    EXPECT_EQ(seed, expected);
+  }
+  EXPECT_EQ(irand(seed = 91648253, 16), 6);
+  EXPECT_EQ(irand(seed = 91648253, 100), 38);
+}
+
+// ------------------------------------------------------------------------------------------------
+// Sorting. Elements with equal keys can be told apart, so that the exact outcome is compared.
+
+struct Item {
+  int key;
+  int id;
+  bool operator==(const Item& other) const { return key == other.key && id == other.id; }
+};
+
+bool before(const Item& a, const Item& b) {
+  return a.key < b.key;
+}
+
+/// The quicksort as a recursion, with integer random numbers.
+void modelSort(std::vector<Item>& items, size_t from, size_t to, unsigned long& seed) {
+  const size_t size = to - from;
+  if (size <= 15) {
+    for (size_t i = from; i + 1 < to; i++)
+      std::swap(items[i], *std::min_element(items.begin() + static_cast<long>(i),
+                                            items.begin() + static_cast<long>(to), before));
+    return;
+  }
+  seed = seed * 1389796 % 2147483647;
+  const Item pivot = items[from + static_cast<size_t>(static_cast<double>(seed) / 2147483647 *
+                                                      static_cast<double>(size))];
+  size_t i = from;
+  size_t j = to - 1;
+  for (;; i++, j--) {
+    while (before(items[i], pivot)) i++;
+    while (before(pivot, items[j])) j--;
+    if (i >= j) break;
+    std::swap(items[i], items[j]);
+  }
+  modelSort(items, from, i, seed);
+  modelSort(items, i, to, seed);
+}
+
+TEST(Sort, FollowsTheModelExactly) {
+  const struct {
+    const char* name;
+    std::function<int(int, int)> key; // of element i of n
+  } inputs[] = {
+      {"ascending", [](int i, int) { return i; }},
+      {"descending", [](int i, int n) { return n - i; }},
+      {"equal", [](int, int) { return 0; }},
+      {"two values", [](int i, int) { return i % 2; }},
+      {"organ pipe", [](int i, int n) { return std::min(i, n - i); }},
+      {"scrambled", [](int i, int) { return static_cast<int>(i * 7919L % 1009); }},
+  };
+  for (const auto& input : inputs) {
+    for (const int n : {0, 1, 2, 14, 15, 16, 17, 31, 100, 1000, 5000}) {
+      SCOPED_TRACE(testing::Message() << input.name << ", " << n);
+      std::vector<Item> items;
+      for (int i = 0; i < n; i++) items.push_back({input.key(i, n), i});
+      std::vector<Item> expected = items;
+      unsigned long model_seed = 91648253;
+      modelSort(expected, 0, expected.size(), model_seed);
+      double seed = 91648253;
+      sort(items.data(), n, before, seed);
+      EXPECT_TRUE(items == expected);
+      EXPECT_EQ(seed, static_cast<double>(model_seed));
+      EXPECT_TRUE(std::is_sorted(items.begin(), items.end(), before));
+      EXPECT_EQ(seed == 91648253, n <= 15); // selection draws no pivots
+    }
+  }
+}
+
+TEST(Sort, UniqueDropsRepeats) {
+  Lits v{Lit(3, true), Lit(1, true), Lit(3, true), Lit(1)};
+  sortUnique(v);
+  EXPECT_EQ(show(v), "x1 ~x1 ~x3");
+  vec<Lit> empty;
+  sortUnique(empty);
+  EXPECT_EQ(empty.size(), 0);
+}
+
+// ------------------------------------------------------------------------------------------------
+// The decision order
+
+class Order : public testing::Test {
+ protected:
+  vec<signed char> values;
+  vec<double> activities;
+  VarOrder order{values, activities};
+
+  void newVars(int n, bool decision) {
+    for (int i = 0; i < n; i++) {
+      values.push(0);
+      activities.push(0);
+      order.newVar(decision);
+    }
+  }
+  std::vector<Var> sequence() const {
+    const vec<Var>& s = SolverAudit::sequence(order);
+    return {&s[0], &s[0] + s.size()};
+  }
+  void raise(Var x, double activity) {
+    activities[x] = activity;
+    order.update(x);
+  }
+};
+
+TEST_F(Order, MostActiveFirstAndTiesStay) {
+  newVars(4, true);
+  raise(2, 1);
+  EXPECT_EQ(sequence(), (std::vector<Var>{2, 0, 1, 3}));
+  raise(3, 1);
+  EXPECT_EQ(sequence(), (std::vector<Var>{2, 3, 0, 1}));
+  EXPECT_EQ(SolverAudit::position(order, 0), 2);
+  EXPECT_EQ(order.select(0), 2);
+}
+
+TEST_F(Order, ScanStartFollowsAssignments) {
+  newVars(6, true);
+  for (Var x = 0; x < 5; x++) {
+    EXPECT_EQ(order.select(0), x);
+    values[x] = 1;
+  }
+  EXPECT_EQ(order.select(0), 5);
+  EXPECT_EQ(SolverAudit::scanStart(order), 5);
+  values[2] = 0;
+  order.undo(2);
+  EXPECT_EQ(SolverAudit::scanStart(order), 2);
+  values[5] = values[2] = -1;
+  EXPECT_EQ(order.select(0), var_Undef);
+}
+
+TEST_F(Order, OnlyDecisionVariablesAreChosen) {
+  newVars(1, false);
+  EXPECT_EQ(order.select(1), var_Undef);          // nothing to draw from
+  EXPECT_EQ(SolverAudit::seed(order), 825355524); // one draw with every call
+  newVars(1, true);
+  raise(0, 5);
+  EXPECT_EQ(order.select(0), 1);
+  values[1] = 1;
+  order.undo(0);
+  EXPECT_EQ(order.select(0), var_Undef);
+  EXPECT_FALSE(order.decisionVar(0));
+}
+
+TEST_F(Order, RandomChoiceFallsBackOnActivity) {
+  newVars(3, true);
+  EXPECT_EQ(order.select(1), 2); // 1710755348 / 2147483647 * 3
+  EXPECT_EQ(SolverAudit::scanStart(order), 0);
+
+  values[0] = values[1] = 1;
+  for (int i = 0; i < 20; i++) EXPECT_EQ(order.select(1), 2);
+}
+
+TEST_F(Order, ResortAndShuffleKeepPositions) {
+  newVars(50, true);
+  for (Var x = 0; x < 50; x++) activities[x] = x % 7;
+  order.updateAll();
+  const std::vector<Var> sorted = sequence();
+  for (size_t i = 1; i < 50; i++) EXPECT_GE(activities[sorted[i - 1]], activities[sorted[i]]);
+  order.permute(40);
+  std::vector<Var> shuffled = sequence();
+  EXPECT_NE(shuffled, sorted);
+  EXPECT_TRUE(std::equal(sorted.begin() + 40, sorted.end(), shuffled.begin() + 40));
+  for (int i = 0; i < 50; i++)
+    EXPECT_EQ(SolverAudit::position(order, shuffled[static_cast<size_t>(i)]), i);
+  std::sort(shuffled.begin(), shuffled.end());
+  for (int i = 0; i < 50; i++) EXPECT_EQ(shuffled[static_cast<size_t>(i)], i);
+}
+
+} // namespace

@@ -1,0 +1,544 @@
+/// \file
+/// Assignment, clauses, conflict analysis, learning arithmetic, reductions, and the audit itself.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <vector>
+
+#include "EngineTest.h"
+#include "LevelSums.h"
+
+namespace {
+
+// ------------------------------------------------------------------------------------------------
+// Assignment
+
+TEST(Assignment, EnqueueStoresReasonsAboveLevelZeroOnly) {
+  TestSolver S(4);
+  S.addClause(Lits{Lit(0), Lit(1)});
+  Constr* const c = SolverAudit::constrs(S)[0];
+  EXPECT_TRUE(S.enqueue(Lit(0), c, 5));
+  EXPECT_EQ(SolverAudit::reason(S, 0), nullptr);
+  EXPECT_EQ(SolverAudit::reasonCoeff(S, 0), 0);
+  S.propagate();
+  S.decide(Lit(2));
+  EXPECT_TRUE(S.enqueue(Lit(3), c, 0));
+  EXPECT_EQ(SolverAudit::reason(S, 3), c);
+  EXPECT_EQ(SolverAudit::reasonCoeff(S, 3), 1);
+  EXPECT_TRUE(S.enqueue(Lit(3), nullptr, 7)); // true already: nothing changes
+  EXPECT_EQ(SolverAudit::reason(S, 3), c);
+  EXPECT_FALSE(S.enqueue(~Lit(0), nullptr, 1));
+  EXPECT_TRUE(S.okay());
+  SolverAudit::propQ(S).clear();
+  S.cancelUntil(3);
+  EXPECT_EQ(S.nAssigns(), 3);
+  S.cancelUntil(0);
+  EXPECT_EQ(show(SolverAudit::trail(S)), "x0");
+  EXPECT_FALSE(S.addUnit(~Lit(0)));
+  EXPECT_FALSE(S.okay());
+}
+
+// ------------------------------------------------------------------------------------------------
+// Clauses
+
+TEST(Clauses, ProblemClausesAreNormalised) {
+  const Lit a(0), b(1), c(2), t(3), f(4); // t is true, f false
+  const struct {
+    std::vector<Lit> literals;
+    bool accepted;
+    const char* stored;
+    const char* trail;
+  } cases[] = {
+      {{a, ~a, b}, true, "", "x3 ~x4"},    {{b, a, b}, true, "x0 x1", "x3 ~x4"},
+      {{b, t, a}, true, "", "x3 ~x4"},     {{f, c, f, a, b}, true, "x0 x1 x2", "x3 ~x4"},
+      {{f, ~t, a}, true, "", "x3 ~x4 x0"}, {{f, ~t}, false, "", "x3 ~x4"},
+      {{}, false, "", "x3 ~x4"},
+  };
+  for (const auto& test : cases) {
+    TestSolver S(5);
+    S.enqueue(t, nullptr, 1);
+    S.enqueue(~f, nullptr, 1);
+    vec<Lit> literals;
+    for (const Lit p : test.literals) literals.push(p);
+    SCOPED_TRACE(show(literals));
+    EXPECT_EQ(S.addClause(literals), test.accepted);
+    EXPECT_EQ(S.okay(), test.accepted);
+    EXPECT_EQ(constraints(S), test.stored);
+    EXPECT_EQ(show(SolverAudit::trail(S)), test.trail);
+    EXPECT_EQ(SolverAudit::check(S), "");
+  }
+}
+
+TEST(Clauses, LearntClausesWatchTheHighestLevel) {
+  TestSolver S(4);
+  const Lit p(0), q(1), r(2), s(3);
+  S.assign(~q, 3);
+  S.assign(~r, 5);
+  S.assign(~s, 5);
+  S.assign(~p, 7);
+  Clause* c = nullptr;
+  ASSERT_TRUE(Clause_new(S, Lits{p, q, r, s}, true, c));
+  EXPECT_EQ(show(c), "x0 x2 x1 x3");
+  EXPECT_EQ(SolverAudit::watches(S, ~r).last(), c);
+  EXPECT_EQ(c->activity(), 1.0F);
+  EXPECT_EQ(SolverAudit::activity(S)[3], 1.0);
+  SolverAudit::learnts(S).push(c);
+
+  // The second watch when literals may be in any state: the first not false, whatever the levels.
+  const struct {
+    Lits literals;
+    const char* expected;
+  } cases[] = {{{p, Lit(20), q, r}, "x0 x20 x1 x2"},
+               {{p, q, r, Lit(20)}, "x0 x20 x2 x1"},
+               {{p, q, r, s}, "x0 x2 x1 x3"}};
+  while (S.nVars() <= 20) S.newVar(true, -1, 0, 0);
+  for (const auto& test : cases) {
+    ASSERT_TRUE(Clause_add(S, test.literals, c));
+    EXPECT_EQ(show(c), test.expected);
+    SolverAudit::learnts(S).push(c);
+  }
+}
+
+TEST(Clauses, PropagationMovesTheFalseWatch) {
+  TestSolver S(4);
+  S.addClause(Lits{Lit(0), Lit(1), Lit(2)});
+  Constr* const c = SolverAudit::constrs(S)[0];
+  EXPECT_EQ(S.decide(~Lit(0)), nullptr);
+  EXPECT_EQ(show(c), "x1 x2 x0");
+  EXPECT_EQ(SolverAudit::watches(S, ~Lit(0)).size(), 0);
+  EXPECT_EQ(SolverAudit::checkFixpoint(S), "");
+
+  EXPECT_EQ(S.decide(~Lit(2)), nullptr);
+  EXPECT_EQ(SolverAudit::reason(S, 1), c);
+  EXPECT_EQ(SolverAudit::checkFixpoint(S), "");
+  vec<Lit> why, other;
+  EXPECT_FALSE(c->calcReason(S, Lit(1), why, other));
+  EXPECT_EQ(show(why), "~x2 ~x0");
+  EXPECT_EQ(other.size(), 0);
+  EXPECT_EQ(S.stats.propagations, 2);
+
+  S.cancelUntil(0);
+  S.decide(Lit(1));
+  EXPECT_EQ(S.decide(~Lit(2)), nullptr); // satisfied: the watch stays
+  EXPECT_EQ(show(c), "x1 x2 x0");
+}
+
+TEST(Clauses, ConflictKeepsTheRestOfTheList) {
+  TestSolver S(5);
+  for (const Var x : {1, 2, 3, 4}) S.addClause(Lits{Lit(0), Lit(x)});
+  S.assume(~Lit(0));
+  S.enqueue(~Lit(2), nullptr, 1);
+  Constr* const confl = S.propagate();
+  EXPECT_EQ(confl, SolverAudit::constrs(S)[1]);
+  EXPECT_EQ(SolverAudit::propQ(S).size(), 0);
+  EXPECT_EQ(show(SolverAudit::trail(S)), "~x0 ~x2 x1");
+  const vec<Constr*>& list = SolverAudit::watches(S, ~Lit(0));
+  ASSERT_EQ(list.size(), 4);
+  for (int i = 0; i < 4; i++) EXPECT_EQ(list[i], SolverAudit::constrs(S)[i]);
+  vec<Lit> why, other;
+  confl->calcReason(S, lit_Undef, why, other);
+  EXPECT_EQ(show(why), "~x2 ~x0");
+}
+
+TEST(Clauses, RemovedWithTheirWatches) {
+  vec<Constr*> ws;
+  Constr* const a = reinterpret_cast<Constr*>(8);
+  Constr* const b = reinterpret_cast<Constr*>(16);
+  for (Constr* const c : {b, a, b, a}) ws.push(c);
+  removeWatch(ws, a);
+  ASSERT_EQ(ws.size(), 3);
+  EXPECT_TRUE(ws[0] == b && ws[1] == b && ws[2] == a);
+}
+
+// ------------------------------------------------------------------------------------------------
+// Conflict analysis
+
+TEST(Analysis, FirstUniqueImplicationPoint) {
+  TestSolver S(5);
+  S.addClause(Lits{~Lit(1), Lit(2)});
+  S.addClause(Lits{~Lit(2), ~Lit(0), Lit(3)});
+  S.addClause(Lits{~Lit(2), Lit(4)});
+  S.addClause(Lits{~Lit(3), ~Lit(4)});
+  S.decide(Lit(0));
+  Constr* const confl = S.decide(Lit(1));
+  ASSERT_NE(confl, nullptr);
+  vec<Lit> learnt, pb_learnt;
+  int level;
+  SolverAudit::analyze(S, confl, learnt, pb_learnt, level);
+  EXPECT_EQ(show(learnt), "~x2 ~x0");
+  EXPECT_EQ(level, 1);
+  EXPECT_EQ(show(SolverAudit::trail(S)), "x0 x1"); // undone up to the implication point
+  EXPECT_EQ(S.decisionLevel(), 2);
+
+  S.cancelUntil(level);
+  SolverAudit::record(S, learnt);
+  EXPECT_EQ(S.nLearnts(), 1);
+  EXPECT_EQ(SolverAudit::reason(S, 2), SolverAudit::learnts(S)[0]);
+  EXPECT_EQ(S.value(Lit(2)), l_False);
+  EXPECT_EQ(SolverAudit::check(S), "");
+}
+
+TEST(Analysis, UnitClausesBecomeFacts) {
+  TestSolver S(3);
+  S.addUnit(Lit(2));
+  S.propagate();
+  S.addClause(Lits{~Lit(0), Lit(1)});
+  S.addClause(Lits{~Lit(0), ~Lit(1)});
+  Constr* const confl = S.decide(Lit(0));
+  ASSERT_NE(confl, nullptr);
+  vec<Lit> learnt, pb_learnt;
+  int level;
+  SolverAudit::analyze(S, confl, learnt, pb_learnt, level);
+  EXPECT_EQ(show(learnt), "~x0");
+  EXPECT_EQ(level, 0);
+  S.cancelUntil(0);
+  SolverAudit::record(S, learnt);
+  EXPECT_EQ(S.nLearnts(), 0);
+  EXPECT_EQ(show(SolverAudit::trail(S)), "x2 ~x0");
+}
+
+/// x0 + x1 + x2 >= 2 and ~x1 + ~x2 + x3 >= 2 add up to x0 + x3 >= 2.
+class CuttingPlane : public testing::Test {
+ protected:
+  TestSolver S{5};
+  vec<Lit> learnt, pb_learnt;
+  int level = -1;
+
+  void SetUp() override {
+    S.add({{1, 1}, {2, 1}, {3, 1}}, pb_at_least, 2);
+    S.add({{-2, 1}, {-3, 1}, {4, 1}}, pb_at_least, 2);
+  }
+  void analyzeConflict() {
+    Constr* const confl = S.decide(~Lit(0));
+    ASSERT_EQ(confl, SolverAudit::constrs(S)[1]);
+    EXPECT_EQ(SolverAudit::check(S), "");
+    SolverAudit::analyze(S, confl, learnt, pb_learnt, level);
+  }
+};
+
+TEST_F(CuttingPlane, IsLearntBesideTheClause) {
+  analyzeConflict();
+  EXPECT_EQ(show(learnt), "x0");
+  EXPECT_EQ(level, 0);
+  EXPECT_EQ(SolverAudit::pbFlag(S), 1);
+  EXPECT_EQ(SolverAudit::goal(S), 2);
+  EXPECT_FALSE(SolverAudit::entered(S, 1)); // cancelled
+  EXPECT_FALSE(SolverAudit::recordPB(S, pb_learnt, learnt, level));
+  ASSERT_EQ(S.pb_nLearnts(), 1);
+  EXPECT_EQ(show(SolverAudit::pbLearnts(S)[0]), "1*x3 1*x0 >= 2");
+  EXPECT_EQ(show(SolverAudit::trail(S)), "x3 x0");
+  EXPECT_EQ(S.decisionLevel(), 0);
+  EXPECT_EQ(S.propagate(), nullptr);
+  EXPECT_EQ(SolverAudit::checkFixpoint(S), "");
+}
+
+/// What is asserted at the level of the assumptions still waits to be propagated.
+TEST_F(CuttingPlane, AssertsUnderAssumptions) {
+  S.decide(Lit(4));
+  SolverAudit::rootLevel(S) = 1;
+  analyzeConflict();
+  EXPECT_FALSE(SolverAudit::recordPB(S, pb_learnt, learnt, level));
+  EXPECT_EQ(S.decisionLevel(), 1);
+  EXPECT_EQ(show(SolverAudit::trail(S)), "x4 x3 x0");
+  EXPECT_EQ(SolverAudit::propQ(S).size(), 2);
+}
+
+TEST(Analysis, FactsBelowTheRootCountAtTheRoot) {
+  LevelSums levels;
+  levels.start(2, 3);
+  levels.addFalse(0, 3, 7);
+  levels.addOpen(4, 2);
+  EXPECT_EQ(levels.findAssertionLevel(3, 6, 2, [](Var) {}), 3);
+  EXPECT_EQ(levels.assertionLevel(), 2);
+}
+
+// ------------------------------------------------------------------------------------------------
+// Learning arithmetic
+
+TEST(Learning, OppositeLiteralsCancel) {
+  const struct {
+    int64 amount;
+    bool negative;
+    int64 coeff, goal;
+    bool sign;
+  } cases[] = {
+      {3, true, 8, 10, true},  // 5 ~x + 3 ~x
+      {3, false, 2, 7, true},  // 5 ~x + 3 x = 2 ~x + 3
+      {5, false, 0, 5, true},  // nothing is left
+      {7, false, 2, 5, false}, // 5 ~x + 7 x = 2 x + 5
+  };
+  for (const auto& c : cases) {
+    TestSolver S(1);
+    SolverAudit::goal(S) = 10;
+    EXPECT_TRUE(SolverAudit::add(S, ~Lit(0), 5));
+    EXPECT_FALSE(SolverAudit::add(S, Lit(0, c.negative), c.amount));
+    EXPECT_EQ(SolverAudit::coef(S, 0), c.coeff);
+    EXPECT_EQ(SolverAudit::goal(S), c.goal);
+    EXPECT_EQ(SolverAudit::entered(S, 0), c.coeff != 0);
+    EXPECT_TRUE(c.coeff == 0 || SolverAudit::negated(S, 0) == c.sign);
+  }
+}
+
+TEST(Learning, ScalingSaturatesMeasuresAndMultiplies) {
+  TestSolver S(4);
+  const Lits literals{Lit(0), Lit(1), Lit(1), Lit(2), Lit(3)};
+  S.assign(~Lit(1), 1);
+  for (Var x = 0; x < 4; x++) SolverAudit::add(S, Lit(x), 3 + x);
+  SolverAudit::goal(S) = 5;
+  SolverAudit::coef(S, 0) = 1;
+  SolverAudit::coef(S, 2) = 2;
+  SolverAudit::scale(S, ~Lit(3), 4, literals);
+  EXPECT_EQ(SolverAudit::coef(S, 0), 4);
+  EXPECT_EQ(SolverAudit::coef(S, 1), 16); // once, though listed twice
+  EXPECT_EQ(SolverAudit::coef(S, 2), 8);
+  EXPECT_EQ(SolverAudit::coef(S, 3), 6); // the literal being resolved is left out
+  EXPECT_EQ(SolverAudit::goal(S), 20);
+  EXPECT_EQ(SolverAudit::trueSum(S), 3);
+  SolverAudit::scale(S, ~Lit(3), 1, literals);
+  EXPECT_EQ(SolverAudit::coef(S, 1), 16);
+  SolverAudit::goal(S) = 13;
+  SolverAudit::scale(S, ~Lit(3), 1, literals);
+  EXPECT_EQ(SolverAudit::coef(S, 1), 13);
+}
+
+TEST(Learning, GivenUpBeyondItsBounds) {
+  // A coefficient after a scaling pass
+  for (const int64 coeff : {25000, 25001}) {
+    TestSolver S(2);
+    S.assign(~Lit(0), 1);
+    SolverAudit::pbFlag(S) = 1;
+    SolverAudit::add(S, Lit(0), coeff);
+    SolverAudit::goal(S) = 30000;
+    SolverAudit::scale(S, Lit(1), 4, Lits{Lit(0)});
+    EXPECT_EQ(SolverAudit::goal(S), coeff == 25000 ? 120000 : 1001);
+  }
+  // The degree after a scaling pass, and a constraint that is no longer falsified
+  const struct {
+    int64 goal, open;
+    int flag;
+  } passes[] = {{1000, 999, 1}, {1001, 0, 0}, {500, 500, 0}};
+  for (const auto& c : passes) {
+    TestSolver S(2);
+    S.assign(Lit(1), 1);
+    SolverAudit::pbFlag(S) = 1;
+    SolverAudit::add(S, Lit(0), c.open);
+    SolverAudit::goal(S) = c.goal;
+    SolverAudit::scale(S, Lit(1), 1, Lits{Lit(0)});
+    SolverAudit::abandonUnlessConflicting(S);
+    EXPECT_EQ(SolverAudit::pbFlag(S), c.flag) << c.goal;
+  }
+  // A coefficient and the degree while a constraint is merged
+  for (const int over : {0, 1}) {
+    TestSolver S(3);
+    S.add({{1, 1}, {2, 1}, {3, 1}}, pb_at_least, 2);
+    S.assign(~Lit(0), 1);
+    SolverAudit::pbFlag(S) = 1;
+    PseudoBool::UpdateLearned(S, 2500, Lit(0), 4);
+    PseudoBool::UpdateLearned(S, 9999 + over, Lit(1), 1);
+    EXPECT_EQ(SolverAudit::pbFlag(S), 1);
+    PseudoBool::UpdateLearned(S, 1, Lit(1), 1);
+    EXPECT_EQ(SolverAudit::pbFlag(S), over == 0);
+
+    SolverAudit::emptyAccumulator(S);
+    SolverAudit::pbFlag(S) = 1;
+    SolverAudit::goal(S) = 9998 + over;
+    vec<Lit> why, list;
+    EXPECT_TRUE(SolverAudit::constrs(S)[0]->calcReason(S, lit_Undef, why, list));
+    EXPECT_EQ(SolverAudit::pbFlag(S), over == 0);
+    EXPECT_EQ(show(list), over == 0 ? "x0 x1 x2" : "");
+    EXPECT_EQ(show(why), "~x0");
+  }
+}
+
+TEST(Learning, GreatestCommonDivisor) {
+  EXPECT_EQ(SolverAudit::gcd(12, 18), 6);
+  EXPECT_EQ(SolverAudit::gcd(-12, 18), 6);
+  EXPECT_EQ(SolverAudit::gcd(7, 1), 1);
+  EXPECT_EQ(SolverAudit::gcd(0, 5), 5);
+}
+
+// ------------------------------------------------------------------------------------------------
+// Activities and reduction
+
+TEST(Activities, BumpedWhereAssignedAndRescaledTogether) {
+  TestSolver S(3);
+  SolverAudit::bump(S, Lit(1));
+  EXPECT_EQ(SolverAudit::activity(S)[1], 0);
+  S.assign(Lit(1), 1);
+  SolverAudit::bump(S, Lit(1));
+  EXPECT_EQ(SolverAudit::activity(S)[1], 1);
+  S.assign(Lit(2), 2);
+  SolverAudit::activity(S)[2] = 1e100;
+  SolverAudit::bump(S, Lit(2)); // adds too little to pass the limit
+  EXPECT_EQ(SolverAudit::activity(S)[2], 1e100);
+  SolverAudit::activity(S)[2] = 1.5e100;
+  SolverAudit::bump(S, Lit(2));
+  EXPECT_NEAR(SolverAudit::activity(S)[2], 1.5, 1e-9);
+  EXPECT_NEAR(SolverAudit::activity(S)[1], 1e-100, 1e-110);
+  EXPECT_EQ(SolverAudit::check(S), "");
+}
+
+std::string activitiesLeft(TestSolver& S) {
+  std::ostringstream out;
+  for (int i = 0; i < S.nLearnts(); i++) out << SolverAudit::learnts(S)[i]->activity() << " ";
+  for (int i = 0; i < S.pb_nLearnts(); i++) out << SolverAudit::pbLearnts(S)[i]->activity() << " ";
+  return out.str();
+}
+
+TEST(Reduction, KeepsTheActiveAndTheLocked) {
+  const struct {
+    std::vector<float> activities; // the last one's constraint is locked if `locked`
+    double inc;
+    bool locked;
+    const char* left;
+  } cases[] = {
+      {{}, 1, false, ""},
+      {{2}, 2, false, "2 "},             // exactly at the limit
+      {{2}, 2.5, false, ""},             // half of one is none, but it is below the limit
+      {{4, 1, 3, 2}, 1, false, "3 4 "},  // the less active half goes
+      {{4, 1, 3, 2}, 12.5, false, "4 "}, // and what is below 12.5 / 4
+      {{5, 6, 7, 1}, 1, true, "1 6 7 "}, // but not what is a reason
+      {{5, 6, 1}, 18, true, "1 6 "},
+  };
+  for (const bool pb : {false, true}) {
+    for (const auto& c : cases) {
+      TestSolver S(6);
+      if (c.locked) S.assign(~Lit(5), 1);
+      for (size_t i = 0; i < c.activities.size(); i++) {
+        if (pb) {
+          for (const Var x : {0, 1, 2}) SolverAudit::add(S, Lit(x), 1);
+          SolverAudit::goal(S) = 2;
+          PseudoBool* out = nullptr;
+          Clause* clause = nullptr;
+          ASSERT_TRUE(PseudoBool_add(S, Lits{Lit(0), Lit(1), Lit(2)}, out, clause));
+          SolverAudit::emptyAccumulator(S);
+          out->activity() = c.activities[i];
+          SolverAudit::pbLearnts(S).push(out);
+        } else {
+          Clause* out = nullptr;
+          ASSERT_TRUE(Clause_new(S, Lits{Lit(0), Lit(1), Lit(2)}, true, out));
+          out->activity() = c.activities[i];
+          SolverAudit::learnts(S).push(out);
+        }
+      }
+      if (c.locked && pb) {
+        S.decide(Lit(4));
+        S.enqueue(Lit(0), SolverAudit::pbLearnts(S).last(), 1);
+      } else if (c.locked) {
+        S.decide(Lit(4));
+        S.enqueue(Lit(0), SolverAudit::learnts(S).last(), 1);
+      }
+      SolverAudit::claInc(S) = SolverAudit::pbInc(S) = c.inc;
+      if (pb) {
+        SolverAudit::reducePB(S);
+      } else {
+        SolverAudit::reduceClauses(S);
+      }
+      EXPECT_EQ(activitiesLeft(S), c.left) << (pb ? "constraints" : "clauses") << ", " << c.inc;
+    }
+  }
+}
+
+TEST(Reduction, SatisfiedConstraintsGoAtTheRoot) {
+  TestSolver S(5);
+  S.addClause(Lits{Lit(0), Lit(1)});
+  S.addClause(Lits{Lit(1), Lit(2), Lit(3)});
+  S.add({{1, 3}, {2, 2}, {3, 2}}, pb_at_least, 2);
+  S.add({{1, 3}, {2, 2}, {3, 2}}, pb_at_least, 4);
+  S.addUnit(Lit(0));
+  S.addUnit(~Lit(3));
+  EXPECT_TRUE(SolverAudit::simplify(S));
+  EXPECT_EQ(constraints(S), "x1 x2 x3; 3*x0 2*x1 2*x2 >= 4"); // false literals stay
+  EXPECT_EQ(SolverAudit::checkFixpoint(S), "");
+  S.addUnit(Lit(1));
+  EXPECT_TRUE(SolverAudit::simplify(S));
+  EXPECT_EQ(S.nConstrs(), 0);
+}
+
+// ------------------------------------------------------------------------------------------------
+// Search
+
+TEST(Search, AssumptionsDecideOneQuestionOnly) {
+  TestSolver S(3);
+  S.add({{1, 1}, {2, 1}, {3, 1}}, pb_at_most, 1);
+  S.add({{1, 1}, {2, 1}}, pb_at_least, 1);
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(S.solve(Lits{Lit(0), Lit(1)}, std::clock()), solve_unsatisfiable);
+  EXPECT_EQ(S.solve(Lits{Lit(1), Lit(1)}, std::clock()), solve_done);
+  EXPECT_EQ(S.solve(Lits{Lit(2)}, std::clock()), solve_unsatisfiable);
+  EXPECT_TRUE(S.okay());
+  EXPECT_EQ(S.solve(Lits{}, std::clock()), solve_done);
+  EXPECT_TRUE(S.checkModel());
+  S.timeout = -1; // has passed
+  EXPECT_EQ(S.solve(Lits{}, std::clock()), solve_stopped);
+  EXPECT_EQ(testing::internal::GetCapturedStdout().substr(0, 47),
+            "c #variables read: 3 - #constraints read: 2\nc #");
+}
+
+TEST(Search, WithoutVariables) {
+  TestSolver S(0);
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(S.solve(Lits{}, std::clock()), solve_done);
+  testing::internal::GetCapturedStdout();
+}
+
+// ------------------------------------------------------------------------------------------------
+// The audit
+
+/// Every fault that the audit is for is found.
+TEST(Audit, FindsBrokenState) {
+  const struct {
+    const char* fault;
+    std::function<void(TestSolver&)> cause;
+  } cases[] = {
+      {"", [](TestSolver&) {}},
+      {"clause x0 x1 x2 is watched 0 times for x0",
+       [](TestSolver& S) { SolverAudit::watches(S, ~Lit(0)).clear(); }},
+      {"there are 3 clause watches for 1 clauses",
+       [](TestSolver& S) { SolverAudit::watches(S, Lit(5)).push(SolverAudit::constrs(S)[0]); }},
+      {"term 2 has 2 watch entries: 1'x3 1*x4 1*x5 >= 2",
+       [](TestSolver& S) {
+         const pbWatchTerm entry = SolverAudit::pbWatches(S, ~Lit(5)).last();
+         SolverAudit::pbWatches(S, ~Lit(5)).push(entry);
+       }},
+      {"term 2 has 1 watch entries: 1'x3 1*x4 1 x5 >= 2",
+       [](TestSolver& S) { static_cast<PseudoBool*>(SolverAudit::constrs(S)[1])->unwatchTerm(2); }},
+      {"watched sum 1 of 1'x3 1*x4 1*x5 >= 2",
+       [](TestSolver& S) {
+         SolverAudit::watchsum(*static_cast<PseudoBool*>(SolverAudit::constrs(S)[1])) = 1;
+       }},
+      {"x2 is less active than its place in the order",
+       [](TestSolver& S) { SolverAudit::activity(S)[2] = 1; }},
+      {"x0 at level 1 has neither reason nor decision",
+       [](TestSolver& S) { S.enqueue(Lit(0), nullptr, 1); }},
+      {"clause x0 x1 x2 does not imply x0",
+       [](TestSolver& S) { S.enqueue(Lit(0), SolverAudit::constrs(S)[0], 1); }},
+      {"1'x3 1*x4 1*x5 >= 2 does not imply x0",
+       [](TestSolver& S) { S.enqueue(Lit(0), SolverAudit::constrs(S)[1], 1); }},
+      {"x5 is on the trail twice", [](TestSolver& S) { SolverAudit::trail(S).push(Lit(5)); }},
+      {"violated unnoticed: clause x0 x1 x2",
+       [](TestSolver& S) {
+         for (const Var x : {0, 1, 2}) {
+           S.assume(~Lit(x));
+           SolverAudit::propQ(S).clear();
+         }
+       }},
+      {"unit unnoticed: clause x0 x1 x2",
+       [](TestSolver& S) {
+         for (const Var x : {0, 1}) {
+           S.assume(~Lit(x));
+           SolverAudit::propQ(S).clear();
+         }
+       }},
+  };
+  for (const auto& c : cases) {
+    TestSolver S(6);
+    S.addClause(Lits{Lit(0), Lit(1), Lit(2)});
+    S.add({{4, 1}, {5, 1}, {6, 1}}, pb_at_least, 2);
+    S.decide(~Lit(3)); // x4 and x5 are implied
+    c.cause(S);
+    EXPECT_EQ(SolverAudit::checkFixpoint(S), c.fault);
+  }
+}
+
+} // namespace
