@@ -55,15 +55,15 @@ struct AlgorithmsDocument : testing::Test {
     std::string text;
     for (int i = 0; i < pb.size(); i++)
       text += (i == 0 ? "" : " ") + std::to_string(pb[i].coeff()) + name(pb[i].lit) +
-              (pb[i].is_watched()       ? "!"
-               : pb[i].is_fakewatched() ? "?"
-                                        : "");
+              (pb.is_watched(i)       ? "!"
+               : pb.is_fakewatched(i) ? "?"
+                                      : "");
     return text;
   }
 };
 
 TEST_F(AlgorithmsDocument, WatchedSumsAndFakeWatches) {
-  const PseudoBool& pb = add({4, 3, 2, 1}, 4);
+  PseudoBool& pb = add({4, 3, 2, 1}, 4);
   EXPECT_EQ(watches(pb), "4a! 3b! 2c! 1d");
   EXPECT_EQ(SolverAudit::watchsum(pb), 9);
 
