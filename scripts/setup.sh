@@ -19,6 +19,7 @@ need liblzma-dev header lzma.h
 if [ "${1:-}" = tests ] || [ "${1:-}" = ci ]; then
   need libgtest-dev header gtest/gtest.h
   need python3 which python3
+  need groff-base which groff
 fi
 if [ "${1:-}" = ci ]; then
   need clang which clang++

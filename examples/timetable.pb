@@ -1,0 +1,62 @@
+* A course timetable. The variable Course.Slot says that the course is held then. Each course has one
+* slot; courses that share a teacher or students have different ones; no slot has more courses than there
+* are rooms; some courses cannot have some slots. Avoid the unpopular hours.
+* Expected: s OPTIMUM FOUND
+* Expected: c optimum objective found = 4
+min: +2*Algebra.Mon8 +1*Algebra.Mon14 +2*Algebra.Tue8 +2*Physics.Mon8 +1*Physics.Mon14 +2*Physics.Tue8 +2*Chemistry.Mon8 +1*Chemistry.Mon14 +2*Chemistry.Tue8 +2*History.Mon8 +1*History.Mon14 +2*History.Tue8 +2*French.Mon8 +1*French.Mon14 +2*French.Tue8 +2*Music.Mon8 +1*Music.Mon14 +2*Music.Tue8 +2*Sports.Mon8 +1*Sports.Mon14 +2*Sports.Tue8 ;
+once_Algebra: +1*Algebra.Mon8 +1*Algebra.Mon10 +1*Algebra.Mon14 +1*Algebra.Tue8 +1*Algebra.Tue10 = 1 ;
+once_Physics: +1*Physics.Mon8 +1*Physics.Mon10 +1*Physics.Mon14 +1*Physics.Tue8 +1*Physics.Tue10 = 1 ;
+once_Chemistry: +1*Chemistry.Mon8 +1*Chemistry.Mon10 +1*Chemistry.Mon14 +1*Chemistry.Tue8 +1*Chemistry.Tue10 = 1 ;
+once_History: +1*History.Mon8 +1*History.Mon10 +1*History.Mon14 +1*History.Tue8 +1*History.Tue10 = 1 ;
+once_French: +1*French.Mon8 +1*French.Mon10 +1*French.Mon14 +1*French.Tue8 +1*French.Tue10 = 1 ;
+once_Music: +1*Music.Mon8 +1*Music.Mon10 +1*Music.Mon14 +1*Music.Tue8 +1*Music.Tue10 = 1 ;
+once_Sports: +1*Sports.Mon8 +1*Sports.Mon10 +1*Sports.Mon14 +1*Sports.Tue8 +1*Sports.Tue10 = 1 ;
+rooms_Mon8: +1*Algebra.Mon8 +1*Physics.Mon8 +1*Chemistry.Mon8 +1*History.Mon8 +1*French.Mon8 +1*Music.Mon8 +1*Sports.Mon8 <= 2 ;
+rooms_Mon10: +1*Algebra.Mon10 +1*Physics.Mon10 +1*Chemistry.Mon10 +1*History.Mon10 +1*French.Mon10 +1*Music.Mon10 +1*Sports.Mon10 <= 2 ;
+rooms_Mon14: +1*Algebra.Mon14 +1*Physics.Mon14 +1*Chemistry.Mon14 +1*History.Mon14 +1*French.Mon14 +1*Music.Mon14 +1*Sports.Mon14 <= 2 ;
+rooms_Tue8: +1*Algebra.Tue8 +1*Physics.Tue8 +1*Chemistry.Tue8 +1*History.Tue8 +1*French.Tue8 +1*Music.Tue8 +1*Sports.Tue8 <= 2 ;
+rooms_Tue10: +1*Algebra.Tue10 +1*Physics.Tue10 +1*Chemistry.Tue10 +1*History.Tue10 +1*French.Tue10 +1*Music.Tue10 +1*Sports.Tue10 <= 2 ;
+Algebra_Physics_Mon8: +1*Algebra.Mon8 +1*Physics.Mon8 <= 1 ;
+Algebra_Physics_Mon10: +1*Algebra.Mon10 +1*Physics.Mon10 <= 1 ;
+Algebra_Physics_Mon14: +1*Algebra.Mon14 +1*Physics.Mon14 <= 1 ;
+Algebra_Physics_Tue8: +1*Algebra.Tue8 +1*Physics.Tue8 <= 1 ;
+Algebra_Physics_Tue10: +1*Algebra.Tue10 +1*Physics.Tue10 <= 1 ;
+Algebra_Chemistry_Mon8: +1*Algebra.Mon8 +1*Chemistry.Mon8 <= 1 ;
+Algebra_Chemistry_Mon10: +1*Algebra.Mon10 +1*Chemistry.Mon10 <= 1 ;
+Algebra_Chemistry_Mon14: +1*Algebra.Mon14 +1*Chemistry.Mon14 <= 1 ;
+Algebra_Chemistry_Tue8: +1*Algebra.Tue8 +1*Chemistry.Tue8 <= 1 ;
+Algebra_Chemistry_Tue10: +1*Algebra.Tue10 +1*Chemistry.Tue10 <= 1 ;
+Physics_Chemistry_Mon8: +1*Physics.Mon8 +1*Chemistry.Mon8 <= 1 ;
+Physics_Chemistry_Mon10: +1*Physics.Mon10 +1*Chemistry.Mon10 <= 1 ;
+Physics_Chemistry_Mon14: +1*Physics.Mon14 +1*Chemistry.Mon14 <= 1 ;
+Physics_Chemistry_Tue8: +1*Physics.Tue8 +1*Chemistry.Tue8 <= 1 ;
+Physics_Chemistry_Tue10: +1*Physics.Tue10 +1*Chemistry.Tue10 <= 1 ;
+History_French_Mon8: +1*History.Mon8 +1*French.Mon8 <= 1 ;
+History_French_Mon10: +1*History.Mon10 +1*French.Mon10 <= 1 ;
+History_French_Mon14: +1*History.Mon14 +1*French.Mon14 <= 1 ;
+History_French_Tue8: +1*History.Tue8 +1*French.Tue8 <= 1 ;
+History_French_Tue10: +1*History.Tue10 +1*French.Tue10 <= 1 ;
+French_Music_Mon8: +1*French.Mon8 +1*Music.Mon8 <= 1 ;
+French_Music_Mon10: +1*French.Mon10 +1*Music.Mon10 <= 1 ;
+French_Music_Mon14: +1*French.Mon14 +1*Music.Mon14 <= 1 ;
+French_Music_Tue8: +1*French.Tue8 +1*Music.Tue8 <= 1 ;
+French_Music_Tue10: +1*French.Tue10 +1*Music.Tue10 <= 1 ;
+Music_Sports_Mon8: +1*Music.Mon8 +1*Sports.Mon8 <= 1 ;
+Music_Sports_Mon10: +1*Music.Mon10 +1*Sports.Mon10 <= 1 ;
+Music_Sports_Mon14: +1*Music.Mon14 +1*Sports.Mon14 <= 1 ;
+Music_Sports_Tue8: +1*Music.Tue8 +1*Sports.Tue8 <= 1 ;
+Music_Sports_Tue10: +1*Music.Tue10 +1*Sports.Tue10 <= 1 ;
+Algebra_History_Mon8: +1*Algebra.Mon8 +1*History.Mon8 <= 1 ;
+Algebra_History_Mon10: +1*Algebra.Mon10 +1*History.Mon10 <= 1 ;
+Algebra_History_Mon14: +1*Algebra.Mon14 +1*History.Mon14 <= 1 ;
+Algebra_History_Tue8: +1*Algebra.Tue8 +1*History.Tue8 <= 1 ;
+Algebra_History_Tue10: +1*Algebra.Tue10 +1*History.Tue10 <= 1 ;
+Physics_Sports_Mon8: +1*Physics.Mon8 +1*Sports.Mon8 <= 1 ;
+Physics_Sports_Mon10: +1*Physics.Mon10 +1*Sports.Mon10 <= 1 ;
+Physics_Sports_Mon14: +1*Physics.Mon14 +1*Sports.Mon14 <= 1 ;
+Physics_Sports_Tue8: +1*Physics.Tue8 +1*Sports.Tue8 <= 1 ;
+Physics_Sports_Tue10: +1*Physics.Tue10 +1*Sports.Tue10 <= 1 ;
+closed_Sports_Mon8: +1*Sports.Mon8 = 0 ;
+closed_Sports_Tue8: +1*Sports.Tue8 = 0 ;
+closed_Music_Tue10: +1*Music.Tue10 = 0 ;
+closed_French_Mon10: +1*French.Mon10 = 0 ;
