@@ -25,8 +25,10 @@ class LevelSums {
       : root(root_level), falseSum(current + 1, 0), amaxOnLevel(current + 1, 0),
         amaxFalse(current + 1, -1), amaxVar(current + 1, var_Undef), maxlevel(root_level) {}
 
-  /// A term of coefficient `coeff` on variable v was falsified at `level`.
+  /// A term of coefficient `coeff` on variable v was falsified at `level`. Below the root, which
+  /// assumptions raise, is as good as at the root.
   void addFalse(int level, int64 coeff, Var v) {
+    level = max(level, root);
     falseSum[level] += coeff;
     if (coeff > amaxFalse[level]) {
       amaxFalse[level] = coeff;

@@ -46,6 +46,12 @@ int asLimit(double x) {
   return x >= INT_MAX ? INT_MAX : static_cast<int>(x);
 }
 
+void audit([[maybe_unused]] const Solver& S, [[maybe_unused]] AuditPoint point) {
+#ifndef NDEBUG
+  if (search_audit != nullptr) search_audit(S, point);
+#endif
+}
+
 } // namespace
 
 // ------------------------------------------------------------------------------------------------
@@ -248,11 +254,11 @@ void Solver::analyze(Constr* confl, vec<Lit>& out_learnt, vec<Lit>& out_PB_learn
       if (trail_pb.last() == 1 && !merged && (PB_qualified || p == lit_Undef))
         incrLearned(p, ~q, out_PB_learnt);
       const Var x = var(q);
-      if (analyze_seen[x] != 0) continue;
+      if (analyze_seen[x] != 0 || level[x] == 0) continue;
       analyze_seen[x] = 1;
       if (level[x] == decisionLevel()) {
         pathC++;
-      } else if (level[x] > 0) {
+      } else {
         out_learnt.push(~q);
         out_btlevel = max(out_btlevel, level[x]);
       }
@@ -415,8 +421,8 @@ bool Solver::record_PB(const vec<Lit>& constraint, const vec<Lit>& clause, int b
 
   // The constraint has jumped back to where it asserts; that may be below the clause's level.
   const bool do_imply = decisionLevel() > bt;
-  if (do_imply) {
-    propQ.clear();
+  if (decisionLevel() > max(bt, root_level)) {
+    propQ.clear(); // holds what is undone now; at the root it must stay
     cancelUntil(max(bt, root_level));
   }
   Clause* cc = nullptr;
@@ -556,6 +562,7 @@ lbool Solver::search(int nof_conflicts, int nof_learnts, const SearchParams& par
       report_due = 0;
       listener->onReportDue(*this);
     }
+    audit(*this, confl == nullptr ? AuditPoint::fixpoint : AuditPoint::conflict);
     if (confl != nullptr) {
       stats.conflicts++;
       conflictC++;
@@ -579,6 +586,7 @@ lbool Solver::search(int nof_conflicts, int nof_learnts, const SearchParams& par
         claDecayActivity();
       }
       varDecayActivity();
+      audit(*this, AuditPoint::learnt);
       if (stop_signal != 0) return l_Undef;
       continue;
     }
@@ -594,6 +602,7 @@ lbool Solver::search(int nof_conflicts, int nof_learnts, const SearchParams& par
     assert(ok);
     if (nof_learnts >= 0 && learnts.size() - nAssigns() >= nof_learnts) reduceDB();
     if (pb_learnts.size() > 0 && pb_learnts.size() >= nPBLearnt) pb_reduceDB();
+    audit(*this, AuditPoint::reduced);
 
     stats.decisions++;
     const Var next = order.select(params.random_var_freq);
@@ -657,6 +666,7 @@ SolveResult Solver::runSearch(const vec<Lit>& assumps) {
       const bool improvable = objConstr->newObjConstraint(*this, true);
       if (listener != nullptr) listener->onSolution(*this);
       if (!improvable) return solve_done;
+      audit(*this, AuditPoint::tightened);
     }
   }
 }

@@ -227,4 +227,18 @@ class Solver {
   void pbRescaleActivity();
 };
 
+/// Where a search stands when it calls `search_audit`.
+enum class AuditPoint {
+  fixpoint, ///< everything is propagated, without conflict
+  conflict, ///< propagation has ended in a conflict, which is still to be analysed
+  learnt,   ///< what the conflict taught is stored, after the backjump
+  reduced,  ///< learnt or satisfied constraints may have been removed
+  tightened ///< the objective demands a better solution, after the backjump
+};
+
+#ifndef NDEBUG
+/// In checking builds: called, if set, by every search to look the whole state over.
+inline void (*search_audit)(const Solver& S, AuditPoint point) = nullptr;
+#endif
+
 #endif
