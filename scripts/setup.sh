@@ -25,6 +25,7 @@ if [ "${1:-}" = ci ]; then
   need clang-format which clang-format
   need clang-tidy which clang-tidy
   need cppcheck which cppcheck
+  need shellcheck which shellcheck
   need valgrind which valgrind
 fi
 [ -n "$lacking" ] || exit 0

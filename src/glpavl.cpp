@@ -6,6 +6,7 @@
 
 #include "glplib.h"
 
+#include <cassert>
 #include <cstring>
 #include <new>
 
@@ -30,6 +31,7 @@ AVLNODE* rotated(AVLNODE* top) {
     return below;
   }
   AVLNODE* const inner = below->child[light];
+  assert(inner != nullptr); // this side of `below` is the higher one
   below->child[light] = inner->child[heavy];
   inner->child[heavy] = below;
   top->child[heavy] = inner->child[light];

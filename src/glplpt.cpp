@@ -429,6 +429,7 @@ void merge(dsa& d, LPTLFE* element, int coef) {
 LPTLFE* parse_linear_form(dsa& d) {
   LPTLFE* first = nullptr;
   LPTLFE* last = nullptr;
+  // cppcheck-suppress variableScope ; the loop's own condition cannot see into its body
   bool complete = false;
   do {
     const int sign = parse_optional_sign(d);

@@ -91,8 +91,9 @@ TEST(Options, AreInterpretedInOrder) {
     const Finished f = run({.program = "quillon", .arguments = c.arguments, .input = tiny});
     EXPECT_EQ(results(f.out), c.out);
     EXPECT_EQ(f.exit, c.exit) << c.out;
-    EXPECT_EQ(f.err, "c Quillon version " QUILLON_VERSION " (September 2005)\nc Developed @ Tessaly\n"
-                     "c  by Maravel\n");
+    EXPECT_EQ(f.err,
+              "c Quillon version " QUILLON_VERSION " (September 2005)\nc Developed @ Tessaly\n"
+              "c  by Maravel\n");
   }
   const Finished help = run({.program = "quillon", .arguments = {"--help"}});
   EXPECT_EQ(help.exit, 0);
