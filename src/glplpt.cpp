@@ -4,7 +4,7 @@
 // two name indexes, so nothing is lost on the way. Functions that a jump may leave therefore keep
 // no object with a destructor.
 //
-// Time is linear in the length of the input but for the look-ups of names, each logarithmic.
+// Time is linear in the length of the input.
 #include "glplpt.h"
 
 #include "Global.h"
