@@ -183,7 +183,7 @@ class Reader {
     while (peek(colon) == ' ' || peek(colon) == '\t') colon++;
     if (length == 0 || peek(colon) != ':') return;
     keyword = text.substr(next, length);
-    while (length != 0 && next < text.size() && peek() != ':') advance();
+    while (next < text.size() && peek() != ':') advance();
     advance();
   }
 

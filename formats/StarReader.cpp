@@ -184,14 +184,15 @@ class Reader {
       if (ended) return reachEnd();
     }
     place = placeInWord();
-    if (pos == 0 && isLetter(peek()))
-      for (const Keyword& keyword : keywords)
-        if (equalsIgnoringCase(word, keyword.word)) {
-          image = word;
-          pos = word.size();
-          token = keyword.token;
-          return true;
-        }
+    if (pos == 0 && isLetter(peek())) {
+      for (const Keyword& keyword : keywords) {
+        if (!equalsIgnoringCase(word, keyword.word)) continue;
+        image = word;
+        pos = word.size();
+        token = keyword.token;
+        return true;
+      }
+    }
     const char c = peek();
     if (beginsName(c)) return scanName();
     if (isDigit(c) || c == '.') return scanNumber();

@@ -43,6 +43,7 @@ void PseudoBool::addToLhsMax(int coeff) {
 }
 
 bool PseudoBool::isClause() const {
+  assert(nterms > 0);
   return rhs_goal == 1 ||
          (terms()[0].coeff() == rhs_goal && terms()[nterms - 1].coeff() == rhs_goal);
 }
@@ -76,6 +77,7 @@ bool PseudoBool_new(Solver& S, int pbgoal, int pbtype, vec<vnumcoef>& pbterms,
   PseudoBool* const pb = PseudoBool::build(pbterms.size(), pbgoal, S.constrs.size());
   PBTerm* const terms = pb->terms();
   pb->nterms = pbterms.size();
+  assert(pb->nterms > 0);
   for (int i = 0; i < pb->nterms; i++) {
     const int vnum = pbterms[i].vnum;
     assert(vnum != 0);

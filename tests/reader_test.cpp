@@ -323,39 +323,67 @@ TEST(Pool, RecordsAreAlignedAndApart) {
   glp_dmp_delete_pool(pool);
 }
 
+using HashAndKey = std::pair<std::uint32_t, std::string>;
+
+HashAndKey placeOf(const AVLNODE* node) {
+  return {node->hash, static_cast<const char*>(node->record)};
+}
+
 /// The height of the subtree under `node`, whose keys must lie between `low` and `high`.
-int checkedHeight(const AVLNODE* node, const std::string& low, const std::string& high, int* size) {
+int checkedHeight(const AVLNODE* node, const HashAndKey& low, const HashAndKey& high, int* size) {
   if (node == nullptr) return 0;
-  const std::string key = static_cast<const char*>(node->record);
-  EXPECT_TRUE(low <= key && key <= high) << key;
-  const int left = checkedHeight(node->child[0], low, key, size);
-  const int right = checkedHeight(node->child[1], key, high, size);
-  EXPECT_EQ(node->balance, right - left) << key;
-  EXPECT_LE(std::abs(node->balance), 1) << key;
+  const HashAndKey place = placeOf(node);
+  EXPECT_TRUE(low <= place && place <= high) << place.second;
+  const int left = checkedHeight(node->child[0], low, place, size);
+  const int right = checkedHeight(node->child[1], place, high, size);
+  EXPECT_EQ(node->balance, right - left) << place.second;
+  EXPECT_LE(std::abs(node->balance), 1) << place.second;
   ++*size;
   return 1 + std::max(left, right);
 }
 
+/// `count` keys, by hash ascending, that share one slot of an index with up to 1024 slots.
+std::vector<std::string> collidingKeys(size_t count) {
+  AVLTREE* const tree = glp_avl_create_tree(glp_avl_strcmp);
+  std::vector<HashAndKey> keys;
+  for (int i = 1000000; keys.size() < count; i++) {
+    std::string key = std::to_string(i);
+    glp_avl_insert_by_key(tree, key.data());
+    if (tree->newest->hash % 1024 == 7) keys.emplace_back(tree->newest->hash, key);
+    tree->newest = nullptr; // the key's text goes: nothing may look at it again
+    std::fill(tree->roots, tree->roots + tree->slots, nullptr);
+    tree->size = 0;
+  }
+  glp_avl_delete_tree(tree);
+  std::sort(keys.begin(), keys.end());
+  std::vector<std::string> result;
+  for (const HashAndKey& key : keys) result.push_back(key.second);
+  return result;
+}
+
 TEST(NameIndex, StaysBalancedAndFindsAll) {
-  std::vector<std::string> ascending;
-  for (int i = 1000; i < 3000; i++) ascending.push_back(std::to_string(i));
+  const std::vector<std::string> ascending = collidingKeys(700);
   auto descending = ascending;
   std::reverse(descending.begin(), descending.end());
   auto shuffled = ascending;
   std::shuffle(shuffled.begin(), shuffled.end(), std::mt19937(2));
   auto repeated = shuffled;
-  for (std::string& key : repeated) key.resize(3);
+  for (size_t i = 0; i < repeated.size(); i++) repeated[i] = shuffled[i / 10];
+  std::vector<std::string> many;
+  for (int i = 0; i < 20000; i++) many.push_back("x" + std::to_string(i));
 
-  for (auto keys : {ascending, descending, shuffled, repeated}) {
+  for (auto keys : {ascending, descending, shuffled, repeated, many}) {
     AVLTREE* const tree = glp_avl_create_tree(glp_avl_strcmp);
     int inserted = 0;
     for (std::string& key : keys) {
       glp_avl_insert_by_key(tree, key.data());
+      const int stride = ++inserted <= 50 ? 1 : inserted <= 700 ? 17 : 997;
+      if (inserted % stride != 0) continue;
       int size = 0;
-      if (++inserted % 97 == 0 || inserted < 50) {
-        checkedHeight(tree->root, "", "9", &size);
-        EXPECT_EQ(size, inserted);
-      }
+      for (std::uint32_t slot = 0; slot < tree->slots; slot++)
+        highest = std::max(highest,
+                           checkedHeight(tree->roots[slot], {0, ""}, {UINT32_MAX, "\x7F"}, &size));
+      EXPECT_EQ(size, inserted);
     }
     for (const std::string& key : keys) {
       const void* const found = glp_avl_find_by_key(tree, key.c_str());
@@ -363,6 +391,7 @@ TEST(NameIndex, StaysBalancedAndFindsAll) {
       EXPECT_EQ(glp_avl_strcmp(found, key.c_str()), 0);
     }
     EXPECT_EQ(glp_avl_find_by_key(tree, "15"), nullptr);
+    EXPECT_LE(tree->size, tree->slots); // so that trees are small unless keys collide
     glp_avl_delete_tree(tree);
   }
 }
