@@ -600,8 +600,9 @@ bool Solver::outOfTime() {
   const int64 now = static_cast<int64>(wall.tv_sec) * ticks_per_second + wall.tv_nsec / 1000;
   if (now < next_look) return false;
   constexpr int64 short_while = ticks_per_second / 100;
-  next_look = now + short_while;
-  return static_cast<double>(secondsSince(Ts)) > timeout;
+  const bool over = static_cast<double>(secondsSince(Ts)) > timeout;
+  if (!over) next_look = now + short_while; // once over, whoever asks again hears the same
+  return over;
 }
 
 /// Searches until a solution is found (true; it is in `model` and still on the trail), the problem
