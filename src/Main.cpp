@@ -257,6 +257,7 @@ bool parse_LPT(Solver& S) {
 int main(int argc, char* argv[]) {
   const int64 T0 = std::clock();
   installSignalHandlers();
+  std::set_new_handler(outOfMemory);
   std::fprintf(stderr,
                "c Quillon version %s (September 2005)\nc Developed @ Tessaly\n"
                "c  by Maravel\n",

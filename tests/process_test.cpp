@@ -282,13 +282,4 @@ TEST(StandardOutput, ThatCannotBeWrittenIsAnError) {
   close(fds[1]);
 }
 
-TEST(StandardInput, ThatCannotBeReadIsRejected) {
-  const Finished closed = run({.program = "quillon", .close_input = true});
-  EXPECT_EQ(closed.out, "c 1: read error - Bad file descriptor\ns UNKNOWN\n");
-  EXPECT_EQ(closed.exit, 0);
-  const Finished directory = run({.program = "quillon", .input_file = "/"});
-  EXPECT_EQ(directory.out, "c 1: read error - Is a directory\ns UNKNOWN\n");
-  EXPECT_EQ(directory.exit, 0);
-}
-
 } // namespace

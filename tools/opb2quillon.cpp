@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <new>
 #include <string>
@@ -107,12 +108,18 @@ int run(int argc, char** argv) {
   return convert(options);
 }
 
+[[noreturn]] void outOfMemory() {
+  std::fputs("opb2quillon: memory exhausted\n", stderr);
+  std::_Exit(exit_io);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
+  std::set_new_handler(outOfMemory); // there may be no memory left to throw an exception with
   try {
     return run(argc, argv);
-  } catch (const std::bad_alloc&) {
-    return complain(exit_io, "memory exhausted");
+  } catch (const std::bad_alloc&) { // a decoder's
+    outOfMemory();
   }
 }

@@ -7,6 +7,7 @@
 #include "formats/SolverOutput.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <new>
 #include <string>
 #include <string_view>
@@ -120,12 +121,18 @@ int run(int argc, char** argv) {
   return check(files[0], files[1], map);
 }
 
+[[noreturn]] void outOfMemory() {
+  std::fputs("quillon-check: memory exhausted\n", stderr);
+  std::_Exit(exit_unreadable);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
+  std::set_new_handler(outOfMemory); // there may be no memory left to throw an exception with
   try {
     return run(argc, argv);
-  } catch (const std::bad_alloc&) {
-    return complain(exit_unreadable, "memory exhausted");
+  } catch (const std::bad_alloc&) { // a decoder's
+    outOfMemory();
   }
 }
