@@ -28,3 +28,23 @@ import pathlib, random, sys
 source = random.Random(1)
 for i in range(100):
     (pathlib.Path(sys.argv[1]) / str(i)).write_bytes(source.randbytes(source.randint(20, 400)))
+EOF
+
+run() { # run TARGET RUNS SEEDS OPTION...
+  local target=$1 runs=$(($2 * factor)) seeds=$3
+  shift 3
+  case " $wanted " in *" $target "*) ;; *) return 0 ;; esac
+  local corpus=build/fuzz-corpus/$target # what was found to reach new code; anew each time
+  rm -rf "$corpus"
+  mkdir -p "$corpus"
+  echo "== $target, $runs runs"
+  build/fuzz/fuzz/"$target" -seed=1 -runs="$runs" -timeout=20 -artifact_prefix=build/fuzz-found/ \
+    "$@" "$corpus" "$seeds" >build/"$target".log 2>&1 || { tail -60 build/"$target".log; exit 1; }
+  tail -1 build/"$target".log
+}
+
+run reader_fuzz 40000 "$texts" -dict=fuzz/star.dict
+run formats_fuzz 40000 "$texts" -dict=fuzz/star.dict
+run agreement_fuzz 20000 "$texts" -dict=fuzz/star.dict
+run program_fuzz 2000 "$choices" -max_len=400 -len_control=0
+run solver_fuzz 20000 "$choices" -max_len=400 -len_control=0
