@@ -90,6 +90,7 @@ void insert(AVLTREE* tree, AVLNODE* fresh) {
 void spread(AVLTREE* tree, std::uint32_t slots) {
   glp_lib_ufree(tree->roots);
   tree->roots = nullptr; // the index stays whole if the next line does not return
+  // NOLINTNEXTLINE(bugprone-sizeof-expression): the slots do hold pointers
   tree->roots = static_cast<AVLNODE**>(glp_lib_umalloc(slots * sizeof(AVLNODE*)));
   tree->slots = slots;
   for (std::uint32_t i = 0; i < slots; i++) tree->roots[i] = nullptr;
