@@ -136,6 +136,12 @@ void Clause::remove(Solver& S, bool just_dealloc) {
   xfree(reinterpret_cast<char*>(this));
 }
 
+void Clause::leaveLists(Solver& S) {
+  S.leaveList(~lits()[0]);
+  S.leaveList(~lits()[1]);
+  constraintnum = num_leaving;
+}
+
 bool Clause::propagate(Solver& S, Lit p, bool& keep_watch) {
   S.stats.propagations++;
   Lit* const data = lits();

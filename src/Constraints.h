@@ -17,6 +17,7 @@ class Solver;
 /// What the propagation loop, conflict analysis and database reduction see of a constraint.
 class Constr {
  protected:
+  static constexpr int num_leaving = -1;
   int constraintnum = 0; ///< number of problem constraints when it was built; for diagnostics
 
  public:
@@ -43,6 +44,10 @@ class Constr {
   virtual int constrnum() const { return constraintnum; }
   /// Whether the constraint holds under the solver's `model`.
   virtual bool checkModel(const Solver&) const { return true; }
+  /// Names the watch lists that hold the constraint to the solver (`Solver::leaveList`), which is
+  /// going to remove many constraints at once, and marks the constraint as leaving.
+  virtual void leaveLists(Solver& S) = 0;
+  bool isLeaving() const { return constraintnum == num_leaving; }
   virtual ~Constr() = default;
 };
 
@@ -102,6 +107,7 @@ class Clause final : public Constr {
   bool simplify(Solver& S) override;
   bool calcReason(Solver& S, Lit p, vec<Lit>& out_reason, vec<Lit>& out_not_reason) override;
   bool checkModel(const Solver& S) const override;
+  void leaveLists(Solver& S) override;
 };
 
 /// Builds a clause over `ps_`. With `learnt` the literals are taken as they are, the first being
@@ -122,12 +128,9 @@ struct vnumcoef {
   int coeff; ///< of either sign, not 0
 };
 
-/// One term of a stored constraint. Watched: it has an entry in the watch list of its literal's
-/// complement and its coefficient counts in `watchsum`. Fake-watched: the entry alone.
+/// One term of a stored constraint.
 class PBTerm {
   int coef = 0;
-  bool watched = false;
-  bool fwatched = false;
 
  public:
   Lit lit;
@@ -136,18 +139,18 @@ class PBTerm {
   PBTerm(int coefficient, Lit literal) : coef(coefficient), lit(literal) {}
   int coeff() const { return coef; }
   void set_coeff(int coefficient) { coef = coefficient; }
-  bool is_watched() const { return watched; }
-  bool is_fakewatched() const { return fwatched; }
-  void set_watch() { watched = true; }
-  void set_fakewatched() { fwatched = true; }
-  void unwatch() { watched = fwatched = false; }
   /// The larger coefficient goes first.
   bool operator<(const PBTerm& other) const { return coef > other.coef; }
 };
 
 /// The coefficients of the true literals add up to at least `rhs_goal`, the degree. Coefficients
-/// are positive and the terms ordered by non-increasing coefficient. Header and terms are one
-/// block of memory.
+/// are positive and the terms ordered by non-increasing coefficient. Header, terms and watch marks
+/// are one block of memory.
+///
+/// A term is watched: it has an entry in the watch list of its literal's complement and its
+/// coefficient counts in `watchsum`; or it is fake-watched: it has the entry alone; or neither. The
+/// marks are bits, apart from the terms, so that propagation finds what is not watched without
+/// going through the terms that are.
 ///
 /// Propagation watches enough terms that their sum reaches the degree plus the largest open
 /// coefficient. When that cannot be had, the constraint is in its implying state: all its terms
@@ -167,11 +170,24 @@ class PseudoBool final : public Constr {
   float activity_;  ///< of a learnt constraint
   bool learnt_;     ///< learnt, not given
   bool dir = false; ///< objective: selects how the value is reported, see `newGoal`
-  // The terms follow.
+  // The terms follow, then the marks: a bit a term for watched, then as many for fake-watched.
 
   explicit PseudoBool(int degree, int num);
   PBTerm* terms() { return reinterpret_cast<PBTerm*>(this + 1); }
   const PBTerm* terms() const { return reinterpret_cast<const PBTerm*>(this + 1); }
+
+  using MarkWord = std::uint64_t;
+  static constexpr int word_bits = 64;
+  static int markWords(int n) { return (n + word_bits - 1) / word_bits; }
+  static MarkWord bit(int i) { return MarkWord(1) << (i % word_bits); }
+  /// Bits beyond the last term are set in the watched marks: there is nothing to be watched.
+  MarkWord* watched() { return reinterpret_cast<MarkWord*>(terms() + nterms); }
+  const MarkWord* watched() const { return reinterpret_cast<const MarkWord*>(terms() + nterms); }
+  MarkWord* fakewatched() { return watched() + markWords(nterms); }
+  const MarkWord* fakewatched() const { return watched() + markWords(nterms); }
+  /// Unmarks all terms; to be called once their number is settled.
+  void clearMarks();
+
   /// A constraint without terms yet and with room for `max_terms`.
   static PseudoBool* build(int max_terms, int degree, int num);
   /// Gives the memory back; the constraint must stand in no list.
@@ -202,6 +218,8 @@ class PseudoBool final : public Constr {
   int degree() const { return rhs_goal; }
   int size() const { return nterms; }
   const PBTerm& operator[](int i) const { return terms()[i]; }
+  bool is_watched(int i) const { return (watched()[i / word_bits] & bit(i)) != 0; }
+  bool is_fakewatched(int i) const { return (fakewatched()[i / word_bits] & bit(i)) != 0; }
 
   /// Makes term `iterm` watched, whatever the value of its literal. Ends the run with overflow [2]
   /// should the watched sum leave 32 bits. `trail` is ignored.
@@ -221,6 +239,7 @@ class PseudoBool final : public Constr {
   void undo(Solver& S) override;
   bool calcReason(Solver& S, Lit p, vec<Lit>& out_reason, vec<Lit>& out_not_reason) override;
   bool checkModel(const Solver& S) const override;
+  void leaveLists(Solver& S) override;
   ~PseudoBool() override = default;
 
   /// Whether the constraint is the reason of one of its true literals and so must not be removed.

@@ -12,9 +12,20 @@ PseudoBool::PseudoBool(int degree, int num)
 }
 
 PseudoBool* PseudoBool::build(int max_terms, int degree, int num) {
-  static_assert(sizeof(PseudoBool) % alignof(PBTerm) == 0);
-  const size_t bytes = sizeof(PseudoBool) + sizeof(PBTerm) * static_cast<size_t>(max_terms);
+  static_assert(sizeof(PseudoBool) % alignof(MarkWord) == 0 &&
+                sizeof(PBTerm) % alignof(MarkWord) == 0);
+  const size_t bytes = sizeof(PseudoBool) + sizeof(PBTerm) * static_cast<size_t>(max_terms) +
+                       2 * sizeof(MarkWord) * static_cast<size_t>(markWords(max_terms));
   return new (xmalloc<char>(bytes)) PseudoBool(degree, num);
+}
+
+void PseudoBool::clearMarks() {
+  const int words = markWords(nterms);
+  for (int w = 0; w < words; w++) {
+    new (watched() + w) MarkWord(0);
+    new (fakewatched() + w) MarkWord(0);
+  }
+  if (nterms % word_bits != 0) watched()[words - 1] = ~(bit(nterms) - 1);
 }
 
 void PseudoBool::destroy(PseudoBool* pb) {
@@ -79,6 +90,7 @@ bool PseudoBool_new(Solver& S, int pbgoal, int pbtype, vec<vnumcoef>& pbterms,
     new (&terms[i]) PBTerm(coeff, lit);
   }
   pb->rhs_max = pb->rhs_goal;
+  pb->clearMarks();
   sort(terms, pb->nterms, LessThan_default<PBTerm>());
 
   if (pb->isClause()) {

@@ -26,7 +26,8 @@ void PseudoBool::UpdateLearned(Solver& S, int64 mul2, Lit lit, int coeff) {
 bool PseudoBool_add(Solver& S, const vec<Lit>& first_vec, PseudoBool*& out, Clause*& c_out) {
   out = nullptr;
   c_out = nullptr;
-  LevelSums levels(S.root_level, S.decisionLevel());
+  LevelSums& levels = S.levelSums;
+  levels.start(S.root_level, S.decisionLevel());
   assert(S.tmpGoal > 0 && S.tmpGoal <= INT_MAX);
   PseudoBool* pb = PseudoBool::build(first_vec.size(), static_cast<int>(S.tmpGoal),
                                      static_cast<int>(S.nPBLearnt) + S.pb_learnts.size());
@@ -50,6 +51,7 @@ bool PseudoBool_add(Solver& S, const vec<Lit>& first_vec, PseudoBool*& out, Clau
     if (S.value(lit) == l_False) levels.addFalse(S.level[v], coeff, v);
     levels.addOpen(S.value(lit) == l_Undef ? S.decisionLevel() + 1 : S.level[v], coeff);
   }
+  pb->clearMarks();
   sort(terms, pb->nterms, LessThan_default<PBTerm>());
   if (lhs < degree) {
     PseudoBool::destroy(pb);
@@ -58,8 +60,8 @@ bool PseudoBool_add(Solver& S, const vec<Lit>& first_vec, PseudoBool*& out, Clau
 
   // Jump back to the first level at which the constraint implies something, or if it is violated
   // there already to the one before. Violated by the facts of the root, it cannot be met at all.
-  const int64 open_sum =
-      levels.findAssertionLevel(lhs, degree, [&S](Var v) { S.tmpCoef[v] = LevelSums::mark; });
+  const int64 open_sum = levels.findAssertionLevel(S.decisionLevel(), lhs, degree,
+                                                   [&S](Var v) { S.tmpCoef[v] = LevelSums::mark; });
   const int assertion_level = levels.assertionLevel();
   if (assertion_level < S.root_level) {
     PseudoBool::destroy(pb);

@@ -48,9 +48,10 @@ int64 PseudoBool::newGoal(Solver& S, int selStrategy, bool isSAT) {
 
 bool PseudoBool::newObjConstraint(Solver& S, bool isSAT) {
   const int64 new_goal = newGoal(S, strategy_next_better, isSAT);
-  LevelSums levels(S.root_level, S.decisionLevel());
+  LevelSums& levels = S.levelSums;
+  levels.start(S.root_level, S.decisionLevel());
   for (int i = 0; i < nterms; i++) {
-    PBTerm& term = terms()[i];
+    const PBTerm& term = terms()[i];
     const Var v = var(term.lit);
     assert(S.value(v) != l_Undef);
     if (S.value(term.lit) == l_False) levels.addFalse(S.level[v], term.coeff(), v);
@@ -69,13 +70,13 @@ bool PseudoBool::newObjConstraint(Solver& S, bool isSAT) {
   rhs_goal = rhs_max = static_cast<int>(new_goal);
   assert(lhs_max >= rhs_goal);
 
-  const int64 open_sum =
-      levels.findAssertionLevel(lhs_max, rhs_goal, [&S](Var v) { S.tmpCoef[v] = LevelSums::mark; });
+  const int64 open_sum = levels.findAssertionLevel(S.decisionLevel(), lhs_max, rhs_goal,
+                                                   [&S](Var v) { S.tmpCoef[v] = LevelSums::mark; });
   const int assertion_level = levels.assertionLevel();
   assert(assertion_level >= S.root_level);
   S.cancelUntil(assertion_level);
 
-  for (int i = 0; i < nterms; i++) terms()[i].unwatch(); // the entries in the watch lists stay
+  clearMarks(); // the entries in the watch lists stay
   watchsum = 0;
   assertAndWatch(S, open_sum, assertion_level);
   return true;

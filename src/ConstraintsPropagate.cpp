@@ -1,6 +1,8 @@
 /// \file
 /// The pseudo-Boolean constraint at work: watched sums with fake watches, the propagation step and
 /// the reasons it gives.
+#include <bit>
+
 #include "Constraints.h"
 #include "LevelSums.h"
 #include "Solver.h"
@@ -18,29 +20,32 @@ constexpr int64 merged_degree_limit = 10000;
 // Watches
 
 void PseudoBool::setWatch(Solver& S, int iterm, bool /*trail*/) {
-  PBTerm& term = terms()[iterm];
-  if (term.is_watched()) return;
-  // The entry of a fake watch stays in place and counts from now on.
-  if (!term.is_fakewatched()) S.pb_watches[index(~term.lit)].push(pbWatchTerm{this, iterm});
-  term.unwatch();
-  term.set_watch();
+  if (is_watched(iterm)) return;
+  const PBTerm& term = terms()[iterm];
+  watched()[iterm / word_bits] |= bit(iterm);
+  if (is_fakewatched(iterm)) { // the entry stays in place and counts from now on
+    fakewatched()[iterm / word_bits] &= ~bit(iterm);
+  } else {
+    S.pb_watches[index(~term.lit)].push(pbWatchTerm{this, iterm});
+  }
   const int64 sum = static_cast<int64>(watchsum) + term.coeff();
   if (sum > INT_MAX) numericOverflow(guard_watch_sum);
   watchsum = static_cast<int>(sum);
 }
 
 void PseudoBool::setfakeWatch(Solver& S, int iterm) {
-  PBTerm& term = terms()[iterm];
+  const PBTerm& term = terms()[iterm];
   assert(S.value(term.lit) == l_False);
-  if (term.is_fakewatched()) return;
-  term.set_fakewatched();
+  assert(!is_watched(iterm));
+  if (is_fakewatched(iterm)) return;
+  fakewatched()[iterm / word_bits] |= bit(iterm);
   S.pb_watches[index(~term.lit)].push(pbWatchTerm{this, iterm});
 }
 
 void PseudoBool::unwatchTerm(int index) {
-  PBTerm& term = terms()[index];
-  if (term.is_watched()) watchsum -= term.coeff();
-  term.unwatch();
+  if (is_watched(index)) watchsum -= terms()[index].coeff();
+  watched()[index / word_bits] &= ~bit(index);
+  fakewatched()[index / word_bits] &= ~bit(index);
 }
 
 void PseudoBool::assertAndWatch(Solver& S, int64 open_sum, int assertion_level) {
@@ -63,7 +68,7 @@ void PseudoBool::assertAndWatch(Solver& S, int64 open_sum, int assertion_level) 
                S.tmpCoef[var(term.lit)] == LevelSums::mark) {
       setfakeWatch(S, i);
     }
-    assert(!term.is_watched() || S.value(term.lit) != l_False);
+    assert(!is_watched(i) || S.value(term.lit) != l_False);
   }
 }
 
@@ -83,19 +88,33 @@ bool PseudoBool::falsified(Solver& S, int iterm) {
   unwatchTerm(iterm);
   const int64 G = rhs_max;
   const int64 safe_sum = G + amax;
+  const int words = markWords(nterms);
 
-  for (int i = 0; i < nterms && watchsum < safe_sum; i++)
-    if (!term[i].is_watched() && S.value(term[i].lit) != l_False) setWatch(S, i, false);
+  // Watch more, in term order, until the sum is safe again.
+  for (int w = 0; w < words && watchsum < safe_sum; w++) {
+    for (MarkWord open = ~watched()[w]; open != 0; open &= open - 1) {
+      const int i = w * word_bits + std::countr_zero(open);
+      if (S.value(term[i].lit) == l_False) continue;
+      setWatch(S, i, false);
+      if (watchsum >= safe_sum) return true;
+    }
+  }
   if (watchsum < rhs_goal) {
     setWatch(S, iterm, false);
     return false;
   }
   if (watchsum >= safe_sum) return true;
 
-  for (int i = 0; i < nterms && watchsum < term[i].coeff() + G; i++) {
-    const lbool value = S.value(term[i].lit);
-    // A watched false term is one whose falsification is still in the queue: a conflict.
-    if (value == l_Undef || (value == l_False && term[i].is_watched())) {
+  // Now all terms that are not false are watched. Those too large to be missed are implied; the
+  // terms are in order of size. A watched false term is one whose falsification is still in the
+  // queue: a conflict.
+  for (int w = 0; w < words; w++) {
+    for (MarkWord rest = watched()[w]; rest != 0; rest &= rest - 1) {
+      const int i = w * word_bits + std::countr_zero(rest);
+      if (i >= nterms || watchsum >= term[i].coeff() + G) {
+        w = words;
+        break;
+      }
       if (!S.enqueue(term[i].lit, this, term[i].coeff())) {
         setWatch(S, iterm, false);
         return false;
@@ -144,10 +163,16 @@ bool PseudoBool::calcReason(Solver& S, Lit p, vec<Lit>& out_reason, vec<Lit>& ou
 void PseudoBool::remove(Solver& S, bool just_dealloc) {
   if (!just_dealloc) {
     for (int i = 0; i < nterms; i++)
-      if (terms()[i].is_watched() || terms()[i].is_fakewatched())
+      if (is_watched(i) || is_fakewatched(i))
         removeWatchTerm(S.pb_watches[index(~terms()[i].lit)], this);
   }
   destroy(this);
+}
+
+void PseudoBool::leaveLists(Solver& S) {
+  for (int i = 0; i < nterms; i++)
+    if (is_watched(i) || is_fakewatched(i)) S.leaveList(~terms()[i].lit);
+  constraintnum = num_leaving;
 }
 
 bool PseudoBool::simplify(Solver& S) {
@@ -187,8 +212,7 @@ void PseudoBool::printWatch(const Solver& S, const char* msg) const {
   std::printf("%-*d%s(C%d)Watch: ", 3 * S.decisionLevel() + 3, S.decisionLevel(), msg,
               constraintnum);
   for (int i = 0; i < nterms; i++)
-    if (terms()[i].is_watched())
-      std::printf("%sx%d ", sign(terms()[i].lit) ? "" : "~", var(terms()[i].lit));
+    if (is_watched(i)) std::printf("%sx%d ", sign(terms()[i].lit) ? "" : "~", var(terms()[i].lit));
   std::printf(" w=%d amax=%d v1= v2=\n", watchsum, amax);
 }
 
@@ -202,9 +226,9 @@ void PseudoBool::printAssignment(const Solver& S, const char* /*msg*/) const {
                 : value == l_False ? "/F"
                                    : "/U",
                 S.level[var(term.lit)],
-                term.is_watched()       ? "**"
-                : term.is_fakewatched() ? "*"
-                                        : "");
+                is_watched(i)       ? "**"
+                : is_fakewatched(i) ? "*"
+                                    : "");
   }
   std::printf(" >= %d - w = %d\n\n", rhs_goal, watchsum);
 }

@@ -42,20 +42,36 @@ constexpr double time_limit_share = 0.99;
 // ------------------------------------------------------------------------------------------------
 // Signals
 
+/// A signal that comes again this soon is the same request: timeout(1), for one, signals its child
+/// and then the child's process group.
+constexpr int64 echo_ticks = ticks_per_second / 20;
+
+/// Microseconds on a clock that nobody sets.
+int64 monotonicTicks() {
+  timespec t = {};
+  clock_gettime(CLOCK_MONOTONIC, &t);
+  return static_cast<int64>(t.tv_sec) * ticks_per_second + t.tv_nsec / 1000;
+}
+
 /// The first signal asks for an orderly end; a second one ends the process at once by its own
-/// default action, which takes effect when this handler returns.
+/// default action, which takes effect when this handler returns. Handlers do not interrupt each
+/// other.
 extern "C" void onStopSignal(int signal_number) {
-  if (stop_signal != 0) {
+  static int64 first_time = 0;
+  if (stop_signal == 0) {
+    first_time = monotonicTicks();
+    stop_signal = signal_number;
+  } else if (signal_number != stop_signal || monotonicTicks() - first_time >= echo_ticks) {
     std::signal(signal_number, SIG_DFL);
     std::raise(signal_number);
   }
-  stop_signal = signal_number;
 }
 
 void installSignalHandlers() {
   struct sigaction action = {};
   action.sa_handler = onStopSignal; // without SA_RESTART: a read that waits is interrupted
   sigemptyset(&action.sa_mask);
+  for (const int s : stop_signals) sigaddset(&action.sa_mask, s);
   for (const int s : stop_signals) {
     struct sigaction inherited = {};
     // Whoever started us with a signal ignored (nohup, a shell's background job) wants it so.

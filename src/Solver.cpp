@@ -248,7 +248,8 @@ void Solver::analyze(Constr* confl, vec<Lit>& out_learnt, vec<Lit>& out_PB_learn
     if (npbLimit != -1) {
       tmpGoal = 0;
       tmpTrueSum = 0;
-      for (int v = 0; v < inLearnedPB.size(); v++) inLearnedPB[v] = 0;
+      for (int i = 0; i < learnedVars.size(); i++) inLearnedPB[learnedVars[i]] = 0;
+      learnedVars.clear();
     } else {
       trail_pb.last() = 0;
     }
@@ -256,7 +257,7 @@ void Solver::analyze(Constr* confl, vec<Lit>& out_learnt, vec<Lit>& out_PB_learn
 
   out_learnt.push(lit_Undef); // room for the asserting literal
   out_btlevel = 0;
-  vec<Lit> p_reason;
+  vec<Lit>& p_reason = analyze_reason;
   Lit p = lit_Undef;
   int pathC = 0; // marked variables of the current level that are still to be resolved
   do {
@@ -370,6 +371,7 @@ bool Solver::addToLearned(Lit lit, int64 amount) {
     tmpCoef[varp] = amount;
     tmpSign[varp] = sign(lit);
     inLearnedPB[varp] = 1;
+    learnedVars.push(varp);
   } else if (tmpSign[varp] == sign(lit)) {
     tmpCoef[varp] += amount;
   } else {
@@ -496,8 +498,10 @@ void Solver::pbRescaleActivity() {
 namespace {
 
 /// Removes the less active half of `db`, and from the rest what is below `inc` over its size, but
-/// nothing that is locked. The survivors are left in order of activity.
-template <class C, class LessThan> void reduce(Solver& S, vec<C*>& db, double inc, LessThan lt) {
+/// nothing that is locked. The survivors are left in order of activity; what goes is appended to
+/// `gone`, still watching.
+template <class C, class LessThan>
+void reduce(const Solver& S, vec<C*>& db, double inc, LessThan lt, vec<Constr*>& gone) {
   if (db.size() == 0) return;
   const double extra_lim = inc / db.size();
   sort(db, lt);
@@ -506,7 +510,7 @@ template <class C, class LessThan> void reduce(Solver& S, vec<C*>& db, double in
   for (int i = 0; i < db.size(); i++) {
     const bool inactive = i < half || static_cast<double>(db[i]->activity()) < extra_lim;
     if (inactive && !db[i]->locked(S)) {
-      db[i]->remove(S, false);
+      gone.push(db[i]);
     } else {
       db[j++] = db[i];
     }
@@ -514,12 +518,12 @@ template <class C, class LessThan> void reduce(Solver& S, vec<C*>& db, double in
   db.shrink(db.size() - j);
 }
 
-/// Removes the constraints of `db` that are satisfied at the root.
-template <class C> void simplify(Solver& S, vec<C*>& db) {
+/// Takes the constraints of `db` that are satisfied at the root out and appends them to `gone`.
+template <class C> void simplify(Solver& S, vec<C*>& db, vec<Constr*>& gone) {
   int j = 0;
   for (int i = 0; i < db.size(); i++) {
     if (db[i]->simplify(S)) {
-      db[i]->remove(S, false);
+      gone.push(db[i]);
     } else {
       db[j++] = db[i];
     }
@@ -530,11 +534,38 @@ template <class C> void simplify(Solver& S, vec<C*>& db) {
 } // namespace
 
 void Solver::reduceDB() {
-  reduce(*this, learnts, cla_inc, reduceDB_lt());
+  vec<Constr*> gone;
+  reduce(*this, learnts, cla_inc, reduceDB_lt(), gone);
+  removeAll(gone);
 }
 
 void Solver::pb_reduceDB() {
-  reduce(*this, pb_learnts, pb_inc, pb_reduceDB_lt());
+  vec<Constr*> gone;
+  reduce(*this, pb_learnts, pb_inc, pb_reduceDB_lt(), gone);
+  removeAll(gone);
+}
+
+/// Removes many constraints at the price of one pass over the watch lists that hold them.
+void Solver::removeAll(const vec<Constr*>& gone) {
+  if (gone.size() == 0) return;
+  list_is_left.growTo(2 * nVars(), 0);
+  for (int i = 0; i < gone.size(); i++) gone[i]->leaveLists(*this);
+  for (int i = 0; i < lists_left.size(); i++) {
+    const int list = lists_left[i];
+    list_is_left[list] = 0;
+    vec<Constr*>& ws = watches[list];
+    int j = 0;
+    for (int k = 0; k < ws.size(); k++)
+      if (!ws[k]->isLeaving()) ws[j++] = ws[k];
+    ws.shrink(ws.size() - j);
+    vec<pbWatchTerm>& pws = pb_watches[list];
+    j = 0;
+    for (int k = 0; k < pws.size(); k++)
+      if (!pws[k].pb->isLeaving()) pws[j++] = pws[k];
+    pws.shrink(pws.size() - j);
+  }
+  lists_left.clear();
+  for (int i = 0; i < gone.size(); i++) gone[i]->remove(*this, true);
 }
 
 /// Removes the constraints that the level-0 assignment satisfies; false on a conflict there.
@@ -542,9 +573,11 @@ bool Solver::simplifyDB() {
   if (!ok) return true;
   assert(decisionLevel() == 0);
   if (propagate() != nullptr) return false;
-  simplify(*this, learnts);
-  simplify(*this, constrs);
-  simplify(*this, pb_learnts);
+  vec<Constr*> gone;
+  simplify(*this, learnts, gone);
+  simplify(*this, constrs, gone);
+  simplify(*this, pb_learnts, gone);
+  removeAll(gone);
   return true;
 }
 
@@ -557,6 +590,18 @@ double Solver::progressEstimate() const {
   for (Var x = 0; x < nVars(); x++)
     if (value(x) != l_Undef) progress += std::pow(F, level[x]);
   return progress / nVars();
+}
+
+/// Whether the time limit has passed, as of the last hundredth of a second: the processor clock is
+/// expensive to read, so the cheap clock on the wall tells when to look at it again.
+bool Solver::outOfTime() {
+  timespec wall = {};
+  clock_gettime(CLOCK_MONOTONIC, &wall);
+  const int64 now = static_cast<int64>(wall.tv_sec) * ticks_per_second + wall.tv_nsec / 1000;
+  if (now < next_look) return false;
+  constexpr int64 short_while = ticks_per_second / 100;
+  next_look = now + short_while;
+  return static_cast<double>(secondsSince(Ts)) > timeout;
 }
 
 /// Searches until a solution is found (true; it is in `model` and still on the trail), the problem
@@ -638,6 +683,7 @@ SolveResult Solver::solve(const vec<Lit>& assumps, int64 T0) {
   tmpCoef.growTo(nVars(), 0);
   inLearnedPB.growTo(nVars(), 0);
   nPBLearnt = first_pb_limit;
+  next_look = 0;
   std::printf("c #variables read: %d - #constraints read: %d\n", nVars(), nConstrs());
 
   const SolveResult result = runSearch(assumps);

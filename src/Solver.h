@@ -5,6 +5,7 @@
 
 #include "Constraints.h"
 #include "Global.h"
+#include "LevelSums.h"
 #include "Queue.h"
 #include "SolverTypes.h"
 #include "VarOrder.h"
@@ -153,17 +154,19 @@ class Solver {
   vec<vec<pbWatchTerm>> pb_watches; ///< per literal
   vec<vec<Constr*>> undos;          ///< per variable: whom to tell when it is unassigned
   Queue<Lit> propQ;                 ///< assigned, not yet propagated
+  vec<int> lists_left;              ///< watch lists that constraints leave, see `removeAll`
+  vec<char> list_is_left;           ///< per literal: whether it stands there
 
   // Assignment
-  vec<signed char> assigns; ///< per variable: 1 true, -1 false, 0 unassigned
+  vec<signed char> assigns;   ///< per variable: 1 true, -1 false, 0 unassigned
   vec<signed char> litValues; ///< the same per literal, so that a sign costs no branch
-  vec<Lit> trail;           ///< the assigned literals in order
-  vec<int> trail_lim;       ///< trail length when each decision level was opened
-  vec<char> trail_pb;       ///< per level: a pseudo-Boolean constraint implied something there
-  vec<Constr*> reason;      ///< per variable: what implied it; null for decisions and at level 0
-  vec<int> reason_coeff;    ///< per variable: its coefficient in the reason
-  vec<int> level;           ///< per variable: where it was assigned; -1 unassigned
-  int root_level = 0;       ///< the level that search never goes below
+  vec<Lit> trail;             ///< the assigned literals in order
+  vec<int> trail_lim;         ///< trail length when each decision level was opened
+  vec<char> trail_pb;         ///< per level: a pseudo-Boolean constraint implied something there
+  vec<Constr*> reason;        ///< per variable: what implied it; null for decisions and at level 0
+  vec<int> reason_coeff;      ///< per variable: its coefficient in the reason
+  vec<int> level;             ///< per variable: where it was assigned; -1 unassigned
+  int root_level = 0;         ///< the level that search never goes below
 
   // Conflict analysis, and the accumulator of the learnt pseudo-Boolean constraint: the sum over
   // the variables v with inLearnedPB[v] of tmpCoef[v] times v's literal is at least tmpGoal.
@@ -174,6 +177,9 @@ class Solver {
   int64 tmpTrueSum = 0;      ///< sum over the literals not false, as of the last scaling pass
   vec<int> inLearnedPB;      ///< per variable: 0, or the stamp of the last pass that visited it
   int marker = 0;            ///< stamp of the current scaling pass
+  vec<Var> learnedVars;      ///< whose entries of inLearnedPB may not be 0
+  vec<Lit> analyze_reason;   ///< the reason being resolved
+  LevelSums levelSums;       ///< of the constraint being installed
   bool PB_qualified = false; ///< the literal being resolved occurs, falsified, in the accumulator
   int npbLimit = 0;          ///< -1 switches pseudo-Boolean learning off
 
@@ -182,6 +188,7 @@ class Solver {
   int objResult = 0;        ///< value of the last solution, as reported
   bool oneSolFound = false; ///< a solution has been found
   int64 Ts = 0;             ///< clock reading at which solving started
+  int64 next_look = 0;      ///< when to look at the processor clock again, see `outOfTime`
 
  public:
   SolverStats stats;
@@ -206,10 +213,17 @@ class Solver {
   SolveResult runSearch(const vec<Lit>& assumps);
   lbool search(int nof_conflicts, int nof_learnts, const SearchParams& params);
   double progressEstimate() const;
-  bool outOfTime() const { return static_cast<double>(secondsSince(Ts)) > timeout; }
+  bool outOfTime();
   void reduceDB();
   void pb_reduceDB();
   bool simplifyDB();
+  void removeAll(const vec<Constr*>& gone);
+  /// Notes that the lists of p are to be rid of constraints that leave.
+  void leaveList(Lit p) {
+    if (list_is_left[index(p)] != 0) return;
+    list_is_left[index(p)] = 1;
+    lists_left.push(index(p));
+  }
 
   // Analysis and learning
   void analyze(Constr* confl, vec<Lit>& out_learnt, vec<Lit>& out_PB_learnt, int& out_btlevel);

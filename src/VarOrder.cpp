@@ -25,15 +25,32 @@ void VarOrder::newVar(bool decision_var) {
 
 void VarOrder::update(Var x) {
   if (!decisionVar(x)) return;
-  int pos = varpos[x];
-  while (pos > 0 && activity[x] > activity[order[pos - 1]]) {
-    const Var y = order[pos - 1];
-    varpos[y]++;
-    order[pos] = y;
-    pos--;
+  const int from = varpos[x];
+  const double act = activity[x];
+  const auto passes = [&](int pos) { return act > activity[order[pos]]; };
+  // Most moves are short. A long one is measured by doubling steps, then by halving them: the
+  // activities before `from` do not increase.
+  int to = from;        // all positions from here to `from` are passed
+  int stays = from - 1; // not known to be passed
+  for (int step = 1; stays >= 0 && passes(stays); step *= 2) {
+    to = stays;
+    stays = to - step;
   }
-  order[pos] = x;
-  varpos[x] = pos;
+  stays = max(stays, -1);
+  while (to - stays > 1) {
+    const int middle = stays + (to - stays) / 2;
+    if (passes(middle)) {
+      to = middle;
+    } else {
+      stays = middle;
+    }
+  }
+  for (int pos = from; pos > to; pos--) {
+    order[pos] = order[pos - 1];
+    varpos[order[pos]] = pos;
+  }
+  order[to] = x;
+  varpos[x] = to;
 }
 
 Var VarOrder::select(double random_var_freq) {

@@ -75,8 +75,8 @@ inline std::string show(const Constr* c) {
     for (int i = 0; i < pb->size(); i++) {
       const PBTerm& t = (*pb)[i];
       out << t.coeff()
-          << (t.is_watched()       ? "*"
-              : t.is_fakewatched() ? "'"
+          << (pb->is_watched(i)       ? "*"
+              : pb->is_fakewatched(i) ? "'"
                                    : " ")
           << show(t.lit) << " ";
     }

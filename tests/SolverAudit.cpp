@@ -26,8 +26,8 @@ std::ostream& operator<<(std::ostream& out, const PseudoBool& pb) {
   for (int i = 0; i < pb.size(); i++) {
     const PBTerm& term = pb[i];
     out << term.coeff()
-        << (term.is_watched()       ? "*"
-            : term.is_fakewatched() ? "'"
+        << (pb.is_watched(i)       ? "*"
+            : pb.is_fakewatched(i) ? "'"
                                     : " ")
         << term.lit << " ";
   }
@@ -183,12 +183,12 @@ class SolverAudit::Pass {
         const PBTerm& term = (*pb)[k];
         const auto found = entries.find({pb, k});
         const int there = found == entries.end() ? 0 : found->second;
-        const bool flagged = term.is_watched() || term.is_fakewatched();
-        demand(!term.is_watched() || !term.is_fakewatched(), "both flags are set: ", *pb);
+        const bool flagged = pb->is_watched(k) || pb->is_fakewatched(k);
+        demand(!pb->is_watched(k) || !pb->is_fakewatched(k), "both flags are set: ", *pb);
         // Tightening clears the objective's flags and leaves the entries to the next visit.
         demand(pb == S.objConstr ? !flagged || there >= 1 : there == (flagged ? 1 : 0), "term ", k,
                " has ", there, " watch entries: ", *pb);
-        if (term.is_watched()) watched += term.coeff();
+        if (pb->is_watched(k)) watched += term.coeff();
         total += term.coeff();
         demand(term.coeff() > 0 && (k == 0 || term.coeff() <= (*pb)[k - 1].coeff()),
                "not in normal form: ", *pb);
@@ -241,7 +241,7 @@ class SolverAudit::Pass {
       for (int k = 0; k < pb->size(); k++) {
         const PBTerm& term = (*pb)[k];
         const lbool value = S.value(term.lit);
-        demand(value != l_False || !term.is_watched(), "term ", k, " is false and counted: ", *pb);
+        demand(value != l_False || !pb->is_watched(k), "term ", k, " is false and counted: ", *pb);
         if (value != l_False) open_sum += term.coeff();
         if (value == l_Undef && largest_open == 0) largest_open = term.coeff();
       }

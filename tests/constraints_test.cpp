@@ -138,7 +138,7 @@ TEST(Propagation, ImpliesAndKeepsAFakeWatch) {
   for (const Var x : {0, 1, 0}) { // again after backtracking, through the fake watch
     EXPECT_EQ(S.decide(~Lit(x)), nullptr);
     EXPECT_EQ(S.nAssigns(), 3);
-    EXPECT_TRUE(pbAt(S, 0)[x].is_fakewatched());
+    EXPECT_TRUE(pbAt(S, 0).is_fakewatched(x));
     EXPECT_EQ(SolverAudit::pbFlag(S), 1);
     EXPECT_EQ(SolverAudit::reason(S, 2), &pbAt(S, 0));
     EXPECT_TRUE(pbAt(S, 0).locked(S) || x == 0); // the first term says no if it is not true

@@ -244,10 +244,11 @@ TEST_F(CuttingPlane, AssertsUnderAssumptions) {
 }
 
 TEST(Analysis, FactsBelowTheRootCountAtTheRoot) {
-  LevelSums levels(2, 3);
+  LevelSums levels;
+  levels.start(2, 3);
   levels.addFalse(0, 3, 7);
   levels.addOpen(4, 2);
-  EXPECT_EQ(levels.findAssertionLevel(6, 2, [](Var) {}), 3);
+  EXPECT_EQ(levels.findAssertionLevel(3, 6, 2, [](Var) {}), 3);
   EXPECT_EQ(levels.assertionLevel(), 2);
 }
 

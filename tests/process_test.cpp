@@ -91,8 +91,9 @@ TEST(Options, AreInterpretedInOrder) {
     const Finished f = run({.program = "quillon", .arguments = c.arguments, .input = tiny});
     EXPECT_EQ(results(f.out), c.out);
     EXPECT_EQ(f.exit, c.exit) << c.out;
-    EXPECT_EQ(f.err, "c Quillon version " QUILLON_VERSION " (September 2005)\nc Developed @ Tessaly\n"
-                     "c  by Maravel\n");
+    EXPECT_EQ(f.err,
+              "c Quillon version " QUILLON_VERSION " (September 2005)\nc Developed @ Tessaly\n"
+              "c  by Maravel\n");
   }
   const Finished help = run({.program = "quillon", .arguments = {"--help"}});
   EXPECT_EQ(help.exit, 0);
@@ -166,6 +167,17 @@ TEST(Signals, TheSecondEndsTheProcess) {
   const Finished f = process.finish();
   EXPECT_TRUE(f.signal == SIGTERM || f.signal == SIGINT) << "exit code " << f.exit;
   EXPECT_EQ(results(f.out), "");
+}
+
+TEST(Signals, AnEchoOfTheFirstIsNoSecond) {
+  for (int i = 0; i < 20; i++) {
+    Process process({.program = "quillon", .input = hard_optimisation});
+    while (process.processorTime() < 0.05) usleep(1000);
+    process.send(SIGTERM); // as timeout(1) does
+    usleep(20 * static_cast<unsigned>(i));
+    process.send(SIGTERM);
+    expectStopped(process.finish(), hard_optimisation, true);
+  }
 }
 
 TEST(Signals, WhileReadingNothingIsKnown) {
