@@ -123,8 +123,8 @@ std::optional<int64> optimum(const Problem& problem) {
 }
 
 // ------------------------------------------------------------------------------------------------
-// Generation. Only the generator's raw numbers are used: the library's distributions differ from
-// one library to the next.
+// Generation. A seed stands for the same problem everywhere: only the generator's raw numbers are
+// used, not the library's distributions, and no two draws are arguments of one call.
 
 class Generator {
   std::mt19937_64 random;
@@ -249,8 +249,8 @@ void addKnapsackRows(Generator& g, Problem& problem) {
 /// Equalities with wide coefficients, over all variables (G. Cornuejols and M. Dawande, A Class of
 /// Hard Small 0-1 Programs, 1998): searched long enough for restarts and reductions.
 void addMarketSplit(Generator& g, Problem& problem) {
-  problem.nvars = g.small(11, 15);
-  for (int n = g.small(2, 3); n > 0; n--) {
+  problem.nvars = g.small(13, 16);
+  for (int n = 3; n > 0; n--) {
     Form form;
     for (Var x = 0; x < problem.nvars; x++) form.push_back({g.small(1, 20), x});
     const int half = static_cast<int>(valueOf(form, ~0U) / 2);
@@ -261,7 +261,7 @@ void addMarketSplit(Generator& g, Problem& problem) {
 Problem someProblem(Generator& g) {
   Problem problem;
   problem.nvars = g.small(1, 8);
-  if (g.oneIn(50)) {
+  if (g.oneIn(60)) {
     addMarketSplit(g, problem);
     return problem;
   }
@@ -465,7 +465,8 @@ TEST_F(Differential, Decision) {
 
 TEST_F(Differential, Objective) {
   repeat([](Generator& g, Problem& problem, Coverage& coverage) {
-    problem.objective = someForm(g, problem, problem.nvars, g.oneIn(3) ? 1 : 30, g.oneIn(3));
+    const int bound = g.oneIn(3) ? 1 : 30;
+    problem.objective = someForm(g, problem, problem.nvars, bound, g.oneIn(3));
     problem.maximise = g.oneIn(2);
     running = text(problem);
     Trial run(problem);
@@ -483,7 +484,7 @@ TEST_F(Differential, Assumptions) {
     for (int n = g.small(1, 5); n > 0 && fault.empty(); n--) {
       std::vector<Lit> assumptions;
       for (int k = g.small(0, 4); k > 0; k--)
-        assumptions.push_back(Lit(g.variable(problem), g.oneIn(2)));
+        assumptions.push_back(Lit{g.variable(problem), g.oneIn(2)});
       running = text(problem) + "under";
       for (const Lit p : assumptions) running += (sign(p) ? " -x" : " x") + std::to_string(var(p));
       running += "\n";
