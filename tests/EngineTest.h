@@ -77,7 +77,7 @@ inline std::string show(const Constr* c) {
       out << t.coeff()
           << (pb->is_watched(i)       ? "*"
               : pb->is_fakewatched(i) ? "'"
-                                   : " ")
+                                      : " ")
           << show(t.lit) << " ";
     }
     out << ">= " << pb->degree();

@@ -28,7 +28,7 @@ std::ostream& operator<<(std::ostream& out, const PseudoBool& pb) {
     out << term.coeff()
         << (pb.is_watched(i)       ? "*"
             : pb.is_fakewatched(i) ? "'"
-                                    : " ")
+                                   : " ")
         << term.lit << " ";
   }
   return out << ">= " << pb.degree() << (pb.learnt() ? " (learnt)" : "");
