@@ -123,8 +123,8 @@ std::optional<int64> optimum(const Problem& problem) {
 }
 
 // ------------------------------------------------------------------------------------------------
-// Generation. Only the generator's raw numbers are used: the library's distributions differ from
-// one library to the next.
+// Generation. A seed stands for the same problem everywhere: only the generator's raw numbers are
+// used, not the library's distributions, and no two draws are arguments of one call.
 
 class Generator {
   std::mt19937_64 random;
@@ -246,9 +246,25 @@ void addKnapsackRows(Generator& g, Problem& problem) {
   }
 }
 
+/// Equalities with wide coefficients, over all variables (G. Cornuejols and M. Dawande, A Class of
+/// Hard Small 0-1 Programs, 1998): searched long enough for restarts and reductions.
+void addMarketSplit(Generator& g, Problem& problem) {
+  problem.nvars = g.small(13, 16);
+  for (int n = 3; n > 0; n--) {
+    Form form;
+    for (Var x = 0; x < problem.nvars; x++) form.push_back({g.small(1, 20), x});
+    const int half = static_cast<int>(valueOf(form, ~0U) / 2);
+    problem.rows.push_back({std::move(form), pb_equal, half});
+  }
+}
+
 Problem someProblem(Generator& g) {
   Problem problem;
   problem.nvars = g.small(1, 8);
+  if (g.oneIn(60)) {
+    addMarketSplit(g, problem);
+    return problem;
+  }
   switch (g.small(0, 5)) {
   case 0:
     addHugeRows(g, problem);
@@ -382,11 +398,13 @@ struct Coverage {
   int64 unsatisfiable = 0;
   int64 conflicts = 0;
   int64 pb_learnts = 0;
+  int64 reductions = 0; ///< problems of which learnt constraints have been dropped
 
-  void count(SolveResult result, const SolverStats& stats) {
+  void count(SolveResult result, const Solver& S) {
     (result == solve_done ? satisfiable : unsatisfiable)++;
-    conflicts += stats.conflicts;
-    pb_learnts += stats.pb_learnts;
+    conflicts += S.stats.conflicts;
+    pb_learnts += S.stats.pb_learnts;
+    reductions += S.pb_nLearnts() < S.stats.pb_learnts;
   }
 };
 
@@ -421,12 +439,14 @@ class Differential : public testing::Test {
       running.clear();
       ASSERT_EQ(fault, "") << "seed " << seed << ":\n" << where;
     }
-    if (runs >= default_runs) { // else the problems are too few to tell
+    if (first == 1 && runs >= default_runs) { // other problems may be too few to tell
       EXPECT_GT(coverage.satisfiable, static_cast<int64>(runs / 10));
       EXPECT_GT(coverage.unsatisfiable, static_cast<int64>(runs / 10));
       EXPECT_GT(coverage.conflicts, static_cast<int64>(runs));
       EXPECT_GT(coverage.pb_learnts, static_cast<int64>(runs / 10));
+      EXPECT_GT(coverage.reductions, 0);
     }
+    RecordProperty("reductions", std::to_string(coverage.reductions));
     RecordProperty("conflicts", std::to_string(coverage.conflicts));
     RecordProperty("pb_learnts", std::to_string(coverage.pb_learnts));
   }
@@ -437,7 +457,7 @@ TEST_F(Differential, Decision) {
     running = text(problem);
     Trial run(problem);
     const SolveResult result = run.solve({});
-    coverage.count(result, run.solver.stats);
+    coverage.count(result, run.solver);
     if (!run.accepted && result != solve_unsatisfiable) return std::string("refused, then solved");
     return run.judge(result, {});
   });
@@ -445,12 +465,13 @@ TEST_F(Differential, Decision) {
 
 TEST_F(Differential, Objective) {
   repeat([](Generator& g, Problem& problem, Coverage& coverage) {
-    problem.objective = someForm(g, problem, problem.nvars, g.oneIn(3) ? 1 : 30, g.oneIn(3));
+    const int bound = g.oneIn(3) ? 1 : 30;
+    problem.objective = someForm(g, problem, problem.nvars, bound, g.oneIn(3));
     problem.maximise = g.oneIn(2);
     running = text(problem);
     Trial run(problem);
     const SolveResult result = run.solve({});
-    coverage.count(result, run.solver.stats);
+    coverage.count(result, run.solver);
     return run.judge(result, {});
   });
 }
@@ -463,13 +484,13 @@ TEST_F(Differential, Assumptions) {
     for (int n = g.small(1, 5); n > 0 && fault.empty(); n--) {
       std::vector<Lit> assumptions;
       for (int k = g.small(0, 4); k > 0; k--)
-        assumptions.push_back(Lit(g.variable(problem), g.oneIn(2)));
+        assumptions.push_back(Lit{g.variable(problem), g.oneIn(2)});
       running = text(problem) + "under";
       for (const Lit p : assumptions) running += (sign(p) ? " -x" : " x") + std::to_string(var(p));
       running += "\n";
       const SolveResult result = run.solve(assumptions);
       fault = run.judge(result, assumptions);
-      coverage.count(result, run.solver.stats);
+      coverage.count(result, run.solver);
     }
     return fault;
   });

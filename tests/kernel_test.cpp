@@ -180,10 +180,10 @@ TEST(Analysis, FirstUniqueImplicationPoint) {
 
 TEST(Analysis, UnitClausesBecomeFacts) {
   TestSolver S(3);
-  S.addUnit(Lit(2));
+  S.addClause(Lits{~Lit(0), Lit(1), ~Lit(2)});
+  S.addClause(Lits{~Lit(0), ~Lit(1), ~Lit(2)});
+  S.addUnit(Lit(2)); // facts are not learnt again
   S.propagate();
-  S.addClause(Lits{~Lit(0), Lit(1)});
-  S.addClause(Lits{~Lit(0), ~Lit(1)});
   Constr* const confl = S.decide(Lit(0));
   ASSERT_NE(confl, nullptr);
   vec<Lit> learnt, pb_learnt;
