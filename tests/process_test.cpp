@@ -16,6 +16,13 @@
 
 namespace {
 
+/// A shell starts what it puts in the background with SIGINT ignored, which our children would
+/// inherit.
+[[maybe_unused]] const bool signals_are_default = [] {
+  for (const int s : {SIGTERM, SIGINT, SIGXCPU}) std::signal(s, SIG_DFL);
+  return true;
+}();
+
 const char* const tiny = "+1*x1 +1*x2 >= 1;\n";
 
 /// `pigeons` pigeons in `holes` holes, as clauses: out of reach of clause learning already for a
