@@ -1,5 +1,6 @@
 /// \file
 /// Converts standard OPB into the input format of quillon.
+#include "CommandLine.h"
 #include "formats/InputFile.h"
 #include "formats/NameMap.h"
 #include "formats/OpbReader.h"
@@ -8,11 +9,8 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <new>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace {
@@ -55,71 +53,41 @@ bool writeOutput(const std::string& path, const std::string& text) {
   return written && closed;
 }
 
-struct Options {
-  std::string input = "-";
-  std::string output = "-";
-  std::string map; ///< empty for none
-};
-
-int convert(const Options& options) {
-  const auto bytes = formats::readInput(options.input);
-  if (!bytes) return complain(exit_io, options.input + ": " + bytes.error().message);
+int convert(const std::string& input, const std::string& output, const std::string& map) {
+  const auto bytes = formats::readInput(input);
+  if (!bytes) return complain(exit_io, input + ": " + bytes.error().message);
   const auto problem = formats::readOpb(*bytes);
-  if (!problem) return complain(exit_refused, options.input + ":" + problem.error().text());
+  if (!problem) return complain(exit_refused, input + ":" + problem.error().text());
   auto star = formats::toStarForm(*problem);
-  if (!star) return complain(exit_refused, options.input + ":" + star.error().text());
+  if (!star) return complain(exit_refused, input + ":" + star.error().text());
 
   std::vector<std::string> comments = std::move(star->notes);
-  if (options.map.empty())
+  if (map.empty())
     for (const auto& [new_name, old_name] : star->renamed)
       comments.push_back(new_name + " stands for " + old_name);
-  else if (!writeOutput(options.map, formats::writeNameMap(star->renamed)))
-    return complain(exit_io, options.map + ": " + std::strerror(errno));
-  if (!writeOutput(options.output, formats::writeStar(star->problem, comments)))
-    return complain(exit_io, options.output + ": " + std::strerror(errno));
+  else if (!writeOutput(map, formats::writeNameMap(star->renamed)))
+    return complain(exit_io, map + ": " + std::strerror(errno));
+  if (!writeOutput(output, formats::writeStar(star->problem, comments)))
+    return complain(exit_io, output + ": " + std::strerror(errno));
   return exit_converted;
 }
 
-int run(int argc, char** argv) {
-  Options options;
-  std::vector<std::string> files;
-  for (int i = 1; i < argc; i++) {
-    const std::string_view argument = argv[i];
-    if (argument == "--help")
-      return writeOutput("-", help) ? exit_converted : complain(exit_io, std::strerror(errno));
-    if (argument == "--version")
-      return writeOutput("-", "opb2quillon " QUILLON_VERSION "\n")
-                 ? exit_converted
-                 : complain(exit_io, std::strerror(errno));
-    if (argument == "--map") {
-      if (++i == argc || *argv[i] == '\0') return complain(exit_usage, "--map needs a file");
-      options.map = argv[i];
-    } else if (argument.size() > 1 && argument[0] == '-') {
-      return complain(exit_usage, "unknown option " + std::string(argument) + "; try --help");
-    } else {
-      files.emplace_back(argument);
-    }
-  }
-  if (files.size() > 2) return complain(exit_usage, "too many files; try --help");
-  if (!files.empty()) options.input = files[0];
-  if (files.size() == 2) options.output = files[1];
-  if (options.map == "-" && options.output == "-")
+int run(const CommandLine& line) {
+  if (line.help || line.version)
+    return writeOutput("-", line.help ? help : "opb2quillon " QUILLON_VERSION "\n")
+               ? exit_converted
+               : complain(exit_io, std::strerror(errno));
+  if (!line.wrong.empty()) return complain(exit_usage, line.wrong);
+  if (line.files.size() > 2) return complain(exit_usage, "too many files; try --help");
+  const std::string input = line.files.empty() ? "-" : line.files[0];
+  const std::string output = line.files.size() < 2 ? "-" : line.files[1];
+  if (line.map == "-" && output == "-")
     return complain(exit_usage, "map and problem cannot both go to standard output");
-  return convert(options);
-}
-
-[[noreturn]] void outOfMemory() {
-  std::fputs("opb2quillon: memory exhausted\n", stderr);
-  std::_Exit(exit_io);
+  return convert(input, output, line.map);
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-  std::set_new_handler(outOfMemory); // there may be no memory left to throw an exception with
-  try {
-    return run(argc, argv);
-  } catch (const std::bad_alloc&) { // a decoder's
-    outOfMemory();
-  }
+  return runTool("opb2quillon", exit_io, run, argc, argv);
 }

@@ -1,5 +1,6 @@
 /// \file
 /// Verifies the output of a solver against the problem it solved.
+#include "CommandLine.h"
 #include "formats/Check.h"
 #include "formats/InputFile.h"
 #include "formats/NameMap.h"
@@ -7,8 +8,6 @@
 #include "formats/SolverOutput.h"
 
 #include <cstdio>
-#include <cstdlib>
-#include <new>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -100,39 +99,17 @@ int check(const std::string& problem_path, const std::string& output_path,
   return conclude(exit_nothing, report.sentence + "\n");
 }
 
-int run(int argc, char** argv) {
-  std::string map;
-  std::vector<std::string> files;
-  for (int i = 1; i < argc; i++) {
-    const std::string_view argument = argv[i];
-    if (argument == "--help") return conclude(exit_holds, help);
-    if (argument == "--version") return conclude(exit_holds, "quillon-check " QUILLON_VERSION "\n");
-    if (argument == "--map") {
-      if (++i == argc || *argv[i] == '\0') return complain(exit_usage, "--map needs a file");
-      map = argv[i];
-    } else if (argument.size() > 1 && argument[0] == '-') {
-      return complain(exit_usage, "unknown option " + std::string(argument) + "; try --help");
-    } else {
-      files.emplace_back(argument);
-    }
-  }
-  if (files.size() != 2)
+int run(const CommandLine& line) {
+  if (line.help) return conclude(exit_holds, help);
+  if (line.version) return conclude(exit_holds, "quillon-check " QUILLON_VERSION "\n");
+  if (!line.wrong.empty()) return complain(exit_usage, line.wrong);
+  if (line.files.size() != 2)
     return complain(exit_usage, "a problem and an output are needed; try --help");
-  return check(files[0], files[1], map);
-}
-
-[[noreturn]] void outOfMemory() {
-  std::fputs("quillon-check: memory exhausted\n", stderr);
-  std::_Exit(exit_unreadable);
+  return check(line.files[0], line.files[1], line.map);
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-  std::set_new_handler(outOfMemory); // there may be no memory left to throw an exception with
-  try {
-    return run(argc, argv);
-  } catch (const std::bad_alloc&) { // a decoder's
-    outOfMemory();
-  }
+  return runTool("quillon-check", exit_unreadable, run, argc, argv);
 }
