@@ -23,6 +23,9 @@ if [ "${1:-}" = tests ] || [ "${1:-}" = ci ]; then
 fi
 if [ "${1:-}" = ci ]; then
   need clang which clang++
+  # The sanitizers' and the fuzzer's runtime is only suggested by the compiler's package.
+  need libclang-rt-dev test -e \
+    "$(clang++ -print-resource-dir 2>/dev/null)/include/fuzzer/FuzzedDataProvider.h"
   need clang-format which clang-format
   need clang-tidy which clang-tidy
   need cppcheck which cppcheck
