@@ -134,7 +134,7 @@ def instructions(program, path):
 
 
 def peak_megabytes(program, path):
-    """Of one run: the maximum over all children so far would hide the smaller ones."""
+    """Of one run alone; at least what this script itself takes, as the run starts as its copy."""
     child = os.fork()
     if child == 0:
         with open(path, "rb") as text, open(os.devnull, "wb") as null:

@@ -73,6 +73,7 @@ TEST(StarReader, Accepts) {
       {"min: +2*x1 +3*x2 ;\nc1: +1*x1 -4*x2 >= -2;\n", "min 2x1 3x2 + 0; c1: 1x1 -4x2 >= -2; "},
       {"MAXIMUM: cost: x1 ; -x1<-1; end", "max 1x1 + 0; -1x1 <= -1; "},
       {"min >= 0;", "1min >= 0; "}, // only "min:" in one word is the keyword
+      {"\\" + std::string(131070, 'x') + "\nx>1;", "1x >= 1; "}, // the longest word
       {"x=<1;\nx=>1;\nx>1;\nx = +1;", "1x <= 1; 1x >= 1; 1x >= 1; 1x = 1; "},
       {"+3*x1 +2*x1 -5*y +5*y >= 007;", "5x1 0y >= 7; "},
       {"-2147483647*x -1*x >= 1;", "-2147483648x >= 1; "},

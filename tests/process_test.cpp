@@ -125,6 +125,16 @@ TEST(Output, HasTheLinesInTheirOrder) {
   EXPECT_EQ(g.exit, 20);
 }
 
+TEST(Output, TellsWhenTheObjectiveLeavesTheRange) {
+  for (const char* objective : {"max: +2147483647*x +1*y", "min: +2147483647*x +1*y",
+                                "max: -2147483647*x -2*y", "min: -2147483647*x -2*y"}) {
+    const Finished f =
+        run({.program = "quillon", .input = objective + std::string(" ;\n+1*x +1*y >= 1 ;\n")});
+    EXPECT_EQ(f.out, "c sum of numeric constants out of range [1]\ns UNKNOWN\n") << objective;
+    EXPECT_EQ(f.exit, 0);
+  }
+}
+
 TEST(TimeLimit, EndsTheSearchWithTheBestSolution) {
   // The limit has passed once a second of processor time has begun after it.
   const Finished decision =
