@@ -252,4 +252,15 @@ TEST_F(Order, ResortAndShuffleKeepPositions) {
   for (int i = 0; i < 50; i++) EXPECT_EQ(shuffled[static_cast<size_t>(i)], i);
 }
 
+// ------------------------------------------------------------------------------------------------
+// Time
+
+/// The total time is a 32-bit number of microseconds, which scripts have come to know.
+TEST(Time, ReportWrapsAfter2147Seconds) {
+  EXPECT_EQ(reportedSeconds(1000000, 3500000), 2.5);
+  EXPECT_EQ(reportedSeconds(5, INT64_C(2147483652)), 2147.483647);
+  EXPECT_EQ(reportedSeconds(5, INT64_C(2147483653)), -2147.483648);
+  EXPECT_EQ(reportedSeconds(0, INT64_C(4294967296) + 1000000), 1.0);
+}
+
 } // namespace
