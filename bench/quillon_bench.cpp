@@ -138,7 +138,7 @@ void PseudoBooleanPropagation(benchmark::State& state) {
   const int nvars = static_cast<int>(state.range(0));
   const int size = static_cast<int>(state.range(1));
   Solver S;
-  build(S, nvars, sums(random, nvars, nvars, size, 25));
+  build(S, nvars, sums(random, nvars, nvars, size, 40));
   propagation(state, S, &SolverStats::inspects);
 }
 BENCHMARK(PseudoBooleanPropagation)
@@ -220,9 +220,27 @@ BENCHMARK(LearningFromClauses)->Arg(100)->Arg(300)->UseManualTime();
 void LearningFromSums(benchmark::State& state) {
   Random random(3);
   const int nvars = static_cast<int>(state.range(0));
-  learning(state, nvars, sums(random, nvars, nvars, 8, 45));
+  learning(state, nvars, sums(random, nvars, nvars, 20, 45));
 }
 BENCHMARK(LearningFromSums)->Arg(100)->Arg(300)->UseManualTime();
+
+/// Pigeons for one hole less: nearly every conflict teaches a pseudo-Boolean constraint.
+void LearningFromPigeons(benchmark::State& state) {
+  const int holes = static_cast<int>(state.range(0));
+  const int pigeons = holes + 1;
+  std::vector<Row> rows;
+  for (int p = 0; p < pigeons; p++) {
+    rows.push_back(Row{{}, 1});
+    for (int h = 0; h < holes; h++) rows.back().terms.push_back(vnumcoef{p * holes + h + 1, 1});
+  }
+  for (int h = 0; h < holes; h++) {
+    rows.push_back(Row{{}, pigeons - 1});
+    for (int p = 0; p < pigeons; p++)
+      rows.back().terms.push_back(vnumcoef{-(p * holes + h + 1), 1});
+  }
+  learning(state, pigeons * holes, rows);
+}
+BENCHMARK(LearningFromPigeons)->Arg(10)->Arg(20)->UseManualTime();
 
 // ------------------------------------------------------------------------------------------------
 // Decision order
