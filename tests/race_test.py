@@ -140,10 +140,18 @@ class Race(unittest.TestCase):
         done, table = self.race(programs, [*problems, refused], "--limit", "7")
         self.assertEqual(done.returncode, 0, done.stderr)
         self.assertEqual(len(table), 3 * len(problems))
+        self.assertEqual({name for name, _ in table}, {"p0", "p1", "p2", "p3"})
         for row in table.values():
             self.assertEqual((row["verdict"], row["objective"]), ("OPTIMUM FOUND", "-2"))
         self.assertRegex(done.stderr, "NOT RACED: .*refused.opb: not converted: .")
         self.assertIn("refused.opb", (self.directory / "results/table.md").read_text())
+
+        # Two problems with the same name stay apart.
+        again = self.directory / "again"
+        again.mkdir()
+        (again / "p0.opb").write_text(OPB)
+        done, table = self.race(programs[:1], [problems[0], again / "p0.opb"], rounds=1)
+        self.assertEqual({name for name, _ in table}, {"p0", str(again / "p0.opb")})
 
         # Who wants OPB sits out where there is none.
         done, table = self.race(programs, [KNAPSACK], "--limit", "7", rounds=1)
