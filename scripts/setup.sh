@@ -21,6 +21,11 @@ if [ "${1:-}" = tests ] || [ "${1:-}" = ci ]; then
   need python3 which python3
   need groff-base which groff
 fi
+if [ "${1:-}" = bench ]; then
+  need libbenchmark-dev header benchmark/benchmark.h
+  need python3 which python3
+  need python3-matplotlib /usr/bin/python3 -c 'import matplotlib'
+fi
 if [ "${1:-}" = ci ]; then
   need clang which clang++
   # The sanitizers' and the fuzzer's runtime is only suggested by the compiler's package.
