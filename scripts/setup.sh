@@ -34,7 +34,6 @@ if [ "${1:-}" = ci ]; then
   need clang-format which clang-format
   need clang-tidy which clang-tidy
   need cppcheck which cppcheck
-  need shellcheck which shellcheck
   need valgrind which valgrind
   need shellcheck which shellcheck
   need pkg-config which pkg-config
