@@ -46,13 +46,6 @@ constexpr double time_limit_share = 0.99;
 /// and then the child's process group.
 constexpr int64 echo_ticks = ticks_per_second / 20;
 
-/// Microseconds on a clock that nobody sets.
-int64 monotonicTicks() {
-  timespec t = {};
-  clock_gettime(CLOCK_MONOTONIC, &t);
-  return static_cast<int64>(t.tv_sec) * ticks_per_second + t.tv_nsec / 1000;
-}
-
 /// The first signal asks for an orderly end; a second one ends the process at once by its own
 /// default action, which takes effect when this handler returns. Handlers do not interrupt each
 /// other.

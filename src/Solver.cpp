@@ -595,9 +595,7 @@ double Solver::progressEstimate() const {
 /// Whether the time limit has passed, as of the last hundredth of a second: the processor clock is
 /// expensive to read, so the cheap clock on the wall tells when to look at it again.
 bool Solver::outOfTime() {
-  timespec wall = {};
-  clock_gettime(CLOCK_MONOTONIC, &wall);
-  const int64 now = static_cast<int64>(wall.tv_sec) * ticks_per_second + wall.tv_nsec / 1000;
+  const int64 now = monotonicTicks();
   if (now < next_look) return false;
   constexpr int64 short_while = ticks_per_second / 100;
   const bool passed = static_cast<double>(secondsSince(Ts)) > timeout;
