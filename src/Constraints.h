@@ -170,6 +170,7 @@ class PseudoBool final : public Constr {
   float activity_;  ///< of a learnt constraint
   bool learnt_;     ///< learnt, not given
   bool dir = false; ///< objective: selects how the value is reported, see `newGoal`
+  bool explained = false; ///< has given a reason in this conflict analysis
   // The terms follow, then the marks: a bit a term for watched, then as many for fake-watched.
 
   explicit PseudoBool(int degree, int num);

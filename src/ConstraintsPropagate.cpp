@@ -151,9 +151,28 @@ bool PseudoBool::calcReason(Solver& S, Lit p, vec<Lit>& out_reason, vec<Lit>& ou
       if (S.value(lit) == l_False) out_reason.push(~lit);
     }
   }
-  // p itself is true or, being explained, unassigned.
-  for (; i < nterms; i++)
-    if (S.value(term[i].lit) == l_False) out_reason.push(~term[i].lit);
+  // In one analysis, what is false now was false in an earlier reason, too.
+  if (i == 0 && explained) return true;
+  if (!explained) {
+    explained = true;
+    S.explained.push(this);
+  }
+  // The false ones of the other terms; p itself is true or, being explained, unassigned. What has
+  // been false since before the last propagated literal is not watched.
+  Lit* end = out_reason.room(nterms - i);
+  const auto pushIfFalse = [&](int k) { // without a branch, which nobody could predict
+    *end = ~term[k].lit;
+    end += S.value(term[k].lit) == l_False ? 1 : 0;
+  };
+  if (i == 0 && S.trail.size() <= S.propagated) {
+    const int words = markWords(nterms);
+    for (int w = 0; w < words; w++)
+      for (MarkWord open = ~watched()[w]; open != 0; open &= open - 1)
+        pushIfFalse(w * word_bits + std::countr_zero(open));
+  } else {
+    for (; i < nterms; i++) pushIfFalse(i);
+  }
+  out_reason.pushedUpTo(end);
   return true;
 }
 

@@ -216,6 +216,14 @@ template <class T> class vec {
     if (sz == cap) grow(sz + 1);
     new (&data[sz++]) T(elem);
   }
+  /// Room for `nelems` more elements behind the last one, to be written there and taken in with
+  /// `pushedUpTo`; saves looking at the capacity for each. For element types without destructor.
+  T* room(int nelems) {
+    if (cap - sz < nelems) grow(sz + nelems);
+    return data + sz;
+  }
+  /// Takes in what lies before `end`, which comes from `room`.
+  void pushedUpTo(const T* end) { sz = static_cast<int>(end - data); }
   T& last() { return (*this)[sz - 1]; }
   const T& last() const { return (*this)[sz - 1]; }
   T& operator[](int i) {

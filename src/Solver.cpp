@@ -172,6 +172,7 @@ Constr* Solver::propagate() {
     Constr* confl = propagatePBs(p);
     if (confl == nullptr) confl = propagateClauses(p);
     if (confl != nullptr) {
+      propagated = trail.size() - propQ.size() - 1;
       propQ.clear();
       return confl;
     }
@@ -298,6 +299,8 @@ void Solver::analyze(Constr* confl, vec<Lit>& out_learnt, vec<Lit>& out_PB_learn
     pathC--;
   } while (pathC > 0);
 
+  for (int i = 0; i < explained.size(); i++) explained[i]->explained = false;
+  explained.clear();
   out_learnt[0] = ~p;
   for (int i = 0; i < out_learnt.size(); i++) analyze_seen[var(out_learnt[i])] = 0;
 

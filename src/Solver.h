@@ -154,6 +154,7 @@ class Solver {
   vec<vec<pbWatchTerm>> pb_watches; ///< per literal
   vec<vec<Constr*>> undos;          ///< per variable: whom to tell when it is unassigned
   Queue<Lit> propQ;                 ///< assigned, not yet propagated
+  int propagated = 0;               ///< literals propagated without conflict, as of the last one
   vec<int> lists_left;              ///< watch lists that constraints leave, see `removeAll`
   vec<char> list_is_left;           ///< per literal: whether it stands there
 
@@ -179,6 +180,7 @@ class Solver {
   int marker = 0;            ///< stamp of the current scaling pass
   vec<Var> learnedVars;      ///< whose entries of inLearnedPB may not be 0
   vec<Lit> analyze_reason;   ///< the reason being resolved
+  vec<PseudoBool*> explained; ///< have given a reason in this analysis
   LevelSums levelSums;       ///< of the constraint being installed
   bool PB_qualified = false; ///< the literal being resolved occurs, falsified, in the accumulator
   int npbLimit = 0;          ///< -1 switches pseudo-Boolean learning off
