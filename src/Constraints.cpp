@@ -142,32 +142,6 @@ void Clause::leaveLists(Solver& S) {
   constraintnum = num_leaving;
 }
 
-bool Clause::propagate(Solver& S, Lit p, bool& keep_watch) {
-  S.stats.propagations++;
-  Lit* const data = lits();
-  const Lit false_lit = ~p;
-  if (data[0] == false_lit) {
-    data[0] = data[1];
-    data[1] = false_lit;
-  }
-  assert(data[1] == false_lit);
-  if (S.value(data[0]) == l_True) {
-    keep_watch = true;
-    return true;
-  }
-  const int n = size();
-  for (int k = 2; k < n; k++) {
-    if (S.value(data[k]) != l_False) {
-      data[1] = data[k];
-      data[k] = false_lit;
-      S.watches[index(~data[1])].push(this);
-      return true;
-    }
-  }
-  keep_watch = true;
-  return S.enqueue(data[0], this, 1);
-}
-
 bool Clause::calcReason(Solver& S, Lit p, vec<Lit>& out_reason, vec<Lit>& /*out_not_reason*/) {
   const Lit* const data = lits();
   assert(p == lit_Undef || p == data[0]);

@@ -1,11 +1,13 @@
 /// \file
-/// The pseudo-Boolean constraint at work: watched sums with fake watches, the propagation step and
-/// the reasons it gives.
+/// Propagation: the loops over the watch lists and the steps of clauses and pseudo-Boolean
+/// constraints, with watched sums and fake watches; and the reasons that the latter give.
 #include <bit>
 
 #include "Constraints.h"
 #include "LevelSums.h"
 #include "Solver.h"
+
+// What a visit needs is in this file, so that the compiler can make one loop of it.
 
 namespace {
 
@@ -126,6 +128,91 @@ bool PseudoBool::falsified(Solver& S, int iterm) {
   assert(watchsum >= G);
   return true;
 }
+
+bool Clause::propagate(Solver& S, Lit p, bool& keep_watch) {
+  S.stats.propagations++;
+  Lit* const data = lits();
+  const Lit false_lit = ~p;
+  if (data[0] == false_lit) {
+    data[0] = data[1];
+    data[1] = false_lit;
+  }
+  assert(data[1] == false_lit);
+  if (S.value(data[0]) == l_True) {
+    keep_watch = true;
+    return true;
+  }
+  const int n = size();
+  for (int k = 2; k < n; k++) {
+    if (S.value(data[k]) != l_False) {
+      data[1] = data[k];
+      data[k] = false_lit;
+      S.watches[index(~data[1])].push(this);
+      return true;
+    }
+  }
+  keep_watch = true;
+  return S.enqueue(data[0], this, 1);
+}
+
+// ------------------------------------------------------------------------------------------------
+// The loops
+
+Constr* Solver::propagate() {
+  while (propQ.size() > 0) {
+    const Lit p = propQ.dequeue();
+    Constr* confl = propagatePBs(p);
+    if (confl == nullptr) confl = propagateClauses(p);
+    if (confl != nullptr) {
+      propagated = trail.size() - propQ.size() - 1;
+      propQ.clear();
+      return confl;
+    }
+  }
+  return nullptr;
+}
+
+/// Visits the pseudo-Boolean constraints that watch ~p; the one in conflict, or null. The list is
+/// rebuilt in place: each constraint puts back, in its turn, the one entry it may still need.
+PseudoBool* Solver::propagatePBs(Lit p) {
+  vec<pbWatchTerm>& list = pb_watches[index(p)];
+  const pbWatchTerm* const visited = static_cast<const pbWatchTerm*>(list);
+  const int n = list.size();
+  list.clear(); // the storage stays
+  stats.inspects += n;
+  for (int i = 0; i < n; i++) {
+    PseudoBool* const c = static_cast<PseudoBool*>(visited[i].pb);
+    const bool fine = c->falsified(*this, visited[i].index);
+    assert(list.size() <= i + 1);
+    if (fine) continue;
+    stats.inspects -= n - i - 1;
+    for (int k = i + 1; k < n; k++) list.push(pbWatchTerm(visited[k]));
+    return c;
+  }
+  return nullptr;
+}
+
+/// Visits the clauses that watch ~p; the one in conflict, or null. Those that have found another
+/// watch drop out of the list.
+Clause* Solver::propagateClauses(Lit p) {
+  vec<Constr*>& ws = watches[index(p)];
+  Clause* confl = nullptr;
+  int i = 0;
+  int j = 0;
+  while (confl == nullptr && i < ws.size()) {
+    Clause* const c = static_cast<Clause*>(ws[i]);
+    bool keep_watch = false;
+    if (!c->propagate(*this, p, keep_watch)) confl = c;
+    if (keep_watch) ws[j++] = c;
+    i++;
+  }
+  while (i < ws.size()) ws[j++] = ws[i++];
+  ws.shrink(i - j);
+  return confl;
+}
+
+// ------------------------------------------------------------------------------------------------
+// Reasons
 
 bool PseudoBool::calcReason(Solver& S, Lit p, vec<Lit>& out_reason, vec<Lit>& out_not_reason) {
   if (learnt_) S.pbBumpActivity(this);

@@ -116,24 +116,6 @@ bool Solver::addClause(const vec<Lit>& literals) {
 // ------------------------------------------------------------------------------------------------
 // Assignment
 
-bool Solver::enqueue(Lit p, Constr* from, int coeff) {
-  const lbool current = value(p);
-  if (current != l_Undef) {
-    if (current == l_True) return true;
-    if (decisionLevel() == 0) ok = false;
-    return false;
-  }
-  const Var x = var(p);
-  const bool at_root = decisionLevel() == 0;
-  setValue(p, l_True);
-  level[x] = decisionLevel();
-  reason[x] = at_root ? nullptr : from;
-  reason_coeff[x] = at_root ? 0 : coeff == 0 ? 1 : coeff;
-  trail.push(p);
-  propQ.insert(p);
-  return true;
-}
-
 bool Solver::assume(Lit p) {
   assert(propQ.size() == 0);
   trail_lim.push(trail.size());
@@ -164,59 +146,6 @@ void Solver::cancel() {
 
 void Solver::cancelUntil(int target) {
   while (decisionLevel() > target) cancel();
-}
-
-Constr* Solver::propagate() {
-  while (propQ.size() > 0) {
-    const Lit p = propQ.dequeue();
-    Constr* confl = propagatePBs(p);
-    if (confl == nullptr) confl = propagateClauses(p);
-    if (confl != nullptr) {
-      propagated = trail.size() - propQ.size() - 1;
-      propQ.clear();
-      return confl;
-    }
-  }
-  return nullptr;
-}
-
-/// Visits the pseudo-Boolean constraints that watch ~p; the one in conflict, or null. The list is
-/// rebuilt in place: each constraint puts back, in its turn, the one entry it may still need.
-PseudoBool* Solver::propagatePBs(Lit p) {
-  vec<pbWatchTerm>& list = pb_watches[index(p)];
-  const pbWatchTerm* const visited = static_cast<const pbWatchTerm*>(list);
-  const int n = list.size();
-  list.clear(); // the storage stays
-  stats.inspects += n;
-  for (int i = 0; i < n; i++) {
-    PseudoBool* const c = static_cast<PseudoBool*>(visited[i].pb);
-    const bool fine = c->falsified(*this, visited[i].index);
-    assert(list.size() <= i + 1);
-    if (fine) continue;
-    stats.inspects -= n - i - 1;
-    for (int k = i + 1; k < n; k++) list.push(pbWatchTerm(visited[k]));
-    return c;
-  }
-  return nullptr;
-}
-
-/// Visits the clauses that watch ~p; the one in conflict, or null. Those that have found another
-/// watch drop out of the list.
-Clause* Solver::propagateClauses(Lit p) {
-  vec<Constr*>& ws = watches[index(p)];
-  Clause* confl = nullptr;
-  int i = 0;
-  int j = 0;
-  while (confl == nullptr && i < ws.size()) {
-    Clause* const c = static_cast<Clause*>(ws[i]);
-    bool keep_watch = false;
-    if (!c->propagate(*this, p, keep_watch)) confl = c;
-    if (keep_watch) ws[j++] = c;
-    i++;
-  }
-  while (i < ws.size()) ws[j++] = ws[i++];
-  ws.shrink(i - j);
-  return confl;
 }
 
 bool Solver::checkModel() const {

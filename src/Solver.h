@@ -251,6 +251,24 @@ class Solver {
   void pbRescaleActivity();
 };
 
+inline bool Solver::enqueue(Lit p, Constr* from, int coeff) {
+  const lbool current = value(p);
+  if (current != l_Undef) {
+    if (current == l_True) return true;
+    if (decisionLevel() == 0) ok = false;
+    return false;
+  }
+  const Var x = var(p);
+  const bool at_root = decisionLevel() == 0;
+  setValue(p, l_True);
+  level[x] = decisionLevel();
+  reason[x] = at_root ? nullptr : from;
+  reason_coeff[x] = at_root ? 0 : coeff == 0 ? 1 : coeff;
+  trail.push(p);
+  propQ.insert(p);
+  return true;
+}
+
 /// Where a search stands when it calls `search_audit`.
 enum class AuditPoint {
   fixpoint, ///< everything is propagated, without conflict
