@@ -4,6 +4,8 @@
 
 #include "Sort.h"
 
+#include <cstring>
+
 namespace {
 
 /// Descending activity.
@@ -30,11 +32,15 @@ void VarOrder::update(Var x) {
   const auto passes = [&](int pos) { return act > activity[order[pos]]; };
   // Most moves are short. A long one is measured by doubling steps, then by halving them: the
   // activities before `from` do not increase.
-  int to = from;        // all positions from here to `from` are passed
-  int stays = from - 1; // not known to be passed
-  for (int step = 1; stays >= 0 && passes(stays); step *= 2) {
-    to = stays;
-    stays = to - step;
+  constexpr int short_move = 8;
+  int to = from; // all positions from here to `from` are passed
+  while (to > 0 && from - to < short_move && passes(to - 1)) to--;
+  int stays = to - 1; // not known to be passed
+  if (from - to == short_move) {
+    for (int step = short_move; stays >= 0 && passes(stays); step *= 2) {
+      to = stays;
+      stays = to - step;
+    }
   }
   stays = max(stays, -1);
   while (to - stays > 1) {
@@ -45,12 +51,16 @@ void VarOrder::update(Var x) {
       stays = middle;
     }
   }
+  if (to == from) return;
+  Var* const at = static_cast<Var*>(order);
+  int* const position = static_cast<int*>(varpos);
   for (int pos = from; pos > to; pos--) {
-    order[pos] = order[pos - 1];
-    varpos[order[pos]] = pos;
+    const Var moved = at[pos - 1];
+    at[pos] = moved;
+    position[moved] = pos;
   }
-  order[to] = x;
-  varpos[x] = to;
+  at[to] = x;
+  position[x] = to;
 }
 
 Var VarOrder::select(double random_var_freq) {
