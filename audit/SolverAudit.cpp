@@ -299,10 +299,8 @@ void SolverAudit::enable() {
 }
 
 void SolverAudit::emptyAccumulator(Solver& S) {
-  S.tmpSign.growTo(S.nVars(), false);
-  S.tmpCoef.growTo(S.nVars(), 0);
-  S.inLearnedPB.growTo(S.nVars(), 0);
-  for (Var x = 0; x < S.nVars(); x++) S.inLearnedPB[x] = 0;
+  S.accumulator.growTo(S.nVars());
+  for (Var x = 0; x < S.nVars(); x++) S.accumulator[x].inLearnedPB = 0;
   S.tmpGoal = S.tmpTrueSum = 0;
   S.marker = 1;
 }

@@ -45,9 +45,9 @@ class SolverAudit {
 
   // The accumulator of the learnt pseudo-Boolean constraint
   static int64& goal(Solver& S) { return S.tmpGoal; }
-  static int64& coef(Solver& S, Var x) { return S.tmpCoef[x]; }
-  static bool negated(Solver& S, Var x) { return S.tmpSign[x]; }
-  static bool entered(Solver& S, Var x) { return S.inLearnedPB[x] != 0; }
+  static int64& coef(Solver& S, Var x) { return S.accumulator[x].tmpCoef; }
+  static bool negated(Solver& S, Var x) { return S.accumulator[x].tmpSign; }
+  static bool entered(Solver& S, Var x) { return S.accumulator[x].inLearnedPB != 0; }
   static int64 trueSum(const Solver& S) { return S.tmpTrueSum; }
   /// Sizes the accumulator as `Solver::solve` does and empties it as `Solver::analyze` does.
   static void emptyAccumulator(Solver& S);

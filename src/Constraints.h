@@ -225,6 +225,8 @@ class PseudoBool final : public Constr {
   /// Makes term `iterm` watched, whatever the value of its literal. Ends the run with overflow [2]
   /// should the watched sum leave 32 bits. `trail` is ignored.
   void setWatch(Solver& S, int iterm, bool trail);
+  /// The same for a term that is not watched.
+  void startWatch(Solver& S, int iterm);
   /// Gives the false term `iterm` an entry that does not count.
   void setfakeWatch(Solver& S, int iterm);
   /// Takes term `index` out of the watched sum; its entry has been taken out already.

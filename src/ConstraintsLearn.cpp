@@ -20,7 +20,7 @@ void PseudoBool::UpdateLearned(Solver& S, int64 mul2, Lit lit, int coeff) {
   assert(mul2 > 0 && coeff>0);
   // clang-format on
   S.addToLearned(lit, mul2 * coeff);
-  if (S.tmpCoef[var(lit)] > merged_coefficient_limit) S.trail_pb.last() = 0;
+  if (S.accumulator[var(lit)].tmpCoef > merged_coefficient_limit) S.trail_pb.last() = 0;
 }
 
 bool PseudoBool_add(Solver& S, const vec<Lit>& first_vec, PseudoBool*& out, Clause*& c_out) {
@@ -39,13 +39,14 @@ bool PseudoBool_add(Solver& S, const vec<Lit>& first_vec, PseudoBool*& out, Clau
   int64 lhs = 0;
   for (int i = 0; i < first_vec.size(); i++) {
     const Var v = var(first_vec[i]);
-    int64 coeff = S.tmpCoef[v];
+    Solver::Learned& merged = S.accumulator[v];
+    int64 coeff = merged.tmpCoef;
     if (coeff == 0) continue;
     assert(coeff > 0);
     if (coeff > degree) coeff = degree;
-    S.tmpCoef[v] = 0;
+    merged.tmpCoef = 0;
     lhs += coeff;
-    const Lit lit(v, S.tmpSign[v]);
+    const Lit lit(v, merged.tmpSign);
     new (&terms[pb->nterms++]) PBTerm(static_cast<int>(coeff), lit);
     pb->addToLhsMax(static_cast<int>(coeff));
     if (S.value(lit) == l_False) levels.addFalse(S.level[v], coeff, v);
@@ -60,8 +61,8 @@ bool PseudoBool_add(Solver& S, const vec<Lit>& first_vec, PseudoBool*& out, Clau
 
   // Jump back to the first level at which the constraint implies something, or if it is violated
   // there already to the one before. Violated by the facts of the root, it cannot be met at all.
-  const int64 open_sum = levels.findAssertionLevel(S.decisionLevel(), lhs, degree,
-                                                   [&S](Var v) { S.tmpCoef[v] = LevelSums::mark; });
+  const int64 open_sum = levels.findAssertionLevel(
+      S.decisionLevel(), lhs, degree, [&S](Var v) { S.accumulator[v].tmpCoef = LevelSums::mark; });
   const int assertion_level = levels.assertionLevel();
   if (assertion_level < S.root_level) {
     PseudoBool::destroy(pb);

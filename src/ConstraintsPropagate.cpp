@@ -22,11 +22,16 @@ constexpr int64 merged_degree_limit = 10000;
 // Watches
 
 void PseudoBool::setWatch(Solver& S, int iterm, bool /*trail*/) {
-  if (is_watched(iterm)) return;
-  const PBTerm& term = terms()[iterm];
-  watched()[iterm / word_bits] |= bit(iterm);
-  if (is_fakewatched(iterm)) { // the entry stays in place and counts from now on
-    fakewatched()[iterm / word_bits] &= ~bit(iterm);
+  if (!is_watched(iterm)) startWatch(S, iterm);
+}
+
+inline void PseudoBool::startWatch(Solver& S, int iterm) {
+  const PBTerm term = terms()[iterm];
+  MarkWord* const mark = watched() + iterm / word_bits;
+  MarkWord* const fake = mark + markWords(nterms);
+  *mark |= bit(iterm);
+  if ((*fake & bit(iterm)) != 0) { // the entry stays in place and counts from now on
+    *fake &= ~bit(iterm);
   } else {
     S.pb_watches[index(~term.lit)].push(pbWatchTerm{this, iterm});
   }
@@ -67,7 +72,7 @@ void PseudoBool::assertAndWatch(Solver& S, int64 open_sum, int assertion_level) 
     if (S.value(term.lit) != l_False) {
       if (amaxpos == -1 || watchsum < amax + goal) setWatch(S, i, false);
     } else if (S.level[var(term.lit)] == assertion_level ||
-               S.tmpCoef[var(term.lit)] == LevelSums::mark) {
+               S.accumulator[var(term.lit)].tmpCoef == LevelSums::mark) {
       setfakeWatch(S, i);
     }
     assert(!is_watched(i) || S.value(term.lit) != l_False);
@@ -91,13 +96,14 @@ bool PseudoBool::falsified(Solver& S, int iterm) {
   const int64 G = rhs_max;
   const int64 safe_sum = G + amax;
   const int words = markWords(nterms);
+  MarkWord* const marks = watched();
 
   // Watch more, in term order, until the sum is safe again.
   for (int w = 0; w < words && watchsum < safe_sum; w++) {
-    for (MarkWord open = ~watched()[w]; open != 0; open &= open - 1) {
+    for (MarkWord open = ~marks[w]; open != 0; open &= open - 1) {
       const int i = w * word_bits + std::countr_zero(open);
       if (S.value(term[i].lit) == l_False) continue;
-      setWatch(S, i, false);
+      startWatch(S, i);
       if (watchsum >= safe_sum) return true;
     }
   }
@@ -111,7 +117,7 @@ bool PseudoBool::falsified(Solver& S, int iterm) {
   // terms are in order of size. A watched false term is one whose falsification is still in the
   // queue: a conflict.
   for (int w = 0; w < words; w++) {
-    for (MarkWord rest = watched()[w]; rest != 0; rest &= rest - 1) {
+    for (MarkWord rest = marks[w]; rest != 0; rest &= rest - 1) {
       const int i = w * word_bits + std::countr_zero(rest);
       if (i >= nterms || watchsum >= term[i].coeff() + G) {
         w = words;
@@ -220,7 +226,7 @@ bool PseudoBool::calcReason(Solver& S, Lit p, vec<Lit>& out_reason, vec<Lit>& ou
   const bool is_conflict = p == lit_Undef;
   int64 mul2 = 0; // the weight with which this constraint enters the learnt one
   if (learning == 1 && (is_conflict || S.PB_qualified)) {
-    mul2 = is_conflict ? 1 : S.tmpCoef[var(p)];
+    mul2 = is_conflict ? 1 : S.accumulator[var(p)].tmpCoef;
     S.tmpGoal += mul2 * rhs_max;
     if (S.tmpGoal < 0 || S.tmpGoal > merged_degree_limit) learning = 0;
   }
@@ -233,7 +239,7 @@ bool PseudoBool::calcReason(Solver& S, Lit p, vec<Lit>& out_reason, vec<Lit>& ou
         S.tmpGoal -= mul2 * term[i].coeff();
         continue;
       }
-      if (S.inLearnedPB[var(lit)] == 0) out_not_reason.push(lit);
+      if (S.accumulator[var(lit)].inLearnedPB == 0) out_not_reason.push(lit);
       UpdateLearned(S, mul2, lit, term[i].coeff());
       if (S.value(lit) == l_False) out_reason.push(~lit);
     }

@@ -178,7 +178,7 @@ void Solver::analyze(Constr* confl, vec<Lit>& out_learnt, vec<Lit>& out_PB_learn
     if (npbLimit != -1) {
       tmpGoal = 0;
       tmpTrueSum = 0;
-      for (int i = 0; i < learnedVars.size(); i++) inLearnedPB[learnedVars[i]] = 0;
+      for (int i = 0; i < learnedVars.size(); i++) accumulator[learnedVars[i]].inLearnedPB = 0;
       learnedVars.clear();
     } else {
       trail_pb.last() = 0;
@@ -211,20 +211,21 @@ void Solver::analyze(Constr* confl, vec<Lit>& out_learnt, vec<Lit>& out_PB_learn
       }
     }
     if (trail_pb.last() != 0 && PB_qualified) { // p has cancelled out
-      tmpCoef[var(p)] = 0;
-      inLearnedPB[var(p)] = 0;
+      accumulator[var(p)].tmpCoef = 0;
+      accumulator[var(p)].inLearnedPB = 0;
     }
 
     do {
       p = trail.last();
       const Var x = var(p);
       confl = reason[x];
-      PB_qualified = trail_pb.last() != 0 && tmpCoef[x] != 0 && inLearnedPB[x] != 0 &&
-                     value(Lit(x, tmpSign[x])) == l_False;
+      const Learned& term = accumulator[x];
+      PB_qualified = trail_pb.last() != 0 && term.tmpCoef != 0 && term.inLearnedPB != 0 &&
+                     value(Lit(x, term.tmpSign)) == l_False;
       undoOne();
     } while (analyze_seen[var(p)] == 0);
     analyze_seen[var(p)] = 0;
-    assert(!PB_qualified || sign(p) != tmpSign[var(p)]);
+    assert(!PB_qualified || sign(p) != accumulator[var(p)].tmpSign);
     pathC--;
   } while (pathC > 0);
 
@@ -243,13 +244,14 @@ void Solver::analyze(Constr* confl, vec<Lit>& out_learnt, vec<Lit>& out_PB_learn
 /// the coefficient left for ~p.
 void Solver::resolveOn(Lit p, const vec<Lit>& out_PB_learnt) {
   const Var x = var(p);
+  int64& own = accumulator[x].tmpCoef;
   int64 mul1 = reason_coeff[x];
-  const int64 gcd = GCD(mul1, tmpCoef[x]);
+  const int64 gcd = GCD(mul1, own);
   if (gcd != 1) {
     mul1 /= gcd;
-    tmpCoef[x] /= gcd;
+    own /= gcd;
   }
-  assert(mul1 > 0 && tmpCoef[x] > 0);
+  assert(mul1 > 0 && own > 0);
   multiplytmpLearned(p, mul1, out_PB_learnt);
   abandonUnlessConflicting();
 }
@@ -267,13 +269,14 @@ void Solver::multiplytmpLearned(Lit p, int64 mul, const vec<Lit>& first_vec) {
   tmpTrueSum = 0;
   for (int i = 0; i < first_vec.size(); i++) {
     const Var v = var(first_vec[i]);
-    if (inLearnedPB[v] == 0 || inLearnedPB[v] == marker || v == var(p)) continue;
-    if (tmpCoef[v] > tmpGoal) tmpCoef[v] = tmpGoal;
-    if (value(Lit(v, tmpSign[v])) != l_False) tmpTrueSum += tmpCoef[v];
+    Learned& term = accumulator[v];
+    if (term.inLearnedPB == 0 || term.inLearnedPB == marker || v == var(p)) continue;
+    if (term.tmpCoef > tmpGoal) term.tmpCoef = tmpGoal;
+    if (value(Lit(v, term.tmpSign)) != l_False) tmpTrueSum += term.tmpCoef;
     if (tmpTrueSum >= tmpGoal) return; // no longer falsified: the caller gives it up
-    tmpCoef[v] *= mul;
-    inLearnedPB[v] = marker;
-    if (tmpCoef[v] < 0 || tmpCoef[v] > scaled_coefficient_limit) {
+    term.tmpCoef *= mul;
+    term.inLearnedPB = marker;
+    if (term.tmpCoef < 0 || term.tmpCoef > scaled_coefficient_limit) {
       tmpGoal = degree_limit + 1; // so that the caller gives it up
       return;
     }
@@ -288,7 +291,7 @@ void Solver::incrLearned(Lit q, Lit lit, vec<Lit>& learnt_vec) {
   if (q == lit_Undef) {
     tmpGoal = 1;
   } else {
-    amount = std::abs(tmpCoef[var(q)]);
+    amount = std::abs(accumulator[var(q)].tmpCoef);
     if (amount == 0) return;
   }
   if (addToLearned(lit, amount)) learnt_vec.push(lit);
@@ -298,26 +301,27 @@ void Solver::incrLearned(Lit q, Lit lit, vec<Lit>& learnt_vec) {
 /// Since a*x + b*~x = (a - b)*x + b, opposite literals cancel and lower the degree.
 bool Solver::addToLearned(Lit lit, int64 amount) {
   const Var varp = var(lit);
-  const bool entered = inLearnedPB[varp] == 0;
+  Learned& term = accumulator[varp];
+  const bool entered = term.inLearnedPB == 0;
   if (entered) {
-    tmpCoef[varp] = amount;
-    tmpSign[varp] = sign(lit);
-    inLearnedPB[varp] = 1;
+    term.tmpCoef = amount;
+    term.tmpSign = sign(lit);
+    term.inLearnedPB = 1;
     learnedVars.push(varp);
-  } else if (tmpSign[varp] == sign(lit)) {
-    tmpCoef[varp] += amount;
+  } else if (term.tmpSign == sign(lit)) {
+    term.tmpCoef += amount;
   } else {
     tmpGoal -= amount;
-    tmpCoef[varp] -= amount;
-    if (tmpCoef[varp] < 0) {
-      tmpCoef[varp] = -tmpCoef[varp];
-      tmpSign[varp] = !tmpSign[varp];
-      tmpGoal += tmpCoef[varp];
+    term.tmpCoef -= amount;
+    if (term.tmpCoef < 0) {
+      term.tmpCoef = -term.tmpCoef;
+      term.tmpSign = !term.tmpSign;
+      tmpGoal += term.tmpCoef;
     }
   }
-  if (tmpCoef[varp] == 0) inLearnedPB[varp] = 0;
+  if (term.tmpCoef == 0) term.inLearnedPB = 0;
   // clang-format off
-  assert(tmpCoef[varp]>=0);
+  assert(term.tmpCoef>=0);
   // clang-format on
   return entered;
 }
@@ -610,9 +614,7 @@ lbool Solver::search(int nof_conflicts, int nof_learnts, const SearchParams& par
 
 SolveResult Solver::solve(const vec<Lit>& assumps, int64 T0) {
   Ts = T0;
-  tmpSign.growTo(nVars(), false);
-  tmpCoef.growTo(nVars(), 0);
-  inLearnedPB.growTo(nVars(), 0);
+  accumulator.growTo(nVars());
   nPBLearnt = first_pb_limit;
   next_look = 0;
   std::printf("c #variables read: %d - #constraints read: %d\n", nVars(), nConstrs());

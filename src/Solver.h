@@ -170,20 +170,23 @@ class Solver {
   int root_level = 0;         ///< the level that search never goes below
 
   // Conflict analysis, and the accumulator of the learnt pseudo-Boolean constraint: the sum over
-  // the variables v with inLearnedPB[v] of tmpCoef[v] times v's literal is at least tmpGoal.
-  vec<char> analyze_seen;    ///< per variable; all 0 between calls
-  vec<bool> tmpSign;         ///< per variable: whether its literal is the negated one
-  vec<int64> tmpCoef;        ///< per variable; stale where inLearnedPB is 0, and may hold -1 marks
-  int64 tmpGoal = 0;         ///< degree
-  int64 tmpTrueSum = 0;      ///< sum over the literals not false, as of the last scaling pass
-  vec<int> inLearnedPB;      ///< per variable: 0, or the stamp of the last pass that visited it
-  int marker = 0;            ///< stamp of the current scaling pass
-  vec<Var> learnedVars;      ///< whose entries of inLearnedPB may not be 0
-  vec<Lit> analyze_reason;   ///< the reason being resolved
+  // the variables with inLearnedPB of tmpCoef times the literal is at least tmpGoal.
+  struct Learned {
+    int64 tmpCoef = 0;    ///< coefficient; stale where inLearnedPB is 0, and may hold -1 marks
+    int inLearnedPB = 0;  ///< 0, or the stamp of the last pass that visited the variable
+    bool tmpSign = false; ///< whether its literal is the negated one
+  };
+  vec<char> analyze_seen;     ///< per variable; all 0 between calls
+  vec<Learned> accumulator;   ///< per variable
+  int64 tmpGoal = 0;          ///< degree
+  int64 tmpTrueSum = 0;       ///< sum over the literals not false, as of the last scaling pass
+  int marker = 0;             ///< stamp of the current scaling pass
+  vec<Var> learnedVars;       ///< whose entries of inLearnedPB may not be 0
+  vec<Lit> analyze_reason;    ///< the reason being resolved
   vec<PseudoBool*> explained; ///< have given a reason in this analysis
-  LevelSums levelSums;       ///< of the constraint being installed
-  bool PB_qualified = false; ///< the literal being resolved occurs, falsified, in the accumulator
-  int npbLimit = 0;          ///< -1 switches pseudo-Boolean learning off
+  LevelSums levelSums;        ///< of the constraint being installed
+  bool PB_qualified = false;  ///< the literal being resolved occurs, falsified, in the accumulator
+  int npbLimit = 0;           ///< -1 switches pseudo-Boolean learning off
 
   // Objective
   PseudoBool* objConstr = nullptr;
