@@ -201,19 +201,29 @@ class SolverAudit::Pass {
   void order() {
     const VarOrder& o = S.order;
     demand(o.varpos.size() == S.nVars(), "the order does not know all variables");
-    int decided = 0;
+    for (int rank = 0; rank < o.blocks.size(); rank++) {
+      const VarOrder::Block& block = o.table[o.blocks[rank]];
+      demand(block.rank == rank && block.size > 0 && block.size <= VarOrder::block_room, "block ",
+             rank, " of the order has rank ", block.rank, " and size ", block.size);
+    }
+    const std::vector<Var> sequence = SolverAudit::sequence(o);
+    size_t decided = 0;
     for (Var x = 0; x < S.nVars(); x++) {
       if (o.varpos[x] == -1) continue;
       decided++;
       demand(o.varpos[x] < o.order.size() && o.order[o.varpos[x]] == x, "x", x, " is misplaced");
     }
-    demand(decided == o.order.size(), "the order lists variables that are never decided");
-    for (int i = 1; i < o.order.size(); i++)
-      demand(S.activity[o.order[i - 1]] >= S.activity[o.order[i]], "x", o.order[i],
+    demand(decided == sequence.size() && o.nordered == static_cast<int>(decided),
+           "the order lists variables that are never decided");
+    for (size_t i = 1; i < decided; i++) {
+      const Var x = sequence[i];
+      demand(o.position(sequence[i - 1]) < o.position(x), "x", x, " has a wrong position");
+      demand(S.activity[sequence[i - 1]] >= S.activity[x], "x", x,
              " is less active than its place in the order");
-    demand(o.last_var >= 0 && o.last_var <= o.order.size(), "the scan start is out of range");
-    for (int i = 0; i < o.last_var; i++)
-      demand(S.value(o.order[i]) != l_Undef, "x", o.order[i], " is open before the scan start");
+    }
+    for (int i = 0; i < scanStart(o); i++)
+      demand(S.value(sequence[static_cast<size_t>(i)]) != l_Undef, "x",
+             sequence[static_cast<size_t>(i)], " is open before the scan start");
   }
 
   /// What propagation promises. A problem clause and a problem constraint imply all they can. What
@@ -253,6 +263,20 @@ class SolverAudit::Pass {
     }
   }
 };
+
+std::vector<Var> SolverAudit::sequence(const VarOrder& order) {
+  vec<Var> flat;
+  order.flatten(flat);
+  std::vector<Var> result;
+  for (int i = 0; i < flat.size(); i++) result.push_back(flat[i]);
+  return result;
+}
+
+int SolverAudit::scanStart(const VarOrder& order) {
+  int before = 0;
+  for (const Var x : sequence(order)) before += order.position(x) < order.last_var ? 1 : 0;
+  return before;
+}
 
 std::string SolverAudit::check(const Solver& S) {
   try {

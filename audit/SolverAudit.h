@@ -5,6 +5,7 @@
 #define QUILLON_SOLVER_AUDIT_H
 
 #include <string>
+#include <vector>
 
 #include "Solver.h"
 
@@ -43,6 +44,7 @@ class SolverAudit {
   static int& rootLevel(Solver& S) { return S.root_level; }
   static PseudoBool* objective(Solver& S) { return S.objConstr; }
 
+  static void forgetExplained(Solver& S) { S.forgetExplained(); }
   // The accumulator of the learnt pseudo-Boolean constraint
   static int64& goal(Solver& S) { return S.tmpGoal; }
   static int64& coef(Solver& S, Var x) { return S.accumulator[x].tmpCoef; }
@@ -57,9 +59,10 @@ class SolverAudit {
   static bool overflow(const PseudoBool& pb) { return pb.overflow; }
   static int amax(const PseudoBool& pb) { return pb.amax; }
 
-  static const vec<Var>& sequence(const VarOrder& order) { return order.order; }
-  static int position(const VarOrder& order, Var x) { return order.varpos[x]; }
-  static int scanStart(const VarOrder& order) { return order.last_var; }
+  /// The decision variables in order.
+  static std::vector<Var> sequence(const VarOrder& order);
+  /// How many of them stand before the place from which the next decision is sought.
+  static int scanStart(const VarOrder& order);
   static double seed(const VarOrder& order) { return order.random_seed; }
 
   // Steps of the search ---------------------------------------------------------------------------

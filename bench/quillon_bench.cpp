@@ -279,8 +279,8 @@ void OrderUpdate(benchmark::State& state) {
       increment *= 1e-100;
     }
   }
-  const vec<Var>& sequence = SolverAudit::sequence(o.order);
-  for (int k = 1; k < nvars; k++)
+  const std::vector<Var> sequence = SolverAudit::sequence(o.order);
+  for (size_t k = 1; k < sequence.size(); k++)
     demand(o.activities[sequence[k - 1]] >= o.activities[sequence[k]], "out of order");
 }
 BENCHMARK(OrderUpdate)->RangeMultiplier(10)->Range(100, 100000);

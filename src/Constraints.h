@@ -37,7 +37,8 @@ class Constr {
   virtual void undo(Solver&) {}
   /// Appends to `out_reason` the true literals that together force p, or with p = `lit_Undef` the
   /// conflict. A true result says that the constraint has already merged itself into the learnt
-  /// pseudo-Boolean constraint, entering literals new to that in `out_not_reason`.
+  /// pseudo-Boolean constraint, entering literals new to that in `out_not_reason`. Within one
+  /// analysis a constraint may leave out literals that it has given before.
   virtual bool calcReason(Solver& S, Lit p, vec<Lit>& out_reason, vec<Lit>& out_not_reason) = 0;
   virtual bool learnt() const { return false; }
   virtual bool initialize(Solver&) { return true; }

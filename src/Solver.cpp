@@ -229,8 +229,7 @@ void Solver::analyze(Constr* confl, vec<Lit>& out_learnt, vec<Lit>& out_PB_learn
     pathC--;
   } while (pathC > 0);
 
-  for (int i = 0; i < explained.size(); i++) explained[i]->explained = false;
-  explained.clear();
+  forgetExplained();
   out_learnt[0] = ~p;
   for (int i = 0; i < out_learnt.size(); i++) analyze_seen[var(out_learnt[i])] = 0;
 
@@ -238,6 +237,12 @@ void Solver::analyze(Constr* confl, vec<Lit>& out_learnt, vec<Lit>& out_PB_learn
     multiplytmpLearned(p, 1, out_PB_learnt); // saturates and measures the slack
     abandonUnlessConflicting();
   }
+}
+
+/// Ends an analysis: every constraint gives full reasons again.
+void Solver::forgetExplained() {
+  for (int i = 0; i < explained.size(); i++) explained[i]->explained = false;
+  explained.clear();
 }
 
 /// Scales the accumulator so that its literal ~p and p in its reason cancel when that is added with

@@ -232,6 +232,7 @@ class Solver {
 
   // Analysis and learning
   void analyze(Constr* confl, vec<Lit>& out_learnt, vec<Lit>& out_PB_learnt, int& out_btlevel);
+  void forgetExplained();
   void record(const vec<Lit>& clause);
   bool record_PB(const vec<Lit>& constraint, const vec<Lit>& clause, int bt);
   void resolveOn(Lit p, const vec<Lit>& out_PB_learnt);

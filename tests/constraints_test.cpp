@@ -147,6 +147,9 @@ TEST(Propagation, ImpliesAndKeepsAFakeWatch) {
     SolverAudit::pbFlag(S) = 0; // nothing is being learnt
     pbAt(S, 0).calcReason(S, Lit(2), why, other);
     EXPECT_EQ(show(why), show(~Lit(x)));
+    pbAt(S, 0).calcReason(S, Lit(2), why, other);
+    EXPECT_EQ(why.size(), 1); // not twice in one analysis
+    SolverAudit::forgetExplained(S);
     EXPECT_EQ(other.size(), 0);
     S.cancelUntil(0);
     EXPECT_EQ(SolverAudit::check(S), "");
