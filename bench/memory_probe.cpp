@@ -1,7 +1,7 @@
 /// \file
 /// What a random access to memory takes: memory_probe MEGABYTES prints the nanoseconds of processor
-/// time of one that waits for the one before (`dependent`) and of one that does not (`independent`),
-/// over so much memory.
+/// time of one that waits for the one before (`dependent`) and of one that does not
+/// (`independent`), over so much memory.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
