@@ -509,16 +509,18 @@ void Solver::removeAll(const vec<Constr*>& gone) {
   for (int i = 0; i < gone.size(); i++) gone[i]->remove(*this, true);
 }
 
-/// Removes the constraints that the level-0 assignment satisfies; false on a conflict there.
+/// Removes the constraints that the level-0 assignment satisfies; false on a conflict there. The
+/// problem's are only looked through when there are new facts.
 bool Solver::simplifyDB() {
   if (!ok) return true;
   assert(decisionLevel() == 0);
   if (propagate() != nullptr) return false;
   vec<Constr*> gone;
   simplify(*this, learnts, gone);
-  simplify(*this, constrs, gone);
+  if (trail.size() > simplified) simplify(*this, constrs, gone);
   simplify(*this, pb_learnts, gone);
   removeAll(gone);
+  simplified = trail.size();
   return true;
 }
 

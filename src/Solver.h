@@ -168,6 +168,7 @@ class Solver {
   vec<int> reason_coeff;      ///< per variable: its coefficient in the reason
   vec<int> level;             ///< per variable: where it was assigned; -1 unassigned
   int root_level = 0;         ///< the level that search never goes below
+  int simplified = 0;         ///< number of facts at the last `simplifyDB`
 
   // Conflict analysis, and the accumulator of the learnt pseudo-Boolean constraint: the sum over
   // the variables with inLearnedPB of tmpCoef times the literal is at least tmpGoal.
