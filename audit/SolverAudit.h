@@ -27,11 +27,12 @@ class SolverAudit {
 
   // Parts of the state ----------------------------------------------------------------------------
 
+  static BlockPool& pool(Solver& S) { return S.pool; }
   static vec<Constr*>& constrs(Solver& S) { return S.constrs; }
   static vec<Clause*>& learnts(Solver& S) { return S.learnts; }
   static vec<PseudoBool*>& pbLearnts(Solver& S) { return S.pb_learnts; }
-  static vec<Constr*>& watches(Solver& S, Lit p) { return S.watches[index(p)]; }
-  static vec<pbWatchTerm>& pbWatches(Solver& S, Lit p) { return S.pb_watches[index(p)]; }
+  static WatchList<Constr*>& watches(Solver& S, Lit p) { return S.watches[index(p)]; }
+  static WatchList<pbWatchTerm>& pbWatches(Solver& S, Lit p) { return S.pb_watches[index(p)]; }
   static Queue<Lit>& propQ(Solver& S) { return S.propQ; }
   static vec<Lit>& trail(Solver& S) { return S.trail; }
   static char& pbFlag(Solver& S) { return S.trail_pb.last(); }

@@ -9,26 +9,26 @@
 namespace {
 
 /// Removes the first entry of `ws` for which `matches` holds; there must be one.
-template <class T, class Matches> void removeFirst(vec<T>& ws, Matches matches) {
+template <class List, class Matches> void removeFirst(List& ws, Matches matches) {
   int j = 0;
   while (j < ws.size() && !matches(ws[j])) j++;
   assert(j < ws.size());
   for (; j < ws.size() - 1; j++) ws[j] = ws[j + 1];
-  ws.pop();
+  ws.shrink(1);
 }
 
 } // namespace
 
-void removeWatch(vec<Constr*>& ws, Constr* elem) {
+void removeWatch(WatchList<Constr*>& ws, Constr* elem) {
   removeFirst(ws, [elem](const Constr* c) { return c == elem; });
 }
 
-void removeWatchTerm(vec<pbWatchTerm>& ws, Constr* elem) {
+void removeWatchTerm(WatchList<pbWatchTerm>& ws, Constr* elem) {
   removeFirst(ws, [elem](const pbWatchTerm& entry) { return entry.pb == elem; });
 }
 
 void removeUndo(vec<Constr*>& ws, Constr* elem) {
-  removeWatch(ws, elem);
+  removeFirst(ws, [elem](const Constr* c) { return c == elem; });
 }
 
 // ------------------------------------------------------------------------------------------------
@@ -43,9 +43,8 @@ Clause::Clause(const Lit* literals, int nlits, bool is_learnt, int num)
 
 Clause* Clause::build(Solver& S, const Lit* literals, int nlits, bool is_learnt) {
   static_assert(alignof(Lit) >= alignof(float) && sizeof(Lit) == sizeof(float));
-  const size_t bytes =
-      sizeof(Clause) + sizeof(Lit) * (static_cast<size_t>(nlits) + (is_learnt ? 1 : 0));
-  return new (xmalloc<char>(bytes)) Clause(literals, nlits, is_learnt, S.constrs.size());
+  return new (S.pool.take(bytes(nlits, is_learnt)))
+      Clause(literals, nlits, is_learnt, S.constrs.size());
 }
 
 int Clause::highestLevel(const Solver& S, int from) const {
@@ -56,8 +55,8 @@ int Clause::highestLevel(const Solver& S, int from) const {
 }
 
 void Clause::attach(Solver& S) {
-  S.watches[index(~lits()[0])].push(this);
-  S.watches[index(~lits()[1])].push(this);
+  S.watches[index(~lits()[0])].push(S.pool, this);
+  S.watches[index(~lits()[1])].push(S.pool, this);
 }
 
 Clause* Clause::finish(Solver& S, Clause* c, int second_watch, const vec<Lit>& bump_order) {
@@ -132,8 +131,9 @@ void Clause::remove(Solver& S, bool just_dealloc) {
     removeWatch(S.watches[index(~lits()[0])], this);
     removeWatch(S.watches[index(~lits()[1])], this);
   }
+  const size_t size_in_bytes = bytes();
   this->~Clause();
-  xfree(reinterpret_cast<char*>(this));
+  S.pool.give(this, size_in_bytes);
 }
 
 void Clause::leaveLists(Solver& S) {

@@ -4,6 +4,7 @@
 #ifndef QUILLON_CONSTRAINTS_H
 #define QUILLON_CONSTRAINTS_H
 
+#include "BlockPool.h"
 #include "Global.h"
 #include "SolverTypes.h"
 
@@ -43,6 +44,8 @@ class Constr {
   virtual bool learnt() const { return false; }
   virtual bool initialize(Solver&) { return true; }
   virtual int constrnum() const { return constraintnum; }
+  /// The memory it takes.
+  virtual size_t bytes() const = 0;
   /// Whether the constraint holds under the solver's `model`.
   virtual bool checkModel(const Solver&) const { return true; }
   /// Names the watch lists that hold the constraint to the solver (`Solver::leaveList`), which is
@@ -59,9 +62,9 @@ struct pbWatchTerm {
 };
 
 /// Removes the first entry equal to `elem`, which must be there; the others keep their order.
-void removeWatch(vec<Constr*>& ws, Constr* elem);
+void removeWatch(WatchList<Constr*>& ws, Constr* elem);
 /// Removes the first entry of constraint `elem`, which must be there; the others keep their order.
-void removeWatchTerm(vec<pbWatchTerm>& ws, Constr* elem);
+void removeWatchTerm(WatchList<pbWatchTerm>& ws, Constr* elem);
 /// The same as `removeWatch`, for `undos` lists.
 void removeUndo(vec<Constr*>& ws, Constr* elem);
 
@@ -89,6 +92,10 @@ class Clause final : public Constr {
   friend bool Clause_add(Solver& S, const vec<Lit>& ps_, Clause*& out_clause);
   friend bool convertPBtoCNF(Solver& S, PseudoBool*& pb, Clause*& c_out, bool learnt);
 
+  /// What a clause of `nlits` literals takes.
+  static size_t bytes(int nlits, bool is_learnt) {
+    return sizeof(Clause) + sizeof(Lit) * (static_cast<size_t>(nlits) + (is_learnt ? 1 : 0));
+  }
   /// Builds the record over the literals in the order given; not attached yet.
   static Clause* build(Solver& S, const Lit* lits, int nlits, bool learnt);
   /// `Clause_new` and `Clause_add` from the choice of the second watch on.
@@ -96,6 +103,7 @@ class Clause final : public Constr {
 
  public:
   int size() const { return static_cast<int>(size_learnt >> 1); }
+  size_t bytes() const override { return bytes(size(), learnt()); }
   bool learnt() const override { return (size_learnt & 1) != 0; }
   Lit operator[](int i) const { return lits()[i]; }
   /// Activity of a learnt clause; other clauses have none.
@@ -159,22 +167,22 @@ class PBTerm {
 /// watch, so that the constraint is looked at again after backtracking. Backtracking itself costs
 /// nothing.
 class PseudoBool final : public Constr {
-  int rhs_goal;     ///< the degree
-  int rhs_max;      ///< the degree that watching uses
-  int lhs_max;      ///< sum of all coefficients, unless `overflow`
-  bool overflow;    ///< `lhs_max` could not hold the full sum
-  int watchsum;     ///< sum of the coefficients of the watched terms
-  int amaxpos;      ///< first term open when the watches were last chosen; -1 for none
-  int amax;         ///< coefficient added to `rhs_max` in the watching test
-  int singlepos;    ///< learnt: first term with coefficient 1; `nterms` when there is none
-  int nterms;       ///< number of terms
-  float activity_;  ///< of a learnt constraint
-  bool learnt_;     ///< learnt, not given
-  bool dir = false; ///< objective: selects how the value is reported, see `newGoal`
+  int rhs_goal;           ///< the degree
+  int rhs_max;            ///< the degree that watching uses
+  int lhs_max;            ///< sum of all coefficients, unless `overflow`
+  bool overflow;          ///< `lhs_max` could not hold the full sum
+  int watchsum;           ///< sum of the coefficients of the watched terms
+  int amaxpos;            ///< first term open when the watches were last chosen; -1 for none
+  int amax;               ///< coefficient added to `rhs_max` in the watching test
+  int singlepos;          ///< learnt: first term with coefficient 1; `nterms` when there is none
+  int nterms;             ///< number of terms
+  float activity_;        ///< of a learnt constraint
+  bool learnt_;           ///< learnt, not given
+  bool dir = false;       ///< objective: selects how the value is reported, see `newGoal`
   bool explained = false; ///< has given a reason in this conflict analysis
   // The terms follow, then the marks: a bit a term for watched, then as many for fake-watched.
 
-  explicit PseudoBool(int degree, int num);
+  PseudoBool(int n, int degree, int num);
   PBTerm* terms() { return reinterpret_cast<PBTerm*>(this + 1); }
   const PBTerm* terms() const { return reinterpret_cast<const PBTerm*>(this + 1); }
 
@@ -187,13 +195,18 @@ class PseudoBool final : public Constr {
   const MarkWord* watched() const { return reinterpret_cast<const MarkWord*>(terms() + nterms); }
   MarkWord* fakewatched() { return watched() + markWords(nterms); }
   const MarkWord* fakewatched() const { return watched() + markWords(nterms); }
-  /// Unmarks all terms; to be called once their number is settled.
+  /// Unmarks all terms.
   void clearMarks();
 
-  /// A constraint without terms yet and with room for `max_terms`.
-  static PseudoBool* build(int max_terms, int degree, int num);
+  /// What a constraint of `n` terms takes.
+  static size_t bytes(int n) {
+    return sizeof(PseudoBool) + sizeof(PBTerm) * static_cast<size_t>(n) +
+           2 * sizeof(MarkWord) * static_cast<size_t>(markWords(n));
+  }
+  /// A constraint of `n` terms, which are still to be constructed, none of them marked.
+  static PseudoBool* build(Solver& S, int n, int degree, int num);
   /// Gives the memory back; the constraint must stand in no list.
-  static void destroy(PseudoBool* pb);
+  static void destroy(Solver& S, PseudoBool* pb);
   /// Adds a coefficient to `lhs_max`, or notes that it would not fit.
   void addToLhsMax(int coeff);
   /// Whether the terms, sorted, show that any one of them satisfies the constraint.
@@ -218,6 +231,7 @@ class PseudoBool final : public Constr {
   float& activity() { return activity_; }
   void setDir(bool value) { dir = value; }
   int degree() const { return rhs_goal; }
+  size_t bytes() const override { return bytes(nterms); }
   int size() const { return nterms; }
   const PBTerm& operator[](int i) const { return terms()[i]; }
   bool is_watched(int i) const { return (watched()[i / word_bits] & bit(i)) != 0; }

@@ -5,18 +5,17 @@
 #include "Solver.h"
 #include "Sort.h"
 
-PseudoBool::PseudoBool(int degree, int num)
+PseudoBool::PseudoBool(int n, int degree, int num)
     : rhs_goal(degree), rhs_max(degree), lhs_max(0), overflow(false), watchsum(0), amaxpos(-1),
-      amax(0), singlepos(0), nterms(0), activity_(0), learnt_(false) {
+      amax(0), singlepos(0), nterms(n), activity_(0), learnt_(false) {
   constraintnum = num;
+  clearMarks();
 }
 
-PseudoBool* PseudoBool::build(int max_terms, int degree, int num) {
+PseudoBool* PseudoBool::build(Solver& S, int n, int degree, int num) {
   static_assert(sizeof(PseudoBool) % alignof(MarkWord) == 0 &&
                 sizeof(PBTerm) % alignof(MarkWord) == 0);
-  const size_t bytes = sizeof(PseudoBool) + sizeof(PBTerm) * static_cast<size_t>(max_terms) +
-                       2 * sizeof(MarkWord) * static_cast<size_t>(markWords(max_terms));
-  return new (xmalloc<char>(bytes)) PseudoBool(degree, num);
+  return new (S.pool.take(bytes(n))) PseudoBool(n, degree, num);
 }
 
 void PseudoBool::clearMarks() {
@@ -28,9 +27,10 @@ void PseudoBool::clearMarks() {
   if (nterms % word_bits != 0) watched()[words - 1] = ~(bit(nterms) - 1);
 }
 
-void PseudoBool::destroy(PseudoBool* pb) {
+void PseudoBool::destroy(Solver& S, PseudoBool* pb) {
+  const size_t size_in_bytes = pb->bytes();
   pb->~PseudoBool();
-  xfree(reinterpret_cast<char*>(pb));
+  S.pool.give(pb, size_in_bytes);
 }
 
 void PseudoBool::addToLhsMax(int coeff) {
@@ -74,9 +74,8 @@ bool PseudoBool_new(Solver& S, int pbgoal, int pbtype, vec<vnumcoef>& pbterms,
   assert(v_p < 0 && v_n < 0);
   if (pbterms.size() == 0) return pbgoal <= 0;
 
-  PseudoBool* const pb = PseudoBool::build(pbterms.size(), pbgoal, S.constrs.size());
+  PseudoBool* const pb = PseudoBool::build(S, pbterms.size(), pbgoal, S.constrs.size());
   PBTerm* const terms = pb->terms();
-  pb->nterms = pbterms.size();
   assert(pb->nterms > 0);
   for (int i = 0; i < pb->nterms; i++) {
     const int vnum = pbterms[i].vnum;
@@ -92,13 +91,12 @@ bool PseudoBool_new(Solver& S, int pbgoal, int pbtype, vec<vnumcoef>& pbterms,
     new (&terms[i]) PBTerm(coeff, lit);
   }
   pb->rhs_max = pb->rhs_goal;
-  pb->clearMarks();
   sort(terms, pb->nterms, LessThan_default<PBTerm>());
 
   if (pb->isClause()) {
     PseudoBool* clause_like = pb;
     const bool ret = convertPBtoCNF(S, clause_like, c_out, false);
-    PseudoBool::destroy(pb);
+    PseudoBool::destroy(S, pb);
     return ret;
   }
   out = pb;

@@ -29,13 +29,11 @@ bool PseudoBool_add(Solver& S, const vec<Lit>& first_vec, PseudoBool*& out, Clau
   LevelSums& levels = S.levelSums;
   levels.start(S.root_level, S.decisionLevel());
   assert(S.tmpGoal > 0 && S.tmpGoal <= INT_MAX);
-  PseudoBool* pb = PseudoBool::build(first_vec.size(), static_cast<int>(S.tmpGoal),
-                                     static_cast<int>(S.nPBLearnt) + S.pb_learnts.size());
-  pb->learnt_ = true;
-  PBTerm* const terms = pb->terms();
-  const int64 degree = pb->rhs_goal;
+  const int64 degree = S.tmpGoal;
 
   // The accumulator's entries become terms, each consumed so that a repeated one counts once.
+  vec<PBTerm>& collected = S.collected;
+  collected.clear();
   int64 lhs = 0;
   for (int i = 0; i < first_vec.size(); i++) {
     const Var v = var(first_vec[i]);
@@ -47,33 +45,34 @@ bool PseudoBool_add(Solver& S, const vec<Lit>& first_vec, PseudoBool*& out, Clau
     merged.tmpCoef = 0;
     lhs += coeff;
     const Lit lit(v, merged.tmpSign);
-    new (&terms[pb->nterms++]) PBTerm(static_cast<int>(coeff), lit);
-    pb->addToLhsMax(static_cast<int>(coeff));
+    collected.push(PBTerm(static_cast<int>(coeff), lit));
     if (S.value(lit) == l_False) levels.addFalse(S.level[v], coeff, v);
     levels.addOpen(S.value(lit) == l_Undef ? S.decisionLevel() + 1 : S.level[v], coeff);
   }
-  pb->clearMarks();
-  sort(terms, pb->nterms, LessThan_default<PBTerm>());
-  if (lhs < degree) {
-    PseudoBool::destroy(pb);
-    return false;
-  }
+  if (lhs < degree) return false;
+  sort(collected, LessThan_default<PBTerm>());
 
   // Jump back to the first level at which the constraint implies something, or if it is violated
   // there already to the one before. Violated by the facts of the root, it cannot be met at all.
   const int64 open_sum = levels.findAssertionLevel(
       S.decisionLevel(), lhs, degree, [&S](Var v) { S.accumulator[v].tmpCoef = LevelSums::mark; });
   const int assertion_level = levels.assertionLevel();
-  if (assertion_level < S.root_level) {
-    PseudoBool::destroy(pb);
-    return false;
-  }
+  if (assertion_level < S.root_level) return false;
   S.cancelUntil(assertion_level);
+
+  PseudoBool* pb = PseudoBool::build(S, collected.size(), static_cast<int>(degree),
+                                     static_cast<int>(S.nPBLearnt) + S.pb_learnts.size());
+  pb->learnt_ = true;
+  PBTerm* const terms = pb->terms();
+  for (int i = 0; i < pb->nterms; i++) {
+    new (&terms[i]) PBTerm(collected[i]);
+    pb->addToLhsMax(terms[i].coeff());
+  }
 
   if (pb->isClause()) {
     [[maybe_unused]] const bool asserted = convertPBtoCNF(S, pb, c_out, true);
     assert(asserted);
-    PseudoBool::destroy(pb);
+    PseudoBool::destroy(S, pb);
     return true;
   }
   out = pb;

@@ -33,7 +33,7 @@ inline void PseudoBool::startWatch(Solver& S, int iterm) {
   if ((*fake & bit(iterm)) != 0) { // the entry stays in place and counts from now on
     *fake &= ~bit(iterm);
   } else {
-    S.pb_watches[index(~term.lit)].push(pbWatchTerm{this, iterm});
+    S.pb_watches[index(~term.lit)].push(S.pool, pbWatchTerm{this, iterm});
   }
   const int64 sum = static_cast<int64>(watchsum) + term.coeff();
   if (sum > INT_MAX) numericOverflow(guard_watch_sum);
@@ -46,7 +46,7 @@ void PseudoBool::setfakeWatch(Solver& S, int iterm) {
   assert(!is_watched(iterm));
   if (is_fakewatched(iterm)) return;
   fakewatched()[iterm / word_bits] |= bit(iterm);
-  S.pb_watches[index(~term.lit)].push(pbWatchTerm{this, iterm});
+  S.pb_watches[index(~term.lit)].push(S.pool, pbWatchTerm{this, iterm});
 }
 
 void PseudoBool::unwatchTerm(int index) {
@@ -153,7 +153,7 @@ bool Clause::propagate(Solver& S, Lit p, bool& keep_watch) {
     if (S.value(data[k]) != l_False) {
       data[1] = data[k];
       data[k] = false_lit;
-      S.watches[index(~data[1])].push(this);
+      S.watches[index(~data[1])].push(S.pool, this);
       return true;
     }
   }
@@ -181,8 +181,8 @@ Constr* Solver::propagate() {
 /// Visits the pseudo-Boolean constraints that watch ~p; the one in conflict, or null. The list is
 /// rebuilt in place: each constraint puts back, in its turn, the one entry it may still need.
 PseudoBool* Solver::propagatePBs(Lit p) {
-  vec<pbWatchTerm>& list = pb_watches[index(p)];
-  const pbWatchTerm* const visited = static_cast<const pbWatchTerm*>(list);
+  WatchList<pbWatchTerm>& list = pb_watches[index(p)];
+  const pbWatchTerm* const visited = list.begin();
   const int n = list.size();
   list.clear(); // the storage stays
   stats.inspects += n;
@@ -192,7 +192,7 @@ PseudoBool* Solver::propagatePBs(Lit p) {
     assert(list.size() <= i + 1);
     if (fine) continue;
     stats.inspects -= n - i - 1;
-    for (int k = i + 1; k < n; k++) list.push(pbWatchTerm(visited[k]));
+    for (int k = i + 1; k < n; k++) list.push(pool, pbWatchTerm(visited[k]));
     return c;
   }
   return nullptr;
@@ -201,7 +201,7 @@ PseudoBool* Solver::propagatePBs(Lit p) {
 /// Visits the clauses that watch ~p; the one in conflict, or null. Those that have found another
 /// watch drop out of the list.
 Clause* Solver::propagateClauses(Lit p) {
-  vec<Constr*>& ws = watches[index(p)];
+  WatchList<Constr*>& ws = watches[index(p)];
   Clause* confl = nullptr;
   int i = 0;
   int j = 0;
@@ -278,7 +278,7 @@ void PseudoBool::remove(Solver& S, bool just_dealloc) {
       if (is_watched(i) || is_fakewatched(i))
         removeWatchTerm(S.pb_watches[index(~terms()[i].lit)], this);
   }
-  destroy(this);
+  destroy(S, this);
 }
 
 void PseudoBool::leaveLists(Solver& S) {

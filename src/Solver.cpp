@@ -61,6 +61,10 @@ Solver::~Solver() {
   for (int i = 0; i < learnts.size(); i++) learnts[i]->remove(*this, true);
   for (int i = 0; i < pb_learnts.size(); i++) pb_learnts[i]->remove(*this, true);
   for (int i = 0; i < constrs.size(); i++) constrs[i]->remove(*this, true);
+  for (int i = 0; i < watches.size(); i++) {
+    watches[i].release(pool);
+    pb_watches[i].release(pool);
+  }
 }
 
 Var Solver::newVar(bool decision_var, int /*vlink*/, int /*vsize*/, int /*vmax*/) {
@@ -69,7 +73,6 @@ Var Solver::newVar(bool decision_var, int /*vlink*/, int /*vsize*/, int /*vmax*/
   watches.push();
   pb_watches.push();
   pb_watches.push();
-  undos.push();
   reason.push(nullptr);
   reason_coeff.push(0);
   assigns.push(static_cast<signed char>(toInt(l_Undef)));
@@ -131,7 +134,7 @@ void Solver::undoOne() {
   reason[x] = nullptr;
   level[x] = -1;
   order.undo(x);
-  while (undos[x].size() > 0) {
+  while (x < undos.size() && undos[x].size() > 0) {
     undos[x].last()->undo(*this);
     undos[x].pop();
   }
@@ -494,12 +497,12 @@ void Solver::removeAll(const vec<Constr*>& gone) {
   for (int i = 0; i < lists_left.size(); i++) {
     const int list = lists_left[i];
     list_is_left[list] = 0;
-    vec<Constr*>& ws = watches[list];
+    WatchList<Constr*>& ws = watches[list];
     int j = 0;
     for (int k = 0; k < ws.size(); k++)
       if (!ws[k]->isLeaving()) ws[j++] = ws[k];
     ws.shrink(ws.size() - j);
-    vec<pbWatchTerm>& pws = pb_watches[list];
+    WatchList<pbWatchTerm>& pws = pb_watches[list];
     j = 0;
     for (int k = 0; k < pws.size(); k++)
       if (!pws[k].pb->isLeaving()) pws[j++] = pws[k];

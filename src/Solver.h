@@ -134,6 +134,7 @@ class Solver {
                              Clause*& c_out);
   friend bool convertPBtoCNF(Solver& S, PseudoBool*& pb, Clause*& c_out, bool learnt);
 
+  BlockPool pool; ///< where constraints and watch lists lie
   // Constraints, all owned
   bool ok = true;              ///< false once contradictory without any decision
   vec<Constr*> constrs;        ///< the problem's, in order
@@ -150,13 +151,13 @@ class Solver {
   VarOrder order;
 
   // Propagation
-  vec<vec<Constr*>> watches;        ///< per literal; all of them clauses
-  vec<vec<pbWatchTerm>> pb_watches; ///< per literal
-  vec<vec<Constr*>> undos;          ///< per variable: whom to tell when it is unassigned
-  Queue<Lit> propQ;                 ///< assigned, not yet propagated
-  int propagated = 0;               ///< literals propagated without conflict, as of the last one
-  vec<int> lists_left;              ///< watch lists that constraints leave, see `removeAll`
-  vec<char> list_is_left;           ///< per literal: whether it stands there
+  vec<WatchList<Constr*>> watches;        ///< per literal; all of them clauses
+  vec<WatchList<pbWatchTerm>> pb_watches; ///< per literal
+  vec<vec<Constr*>> undos; ///< per variable: whom to tell when it is unassigned; as long as needed
+  Queue<Lit> propQ;        ///< assigned, not yet propagated
+  int propagated = 0;      ///< literals propagated without conflict, as of the last one
+  vec<int> lists_left;     ///< watch lists that constraints leave, see `removeAll`
+  vec<char> list_is_left;  ///< per literal: whether it stands there
 
   // Assignment
   vec<signed char> assigns;   ///< per variable: 1 true, -1 false, 0 unassigned
@@ -183,6 +184,7 @@ class Solver {
   int64 tmpTrueSum = 0;       ///< sum over the literals not false, as of the last scaling pass
   int marker = 0;             ///< stamp of the current scaling pass
   vec<Var> learnedVars;       ///< whose entries of inLearnedPB may not be 0
+  vec<PBTerm> collected;      ///< terms of the constraint being installed
   vec<Lit> analyze_reason;    ///< the reason being resolved
   vec<PseudoBool*> explained; ///< have given a reason in this analysis
   LevelSums levelSums;        ///< of the constraint being installed

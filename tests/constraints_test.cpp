@@ -205,7 +205,7 @@ TEST(Propagation, ConflictRestoresTheUnvisitedEntries) {
   EXPECT_EQ(S.stats.inspects, 3);
   EXPECT_EQ(S.stats.propagations, 0);
   EXPECT_EQ(SolverAudit::propQ(S).size(), 0);
-  const vec<pbWatchTerm>& list = SolverAudit::pbWatches(S, ~Lit(0));
+  const WatchList<pbWatchTerm>& list = SolverAudit::pbWatches(S, ~Lit(0));
   ASSERT_EQ(list.size(), 3);
   for (int i = 0; i < 3; i++) EXPECT_EQ(list[i].pb, &pbAt(S, 2 + i));
 }

@@ -132,7 +132,7 @@ TEST(Clauses, ConflictKeepsTheRestOfTheList) {
   EXPECT_EQ(confl, SolverAudit::constrs(S)[1]);
   EXPECT_EQ(SolverAudit::propQ(S).size(), 0);
   EXPECT_EQ(show(SolverAudit::trail(S)), "~x0 ~x2 x1");
-  const vec<Constr*>& list = SolverAudit::watches(S, ~Lit(0));
+  const WatchList<Constr*>& list = SolverAudit::watches(S, ~Lit(0));
   ASSERT_EQ(list.size(), 4);
   for (int i = 0; i < 4; i++) EXPECT_EQ(list[i], SolverAudit::constrs(S)[i]);
   vec<Lit> why, other;
@@ -141,13 +141,15 @@ TEST(Clauses, ConflictKeepsTheRestOfTheList) {
 }
 
 TEST(Clauses, RemovedWithTheirWatches) {
-  vec<Constr*> ws;
+  BlockPool pool;
+  WatchList<Constr*> ws;
   Constr* const a = reinterpret_cast<Constr*>(8);
   Constr* const b = reinterpret_cast<Constr*>(16);
-  for (Constr* const c : {b, a, b, a}) ws.push(c);
+  for (Constr* const c : {b, a, b, a}) ws.push(pool, c);
   removeWatch(ws, a);
   ASSERT_EQ(ws.size(), 3);
   EXPECT_TRUE(ws[0] == b && ws[1] == b && ws[2] == a);
+  ws.release(pool);
 }
 
 // ------------------------------------------------------------------------------------------------
@@ -495,11 +497,13 @@ TEST(Audit, FindsBrokenState) {
       {"clause x0 x1 x2 is watched 0 times for x0",
        [](TestSolver& S) { SolverAudit::watches(S, ~Lit(0)).clear(); }},
       {"there are 3 clause watches for 1 clauses",
-       [](TestSolver& S) { SolverAudit::watches(S, Lit(5)).push(SolverAudit::constrs(S)[0]); }},
+       [](TestSolver& S) {
+         SolverAudit::watches(S, Lit(5)).push(SolverAudit::pool(S), SolverAudit::constrs(S)[0]);
+       }},
       {"term 2 has 2 watch entries: 1'x3 1*x4 1*x5 >= 2",
        [](TestSolver& S) {
          const pbWatchTerm entry = SolverAudit::pbWatches(S, ~Lit(5)).last();
-         SolverAudit::pbWatches(S, ~Lit(5)).push(entry);
+         SolverAudit::pbWatches(S, ~Lit(5)).push(SolverAudit::pool(S), entry);
        }},
       {"term 2 has 1 watch entries: 1'x3 1*x4 1 x5 >= 2",
        [](TestSolver& S) { static_cast<PseudoBool*>(SolverAudit::constrs(S)[1])->unwatchTerm(2); }},
