@@ -95,12 +95,10 @@ template <class T> class WatchList {
   int sz = 0;
   int cap = 0;
 
-  static size_t bytes(int n) { return sizeof(T) * static_cast<size_t>(n); }
-
   [[gnu::noinline]] void grow(BlockPool& pool) { // rare: not within the loops that push
     if (cap > INT_MAX / 2) outOfMemory();        // positions are ints
     const int wanted = cap + max(1, cap / 2);
-    T* const larger = static_cast<T*>(pool.take(bytes(wanted)));
+    T* const larger = static_cast<T*>(pool.take(sizeof(T) * static_cast<size_t>(wanted)));
     for (int i = 0; i < sz; i++) new (larger + i) T(data[i]);
     release(pool);
     data = larger;
@@ -109,6 +107,8 @@ template <class T> class WatchList {
 
  public:
   int size() const { return sz; }
+  /// The memory the elements take.
+  size_t bytes() const { return sizeof(T) * static_cast<size_t>(sz); }
   T* begin() { return data; }
   const T* begin() const { return data; }
   T& operator[](int i) {
@@ -134,7 +134,7 @@ template <class T> class WatchList {
   void clear() { sz = 0; }
   /// Gives the storage back to the pool; the elements stay where they are until it is used again.
   void release(BlockPool& pool) {
-    if (data != nullptr) pool.give(data, bytes(cap));
+    if (data != nullptr) pool.give(data, sizeof(T) * static_cast<size_t>(cap));
   }
 };
 

@@ -198,6 +198,8 @@ template <class T> class vec {
 
   int size() const { return sz; }
   int capacity() const { return cap; }
+  /// The memory the elements take.
+  size_t bytes() const { return sizeof(T) * static_cast<size_t>(sz); }
   /// Removes the last `nelems` elements, of which there must be as many.
   void shrink(int nelems) {
     assert(nelems <= sz);

@@ -6,6 +6,11 @@
 #include <csignal>
 #include <cstring>
 
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
+#include "BlockPool.h"
 #include "Global.h"
 #include "Progress.h"
 #include "Solver.h"
@@ -16,19 +21,26 @@ namespace {
 
 /// The names of the variables as the input spells them, by solver variable.
 class NameVec {
+  BlockPool pool;
   vec<char*> names;
 
  public:
   ~NameVec() {
-    for (int i = 0; i < names.size(); i++) xfree(names[i]);
+    for (int i = 0; i < names.size(); i++) pool.give(names[i], std::strlen(names[i]) + 1);
   }
   void push(const char* name) {
-    const size_t bytes = std::strlen(name) + 1;
-    names.push(xmalloc<char>(bytes));
-    std::memcpy(names.last(), name, bytes);
+    const size_t length = std::strlen(name) + 1;
+    names.push(static_cast<char*>(pool.take(length)));
+    std::memcpy(names.last(), name, length);
   }
   int size() const { return names.size(); }
   const char* operator[](int i) const { return names[i]; }
+  /// The memory it takes.
+  size_t bytes() const {
+    size_t sum = 0;
+    for (int i = 0; i < names.size(); i++) sum += sizeof(char*) + std::strlen(names[i]) + 1;
+    return sum;
+  }
 };
 
 NameVec varNameVec;
@@ -114,8 +126,33 @@ void printStats(const SolverStats& /*stats*/, double cpu_time) {
   std::printf("c total time              : %g s\n", cpu_time);
 }
 
-void traceStats([[maybe_unused]] const SolverStats& stats) {
 #ifdef QUILLON_TRACE
+/// The largest resident memory of this process since `forgetPeak`, in bytes, as Linux knows it; 0
+/// where it does not.
+long long peakMemory() {
+  long long kib = 0;
+  if (std::FILE* const status = std::fopen("/proc/self/status", "r")) {
+    char line[256];
+    while (std::fgets(line, sizeof line, status) != nullptr)
+      if (std::sscanf(line, "VmHWM: %lld", &kib) == 1) break;
+    std::fclose(status);
+  }
+  return kib * 1024;
+}
+
+void forgetPeak() {
+  if (std::FILE* const refs = std::fopen("/proc/self/clear_refs", "w")) {
+    std::fputs("5", refs);
+    std::fclose(refs);
+  }
+}
+#endif
+
+/// For developers: the counters of the search; what its data take by their own account, in bytes,
+/// and the most memory that the process had meanwhile.
+void traceStats([[maybe_unused]] const Solver& S) {
+#ifdef QUILLON_TRACE
+  const SolverStats& stats = S.stats;
   std::fprintf(stderr,
                "stats starts=%lld decisions=%lld propagations=%lld inspects=%lld conflicts=%lld "
                "pb_propagations=%lld pb_learnts=%lld\n",
@@ -124,6 +161,9 @@ void traceStats([[maybe_unused]] const SolverStats& stats) {
                static_cast<long long>(stats.conflicts),
                static_cast<long long>(stats.pb_propagations),
                static_cast<long long>(stats.pb_learnts));
+  const MemoryUse use = S.memoryUse();
+  std::fprintf(stderr, "memory constraints=%zu watches=%zu variables=%zu peak=%lld\n",
+               use.constraints, use.watches, use.variables + varNameVec.bytes(), peakMemory());
 #endif
 }
 
@@ -242,6 +282,9 @@ bool parse_LPT(Solver& S) {
   }
   assert(!accepted || count == lpt->m);
   glp_lpt_free_prob(lpt);
+#ifdef __GLIBC__
+  malloc_trim(0); // what the text's problem took goes back to the system
+#endif
   return accepted;
 }
 
@@ -269,10 +312,13 @@ int main(int argc, char* argv[]) {
     endRun(exit_unsatisfiable);
   }
   std::printf("c starting to Solve\n");
+#ifdef QUILLON_TRACE
+  forgetPeak();
+#endif
   Progress progress;
   if (progress.enabled()) S.listener = &progress;
   const SolveResult st = S.solve(assumps, T0);
-  traceStats(S.stats);
+  traceStats(S);
 
   holdStopSignals(nullptr); // so that a verdict is not cut off from its value line
   printStats(S.stats, reportedSeconds(T0, std::clock()));

@@ -162,6 +162,22 @@ bool Solver::checkModel() const {
   return true;
 }
 
+MemoryUse Solver::memoryUse() const {
+  MemoryUse use = {0, 0, 0};
+  for (int i = 0; i < constrs.size(); i++) use.constraints += constrs[i]->bytes() + sizeof(Constr*);
+  for (int i = 0; i < learnts.size(); i++) use.constraints += learnts[i]->bytes() + sizeof(Clause*);
+  for (int i = 0; i < pb_learnts.size(); i++)
+    use.constraints += pb_learnts[i]->bytes() + sizeof(PseudoBool*);
+  for (int i = 0; i < watches.size(); i++)
+    use.watches += watches[i].bytes() + pb_watches[i].bytes();
+  use.variables = watches.bytes() + pb_watches.bytes() + undos.bytes() + activity.bytes() +
+                  order.bytes() + list_is_left.bytes() + assigns.bytes() + litValues.bytes() +
+                  reason.bytes() + reason_coeff.bytes() + level.bytes() + analyze_seen.bytes() +
+                  accumulator.bytes() + model.bytes() +
+                  static_cast<size_t>(nVars()) * 2 * sizeof(Lit); // the trail and its queue
+  return use;
+}
+
 // ------------------------------------------------------------------------------------------------
 // Conflict analysis
 

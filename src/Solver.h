@@ -36,6 +36,13 @@ enum SolveResult : int {
   solve_stopped = 2        ///< time limit or termination signal
 };
 
+/// What the data of a search take in bytes, room that is kept for more not counted.
+struct MemoryUse {
+  size_t constraints; ///< the records of all constraints
+  size_t watches;     ///< the entries of the watch lists
+  size_t variables;   ///< what there is for each variable or literal
+};
+
 /// Somebody who watches a search. Listening changes nothing about it.
 class SearchListener {
  public:
@@ -101,6 +108,8 @@ class Solver {
   /// Whether `model` satisfies all problem constraints but the objective; names the first violated
   /// one on standard error.
   bool checkModel() const;
+  /// Linear in the size of the problem.
+  MemoryUse memoryUse() const;
 
   lbool value(Var x) const { return toLbool(assigns[x]); }
   lbool value(Lit p) const { return toLbool(litValues[index(p)]); }

@@ -92,6 +92,10 @@ class VarOrder {
   /// The unassigned variable of highest activity, or with probability `random_var_freq` one drawn
   /// at random if that is unassigned; -1 when every decision variable is assigned.
   Var select(double random_var_freq);
+  /// The memory it takes, gaps within blocks included.
+  size_t bytes() const {
+    return varpos.bytes() + order.bytes() + table.bytes() + blocks.bytes() + spare.bytes();
+  }
   /// Sorts everything anew by activity.
   void updateAll();
   /// Reorders the first `nvars` positions at random.
