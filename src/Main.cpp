@@ -233,7 +233,9 @@ bool parse_LPT(Solver& S) {
   vec<vnumcoef> pbterms;
   bool accepted = lpt->obj == nullptr || addObjective(S, *lpt, pbterms);
   count = 0;
-  for (const LPTROW* row = lpt->first_row; accepted && row != nullptr; row = row->next) {
+  while (accepted) {
+    const LPTROW* const row = glp_lpt_next_row(lpt);
+    if (row == nullptr) break;
     if (stop_signal != 0) endUnknown();
     count++;
     assert(row->i == count);
