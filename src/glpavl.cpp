@@ -171,6 +171,10 @@ void* glp_avl_find_by_code(const AVLTREE* tree, const void* key, std::uint64_t c
   return nullptr;
 }
 
+void glp_avl_expect(const AVLTREE* tree, std::uint64_t code) {
+  __builtin_prefetch(windowOf(tree, code));
+}
+
 void* glp_avl_find_by_key(const AVLTREE* tree, const void* key) {
   const char* const text = static_cast<const char*>(key);
   return glp_avl_find_by_code(tree, key, glp_avl_code(text, std::strlen(text)));

@@ -58,6 +58,9 @@ void* glp_avl_find_by_key(const AVLTREE* tree, const void* key);
 /// The same for a key whose code is known.
 void* glp_avl_find_by_code(const AVLTREE* tree, const void* key, std::uint64_t code);
 
+/// Says that a key with this code is going to be looked up, for the memory to be ready.
+void glp_avl_expect(const AVLTREE* tree, std::uint64_t code);
+
 /// Adds `record`, at whose start its key lies; the key may be in the index already. The record
 /// stays where it is and its key does not change as long as the index exists. Time as for a look-up
 /// on average over all insertions. Does not return when memory is exhausted.

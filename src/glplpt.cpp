@@ -109,6 +109,8 @@ constexpr int max_word_length = 131071;
 constexpr int max_image_length = 255;
 constexpr int max_message_length = 4095;
 constexpr int max_plain_digits = 9; ///< so many always fit an int
+constexpr int plain_terms = 32;     ///< how many are looked up at once
+constexpr int longest_short_form = 20;
 constexpr size_t input_block = 65536;
 /// Room for all that `fill_buffer` keeps, and a block behind it.
 constexpr size_t input_buffer = 2 * max_word_length + input_block;
@@ -412,8 +414,7 @@ int parse_optional_sign(dsa& d) {
 }
 
 /// The column called `name`; the first occurrence of a name creates it.
-ReaderColumn* find_col(dsa& d, const char* name, size_t length) {
-  const std::uint64_t code = glp_avl_code(name, length);
+ReaderColumn* find_col(dsa& d, const char* name, size_t length, std::uint64_t code) {
   void* const known = glp_avl_find_by_code(d.tcol, name, code);
   if (known != nullptr) return static_cast<ReaderColumn*>(known);
 
@@ -443,31 +444,77 @@ void merge(dsa& d, LPTLFE* element, int coef) {
   element->coef = static_cast<int>(sum);
 }
 
-/// A linear form as far as it has been parsed. Its columns are marked.
+/// A linear form as far as it has been parsed. To tell which columns it has, a short form notes
+/// their signatures and does not touch them, for they are all over the memory. A long form marks
+/// its columns.
 struct Form {
   LPTLFE* first = nullptr;
   LPTLFE* last = nullptr;
+  int length = 0;
+  std::uint64_t signatures = 0;
+  bool isLong() const { return length > longest_short_form; }
 };
 
-/// Adds the term of `coef` and the column called `name` to the form.
-void add_term(dsa& d, Form& form, int coef, const char* name, size_t length) {
-  ReaderColumn* const col = find_col(d, name, length);
-  if (col->j < 0) {
-    merge(d, col->element, coef);
+/// A bit that stands for the column, and for others.
+std::uint64_t signature(const ReaderColumn* col) {
+  return std::uint64_t{1} << reinterpret_cast<std::uintptr_t>(col) / sizeof(ReaderColumn) % 64;
+}
+
+void mark(LPTLFE* element) {
+  ReaderColumn* const col = static_cast<ReaderColumn*>(element->col);
+  col->j = -col->j;
+  col->element = element;
+}
+
+/// The element with this column, or null.
+LPTLFE* find_element(const Form& form, const ReaderColumn* col) {
+  if (form.isLong()) return col->j < 0 ? col->element : nullptr;
+  if ((form.signatures & signature(col)) == 0) return nullptr;
+  LPTLFE* element = form.first;
+  while (element != nullptr && element->col != col) element = element->next;
+  return element;
+}
+
+/// Adds a term to the form.
+void add_term(dsa& d, Form& form, int coef, ReaderColumn* col) {
+  LPTLFE* const known = find_element(form, col);
+  if (known != nullptr) {
+    merge(d, known, coef);
     return;
   }
   LPTLFE* const element =
       new (glp_dmp_get_atomv(d.lpt->pool, sizeof(LPTLFE))) LPTLFE{coef, col, nullptr};
   (form.last == nullptr ? form.first : form.last->next) = element;
   form.last = element;
-  col->j = -col->j;
-  col->element = element;
+  form.signatures |= signature(col);
+  const bool was_long = form.isLong();
+  form.length++;
+  if (was_long) {
+    mark(element);
+  } else if (form.isLong()) {
+    for (LPTLFE* e = form.first; e != nullptr; e = e->next) mark(e);
+  }
 }
 
-/// Adds a term that stands in the buffer as one word, as nearly all do: a sign, perhaps a short
-/// number and "*", and a name. It comes to the same as reading that word and scanning its tokens.
-/// \return false, with nothing done, if the input does not go on like that.
-bool add_plain_term(dsa& d, Form& form) {
+/// Takes the marks off the columns of a form.
+void release_columns(const Form& form) {
+  if (!form.isLong()) return;
+  for (LPTLFE* element = form.first; element != nullptr; element = element->next)
+    element->col->j = -element->col->j;
+}
+
+/// A term that stands in the buffer as one word, as nearly all do: a sign, perhaps a short number
+/// and "*", and a name.
+struct PlainTerm {
+  int coef;
+  const char* name;
+  size_t length;      ///< of the name
+  std::uint64_t code; ///< of the name
+};
+
+/// Takes the input's next word off the buffer if it is a plain term and all there. \return false,
+/// with nothing done, if it is not.
+bool take_plain_term(dsa& d, PlainTerm& term) {
   char* next = d.in_next;
   if (*next != '+' && *next != '-') return false;
   const int sign = *next++ == '-' ? -1 : 1;
@@ -482,17 +529,40 @@ bool add_plain_term(dsa& d, Form& form) {
   const char* const name = next;
   if (*name == '.' || !isOf(*name, is_letter | is_mark)) return false;
   while (isOf(*next, is_letter | is_digit | is_mark)) next++;
-  if (next - name > lpt_name_length || !isOf(*next, is_space)) return false;
-
-  if (stop_signal != 0) interrupt(d);
-  raise_count(d);
+  const std::ptrdiff_t length = next - name;
+  if (length > lpt_name_length || !isOf(*next, is_space)) return false;
   d.line_ended = *next == '\n';
   *next = '\0';
   d.line = next;
   d.pos = 0;
   d.in_next = next + 1;
-  add_term(d, form, sign * coef, name, static_cast<size_t>(next - name));
+  term.coef = sign * coef;
+  term.name = name;
+  term.length = static_cast<size_t>(length);
+  term.code = glp_avl_code(name, term.length);
   return true;
+}
+
+/// Adds the plain terms that come next. It comes to the same as reading their words and scanning
+/// the tokens in them one by one.
+void add_plain_terms(dsa& d, Form& form) {
+  PlainTerm terms[plain_terms];
+  int n;
+  do {
+    // The names are all looked up at once, so that the memory answers to one while it is asked for
+    // the next.
+    n = 0;
+    while (n < plain_terms && take_plain_term(d, terms[n])) {
+      glp_avl_expect(d.tcol, terms[n].code);
+      n++;
+    }
+    for (int i = 0; i < n; i++) {
+      const PlainTerm& term = terms[i];
+      if (stop_signal != 0) interrupt(d);
+      raise_count(d);
+      add_term(d, form, term.coef, find_col(d, term.name, term.length, term.code));
+    }
+  } while (n == plain_terms);
 }
 
 /// Parses a linear form and merges the terms on the same column.
@@ -512,14 +582,13 @@ LPTLFE* parse_linear_form(dsa& d) {
     }
     complete = d.token == T_NAME;
     if (!complete) break;
-    add_term(d, form, coef, d.image, static_cast<size_t>(d.imlen));
-    while (d.line[d.pos] == '\0' && add_plain_term(d, form)) {
-    }
+    const size_t length = static_cast<size_t>(d.imlen);
+    add_term(d, form, coef, find_col(d, d.image, length, glp_avl_code(d.image, length)));
+    if (d.line[d.pos] == '\0') add_plain_terms(d, form);
     scan_token(d);
   } while (d.token == T_PLUS || d.token == T_MINUS);
 
-  for (LPTLFE* element = form.first; element != nullptr; element = element->next)
-    element->col->j = -element->col->j;
+  release_columns(form);
   return complete ? form.first : nullptr;
 }
 
