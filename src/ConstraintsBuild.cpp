@@ -90,6 +90,7 @@ bool PseudoBool_new(Solver& S, int pbgoal, int pbtype, vec<vnumcoef>& pbterms,
     }
     pb->addToLhsMax(coeff);
     new (&terms[i]) PBTerm(coeff, lit);
+    __builtin_prefetch(&S.pb_watches[index(~lit)]); // for choosing the first watches
   }
   pb->rhs_max = pb->rhs_goal;
   pb->clearMarks();

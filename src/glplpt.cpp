@@ -11,6 +11,7 @@
 #include "glpavl.h"
 #include "glplib.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
@@ -82,7 +83,8 @@ enum Token : int {
   T_SEMICOLON,
   T_LE,
   T_GE,
-  T_EQ
+  T_EQ,
+  T_TERM ///< a plain term; see `scan_form_token`
 };
 
 struct Lexeme {
@@ -100,16 +102,11 @@ constexpr Lexeme keywords[] = {
     {"integers", T_INTEGER},   {"int", T_INTEGER},       {"binary", T_BINARY},
     {"binaries", T_BINARY},    {"bin", T_BINARY},        {"end", T_END}};
 
-/// A longer symbol stands before the one it begins with.
-constexpr Lexeme symbols[] = {{"+", T_PLUS},      {"-", T_MINUS}, {"*", T_ASTERISK}, {":", T_COLON},
-                              {";", T_SEMICOLON}, {"<=", T_LE},   {"=<", T_LE},      {"<", T_LE},
-                              {">=", T_GE},       {"=>", T_GE},   {">", T_GE},       {"=", T_EQ}};
-
 constexpr int max_word_length = 131071;
 constexpr int max_image_length = 255;
 constexpr int max_message_length = 4095;
 constexpr int max_plain_digits = 9; ///< so many always fit an int
-constexpr int plain_terms = 32;     ///< how many are looked up at once
+constexpr unsigned terms_in_sight = 32;
 constexpr int longest_short_form = 20;
 constexpr size_t input_block = 65536;
 /// Room for all that `fill_buffer` keeps, and a block behind it.
@@ -122,6 +119,17 @@ struct ReaderColumn : LPTCOL {
   LPTLFE* element;
 };
 
+/// A term that stands in the buffer as one word, as nearly all do: a sign, perhaps a short number
+/// and "*", and a name.
+struct PlainTerm {
+  const char* start;
+  const char* end; ///< where white space stands
+  const char* name;
+  int coef;
+  std::uint64_t code; ///< of the name
+  size_t length() const { return static_cast<size_t>(end - name); }
+};
+
 /// The working state of one read.
 struct dsa {
   std::FILE* in;
@@ -129,6 +137,11 @@ struct dsa {
   int in_error;  ///< the number of the error that kept it from being read; 0 for none
   char* in_next; ///< the next character, in `buffer`
   char* in_end;  ///< behind the last character there, where a zero stands
+  const char* seen;               ///< what lies before has been looked over for plain terms
+  unsigned first_term;            ///< of those found and not passed yet; in `terms` modulo its size
+  unsigned last_term;             ///< behind them
+  PlainTerm terms[terms_in_sight];
+  const PlainTerm* term; ///< of the current token if it is one
   LPT* lpt;
   AVLTREE* trow;     ///< row names, but not those from `unindexed` on
   LPTROW* unindexed; ///< null: `trow` has all rows
@@ -184,7 +197,8 @@ bool fill_buffer(dsa& d, size_t length) {
     std::memcpy(d.buffer, d.line, length);
     d.line = d.buffer;
   }
-  d.in_next = d.in_end = d.line + length;
+  d.seen = d.in_next = d.in_end = d.line + length;
+  d.first_term = d.last_term;
   insist(d.buffer + input_buffer - d.in_end >= static_cast<std::ptrdiff_t>(input_block));
   size_t filled = 0;
   const int fd = fileno(d.in);
@@ -337,14 +351,42 @@ void scan_number(dsa& d) {
 }
 
 void scan_symbol(dsa& d) {
-  for (const Lexeme& symbol : symbols) {
-    const size_t length = std::strlen(symbol.text);
-    if (std::strncmp(d.line + d.pos, symbol.text, length) != 0) continue;
-    for (size_t i = 0; i < length; i++) add_char(d);
-    d.token = symbol.token;
-    return;
+  const char first = d.line[d.pos];
+  const char second = d.line[d.pos + 1];
+  bool has_two = false;
+  switch (first) {
+  case '+':
+    d.token = T_PLUS;
+    break;
+  case '-':
+    d.token = T_MINUS;
+    break;
+  case '*':
+    d.token = T_ASTERISK;
+    break;
+  case ':':
+    d.token = T_COLON;
+    break;
+  case ';':
+    d.token = T_SEMICOLON;
+    break;
+  case '<':
+    d.token = T_LE;
+    has_two = second == '=';
+    break;
+  case '>':
+    d.token = T_GE;
+    has_two = second == '=';
+    break;
+  case '=':
+    d.token = second == '<' ? T_LE : second == '>' ? T_GE : T_EQ;
+    has_two = d.token != T_EQ;
+    break;
+  default:
+    fatal(d, "character `%c' not recognized", first);
   }
-  fatal(d, "character `%c' not recognized", d.line[d.pos]);
+  add_char(d);
+  if (has_two) add_char(d);
 }
 
 /// Goes on to the next token of the input, skipping comments.
@@ -361,8 +403,9 @@ void scan_token(dsa& d) {
       }
     }
     if (d.pos == 0 && isOf(d.line[0], is_letter)) {
+      const char initial = lowered(d.line[0]);
       for (const Lexeme& keyword : keywords) {
-        if (scan_keyword(d, keyword.text)) {
+        if (keyword.text[0] == initial && scan_keyword(d, keyword.text)) {
           d.token = keyword.token;
           return;
         }
@@ -382,6 +425,82 @@ void scan_token(dsa& d) {
   } else {
     scan_symbol(d);
   }
+}
+
+// ------------------------------------------------------------------------------------------------
+// Plain terms. They are looked for ahead of the parser, and the memory is told which names are going
+// to be looked up: were each look-up to wait for the memory, loading would do little else.
+
+/// Looks the next word over. It is a plain term, which is noted, or passed. \return false if it may
+/// go on beyond the buffer.
+bool look_ahead(dsa& d) {
+  const char* next = d.seen;
+  PlainTerm& term = d.terms[d.last_term % terms_in_sight];
+  term.start = next;
+  bool is_plain = *next == '+' || *next == '-';
+  if (is_plain) {
+    const int sign = *next++ == '-' ? -1 : 1;
+    term.coef = sign;
+    if (isOf(*next, is_digit)) {
+      const char* const too_far = next + max_plain_digits;
+      int value = 0;
+      do value = 10 * value + (*next++ - '0');
+      while (next < too_far && isOf(*next, is_digit));
+      term.coef = sign * value;
+      is_plain = *next == '*';
+      if (is_plain) next++;
+    }
+    term.name = next;
+    is_plain = is_plain && *next != '.' && isOf(*next, is_letter | is_mark);
+    while (isOf(*next, is_letter | is_digit | is_mark)) next++;
+    term.end = next;
+    is_plain = is_plain && isOf(*next, is_space) && next - term.name <= lpt_name_length;
+  }
+  while (!isOf(*next, is_space | is_control)) next++;
+  if (next == d.in_end) return false;
+  d.seen = next + 1;
+  if (is_plain) {
+    term.code = glp_avl_code(term.name, term.length());
+    glp_avl_expect(d.tcol, term.code);
+    d.last_term++;
+  }
+  return true;
+}
+
+/// Takes the input's next word if it is a plain term and all there. \return null, with nothing done,
+/// if it is not.
+const PlainTerm* take_plain_term(dsa& d) {
+  if (d.seen < d.in_next) d.seen = d.in_next;
+  while (d.first_term != d.last_term && d.terms[d.first_term % terms_in_sight].start < d.in_next)
+    d.first_term++; // passed otherwise
+  while (d.last_term - d.first_term < terms_in_sight && look_ahead(d)) {
+  }
+  if (d.first_term == d.last_term) return nullptr;
+  const PlainTerm* const term = &d.terms[d.first_term % terms_in_sight];
+  if (term->start != d.in_next) return nullptr;
+  d.first_term++;
+  return term;
+}
+
+/// Goes on to the next token where a term may follow. A plain term is one token here, not all those
+/// that it consists of; everything else is as with `scan_token`.
+void scan_form_token(dsa& d) {
+  if (d.line[d.pos] == '\0') {
+    const PlainTerm* const term = take_plain_term(d);
+    if (term != nullptr) {
+      if (stop_signal != 0) interrupt(d);
+      raise_count(d);
+      d.term = term;
+      d.token = T_TERM;
+      d.line_ended = *term->end == '\n';
+      d.in_next += term->end + 1 - term->start;
+      d.line = d.in_next - 1;
+      *d.line = '\0';
+      d.pos = 0;
+      return;
+    }
+  }
+  scan_token(d);
 }
 
 // ------------------------------------------------------------------------------------------------
@@ -503,68 +622,6 @@ void release_columns(const Form& form) {
     element->col->j = -element->col->j;
 }
 
-/// A term that stands in the buffer as one word, as nearly all do: a sign, perhaps a short number
-/// and "*", and a name.
-struct PlainTerm {
-  int coef;
-  const char* name;
-  size_t length;      ///< of the name
-  std::uint64_t code; ///< of the name
-};
-
-/// Takes the input's next word off the buffer if it is a plain term and all there. \return false,
-/// with nothing done, if it is not.
-bool take_plain_term(dsa& d, PlainTerm& term) {
-  char* next = d.in_next;
-  if (*next != '+' && *next != '-') return false;
-  const int sign = *next++ == '-' ? -1 : 1;
-  int coef = 1;
-  if (isOf(*next, is_digit)) {
-    const char* const too_far = next + max_plain_digits;
-    coef = 0;
-    do coef = 10 * coef + (*next++ - '0');
-    while (next < too_far && isOf(*next, is_digit));
-    if (*next++ != '*') return false;
-  }
-  const char* const name = next;
-  if (*name == '.' || !isOf(*name, is_letter | is_mark)) return false;
-  while (isOf(*next, is_letter | is_digit | is_mark)) next++;
-  const std::ptrdiff_t length = next - name;
-  if (length > lpt_name_length || !isOf(*next, is_space)) return false;
-  d.line_ended = *next == '\n';
-  *next = '\0';
-  d.line = next;
-  d.pos = 0;
-  d.in_next = next + 1;
-  term.coef = sign * coef;
-  term.name = name;
-  term.length = static_cast<size_t>(length);
-  term.code = glp_avl_code(name, term.length);
-  return true;
-}
-
-/// Adds the plain terms that come next. It comes to the same as reading their words and scanning
-/// the tokens in them one by one.
-void add_plain_terms(dsa& d, Form& form) {
-  PlainTerm terms[plain_terms];
-  int n;
-  do {
-    // The names are all looked up at once, so that the memory answers to one while it is asked for
-    // the next.
-    n = 0;
-    while (n < plain_terms && take_plain_term(d, terms[n])) {
-      glp_avl_expect(d.tcol, terms[n].code);
-      n++;
-    }
-    for (int i = 0; i < n; i++) {
-      const PlainTerm& term = terms[i];
-      if (stop_signal != 0) interrupt(d);
-      raise_count(d);
-      add_term(d, form, term.coef, find_col(d, term.name, term.length, term.code));
-    }
-  } while (n == plain_terms);
-}
-
 /// Parses a linear form and merges the terms on the same column.
 /// \return the form's first element, or null if the form lacks a term at its start or after a sign.
 LPTLFE* parse_linear_form(dsa& d) {
@@ -572,21 +629,26 @@ LPTLFE* parse_linear_form(dsa& d) {
   // cppcheck-suppress variableScope ; the loop's own condition cannot see into its body
   bool complete = false;
   do {
-    const int sign = parse_optional_sign(d);
-    int coef = sign;
-    if (d.token == T_NUMBER) {
-      coef = sign * d.value;
-      scan_token(d);
-      if (d.token != T_ASTERISK) fatal(d, "expecting '*' instead of %s", d.image);
-      scan_token(d);
+    complete = true;
+    if (d.token == T_TERM) {
+      const PlainTerm& term = *d.term;
+      add_term(d, form, term.coef, find_col(d, term.name, term.length(), term.code));
+    } else {
+      const int sign = parse_optional_sign(d);
+      int coef = sign;
+      if (d.token == T_NUMBER) {
+        coef = sign * d.value;
+        scan_token(d);
+        if (d.token != T_ASTERISK) fatal(d, "expecting '*' instead of %s", d.image);
+        scan_token(d);
+      }
+      complete = d.token == T_NAME;
+      if (!complete) break;
+      const size_t length = static_cast<size_t>(d.imlen);
+      add_term(d, form, coef, find_col(d, d.image, length, glp_avl_code(d.image, length)));
     }
-    complete = d.token == T_NAME;
-    if (!complete) break;
-    const size_t length = static_cast<size_t>(d.imlen);
-    add_term(d, form, coef, find_col(d, d.image, length, glp_avl_code(d.image, length)));
-    if (d.line[d.pos] == '\0') add_plain_terms(d, form);
-    scan_token(d);
-  } while (d.token == T_PLUS || d.token == T_MINUS);
+    scan_form_token(d);
+  } while (d.token == T_TERM || d.token == T_PLUS || d.token == T_MINUS);
 
   release_columns(form);
   return complete ? form.first : nullptr;
@@ -662,14 +724,15 @@ void parse_row(dsa& d) {
   const char behind = d.line[d.pos];
   if (behind != '\0' && behind != '\\' && behind != ';')
     fatal(d, "invalid symbol(s) beyond right-hand side");
-  scan_token(d);
+  scan_form_token(d);
 }
 
 /// Parses all rows, of which there must be one.
 void parse_constraints(dsa& d) {
   if (d.token == T_SEMICOLON) scan_token(d); // ends the objective
   do parse_row(d);
-  while (d.token == T_NAME || d.token == T_NUMBER || d.token == T_PLUS || d.token == T_MINUS);
+  while (d.token == T_TERM || d.token == T_NAME || d.token == T_NUMBER || d.token == T_PLUS ||
+         d.token == T_MINUS);
 }
 
 void parse_problem(dsa& d) {
@@ -699,7 +762,8 @@ LPT* glp_lpt_read_prob(std::FILE* in) {
   d.in = in;
   d.in_ended = false;
   d.in_error = 0;
-  d.in_next = d.in_end = d.line = d.buffer;
+  d.seen = d.in_next = d.in_end = d.line = d.buffer;
+  d.first_term = d.last_term = 0;
   d.buffer[0] = '\0';
   d.lpt = new (glp_lib_umalloc(sizeof(LPT))) LPT{};
   d.lpt->pool = glp_dmp_create_pool(0);
