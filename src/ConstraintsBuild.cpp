@@ -108,7 +108,7 @@ bool PseudoBool_new(Solver& S, int pbgoal, int pbtype, vec<vnumcoef>& pbterms,
     goal += flipped ? size : 0;
     if (size > INT_MAX) numericOverflow(guard_construction);
     new (&terms[i]) PBTerm(static_cast<int>(size), lit);
-    __builtin_prefetch(&S.pb_watches[index(~lit)]); // for choosing the first watches
+    __builtin_prefetch(&S.pb_watches[index(~lit)]); // for what follows
   }
   pb->rhs_goal = fitted(goal, guard_construction);
   if (sum <= INT_MAX) {
@@ -119,6 +119,15 @@ bool PseudoBool_new(Solver& S, int pbgoal, int pbtype, vec<vnumcoef>& pbterms,
   pb->rhs_max = pb->rhs_goal;
   pb->clearMarks();
   sortTerms(terms, pb->nterms);
+  // Has the memory get the ends of the lists ready in which the first watches are going to be
+  // entered; otherwise each of them would be waited for in turn. (Not a function: g++ 12 takes one
+  // that does nothing else for one that does nothing.)
+  int64 unwatched = static_cast<int64>(pb->rhs_max) + terms[0].coeff();
+  for (int i = 0; i < pb->nterms && unwatched > 0; i++) {
+    const vec<pbWatchTerm>& list = S.pb_watches[index(~terms[i].lit)];
+    __builtin_prefetch(static_cast<const pbWatchTerm*>(list) + list.size(), 1);
+    unwatched -= terms[i].coeff();
+  }
 
   if (pb->isClause()) {
     PseudoBool* clause_like = pb;
