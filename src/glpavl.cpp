@@ -42,7 +42,8 @@ bool isUnique(std::uint64_t code) {
 
 /// The first place in which an entry with this code can be.
 AVLSLOT* windowOf(const AVLTREE* tree, std::uint64_t code) {
-  return tree->slots + ((code ^ code >> 32) * multiplier >> (64 - tree->log_slots));
+  const std::uint64_t mixed = code * multiplier;
+  return tree->slots + ((mixed ^ mixed >> 32) * multiplier >> (64 - tree->log_slots));
 }
 
 /// Below, equal to or above 0 as the key belongs to the left of `node`, on it or to its right.

@@ -26,15 +26,6 @@ bool holds(const DMPBLOCK* block, const void* atom) {
   return !before(atom, block->data) && before(atom, block->data + block_capacity);
 }
 
-void addBlock(DMP* pool) {
-  DMPBLOCK* const block = new (glp_lib_umalloc(sizeof(DMPBLOCK))) DMPBLOCK;
-  block->next = nullptr;
-  (pool->newest == nullptr ? pool->oldest : pool->newest->next) = block;
-  pool->newest = block;
-  pool->free = block->data;
-  pool->left = block_capacity;
-}
-
 void releaseOldest(DMP* pool) {
   DMPBLOCK* const block = pool->oldest;
   pool->oldest = block->next;
@@ -43,21 +34,19 @@ void releaseOldest(DMP* pool) {
 
 } // namespace
 
+void glp_dmp_add_block(DMP* pool) {
+  DMPBLOCK* const block = new (glp_lib_umalloc(sizeof(DMPBLOCK))) DMPBLOCK;
+  block->next = nullptr;
+  (pool->newest == nullptr ? pool->oldest : pool->newest->next) = block;
+  pool->newest = block;
+  pool->free = block->data;
+  pool->left = block_capacity;
+}
+
 DMP* glp_dmp_create_pool(int size) {
   insist(size == 0);
   // A pool without a block looks like one whose block is used up.
   return new (glp_lib_umalloc(sizeof(DMP))) DMP{nullptr, nullptr, nullptr, 0};
-}
-
-void* glp_dmp_get_atomv(DMP* pool, std::size_t size) {
-  insist(size > 0 && size <= dmp_max_atom);
-  static_assert(dmp_max_atom % dmp_alignment == 0);
-  const std::size_t room = (size + dmp_alignment - 1) / dmp_alignment * dmp_alignment;
-  if (pool->left < room) addBlock(pool);
-  void* const atom = pool->free;
-  pool->free += room;
-  pool->left -= room;
-  return atom;
 }
 
 void glp_dmp_release_before(DMP* pool, const void* atom) {

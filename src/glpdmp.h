@@ -5,6 +5,8 @@
 #ifndef QUILLON_GLPDMP_H
 #define QUILLON_GLPDMP_H
 
+#include "glplib.h"
+
 #include <cstddef>
 
 struct DMPBLOCK;
@@ -27,10 +29,22 @@ constexpr std::size_t dmp_alignment = alignof(void*);
 /// is. Does not return when memory is exhausted.
 DMP* glp_dmp_create_pool(int size);
 
+/// Puts a fresh block in use. For `glp_dmp_get_atomv` only.
+void glp_dmp_add_block(DMP* pool);
+
 /// Storage for one record of `size` bytes, 1 to `dmp_max_atom`: uninitialised, at a multiple of
 /// `dmp_alignment`, valid until it is released. Amortised constant time. Does not return when
 /// memory is exhausted.
-void* glp_dmp_get_atomv(DMP* pool, std::size_t size);
+inline void* glp_dmp_get_atomv(DMP* pool, std::size_t size) {
+  insist(size > 0 && size <= dmp_max_atom);
+  static_assert(dmp_max_atom % dmp_alignment == 0);
+  const std::size_t room = (size + dmp_alignment - 1) / dmp_alignment * dmp_alignment;
+  if (pool->left < room) glp_dmp_add_block(pool);
+  void* const atom = pool->free;
+  pool->free += room;
+  pool->left -= room;
+  return atom;
+}
 
 /// Releases records that were handed out before `atom`, though not all that share a block with it.
 /// Amortised constant time if `atom` is later in each call.
