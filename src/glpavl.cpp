@@ -14,26 +14,7 @@ namespace {
 
 constexpr std::uint32_t first_log_slots = 6;
 constexpr std::uint32_t most_log_slots = 32;
-constexpr std::size_t short_length = 8; ///< of the texts that are their own codes
 constexpr std::uint64_t multiplier = 0x9E3779B97F4A7C15; ///< odd, its bits without a pattern
-
-/// Up to eight characters as one number.
-std::uint64_t packed(const char* text, std::size_t length) {
-  std::uint64_t word = 0;
-  for (std::size_t i = 0; i < length; i++) word = word << 8 | static_cast<unsigned char>(text[i]);
-  return word;
-}
-
-/// The hash of a long text. Its last byte, unlike that of any short text, is zero.
-std::uint64_t longCode(const char* text, std::size_t length) {
-  std::uint64_t hash = length;
-  for (std::size_t i = 0; i < length; i += short_length) {
-    hash ^= packed(text + i, length - i < short_length ? length - i : short_length);
-    hash *= multiplier;
-    hash ^= hash >> 32;
-  }
-  return hash << 8;
-}
 
 /// Whether a text with this code is the only one.
 bool isUnique(std::uint64_t code) {
@@ -145,8 +126,14 @@ int glp_avl_strcmp(const void* key1, const void* key2) {
   return std::strcmp(static_cast<const char*>(key1), static_cast<const char*>(key2));
 }
 
-std::uint64_t glp_avl_code(const char* text, std::size_t length) {
-  return length >= 1 && length <= short_length ? packed(text, length) : longCode(text, length);
+std::uint64_t glp_avl_hash(const char* text, std::size_t length) {
+  std::uint64_t hash = length;
+  for (std::size_t i = 0; i < length; i += avl_short) {
+    hash ^= glp_avl_packed(text + i, length - i < avl_short ? length - i : avl_short);
+    hash *= multiplier;
+    hash ^= hash >> 32;
+  }
+  return hash << 8;
 }
 
 AVLTREE* glp_avl_create_tree(int (*compare)(const void*, const void*)) {

@@ -43,9 +43,25 @@ struct AVLTREE {
 /// Compares two keys that are zero-terminated texts, as strcmp does.
 int glp_avl_strcmp(const void* key1, const void* key2);
 
-/// The code of a text of `length` characters other than zero: the text itself if it is one of up to
-/// eight, which no other text has; or a hash, which another long text may have, too.
-std::uint64_t glp_avl_code(const char* text, std::size_t length);
+/// The longest text that is its own code.
+constexpr std::size_t avl_short = 8;
+
+/// Up to `avl_short` characters as one number.
+inline std::uint64_t glp_avl_packed(const char* text, std::size_t length) {
+  std::uint64_t word = 0;
+  for (std::size_t i = 0; i < length; i++) word = word << 8 | static_cast<unsigned char>(text[i]);
+  return word;
+}
+
+/// A hash of any text. Its last byte, unlike that of a short text, is zero.
+std::uint64_t glp_avl_hash(const char* text, std::size_t length);
+
+/// The code of a text of `length` characters other than zero: the text itself if it is short, which
+/// no other text has; or its hash, which another long text may have, too.
+inline std::uint64_t glp_avl_code(const char* text, std::size_t length) {
+  return length >= 1 && length <= avl_short ? glp_avl_packed(text, length)
+                                            : glp_avl_hash(text, length);
+}
 
 /// A new, empty index. Keys are zero-terminated texts; `compare` orders them, and none but the same
 /// text is equal to a text. Does not return when memory is exhausted.
