@@ -96,7 +96,6 @@ bool PseudoBool_new(Solver& S, int pbgoal, int pbtype, vec<vnumcoef>& pbterms,
   pb->nterms = pbterms.size();
   assert(pb->nterms > 0);
   int64 goal = pbgoal;
-  int64 sum = 0;
   for (int i = 0; i < pb->nterms; i++) {
     const int vnum = pbterms[i].vnum;
     assert(vnum != 0);
@@ -104,18 +103,13 @@ bool PseudoBool_new(Solver& S, int pbgoal, int pbtype, vec<vnumcoef>& pbterms,
     const bool flipped = coeff < 0; // a*x = a + |a|*~x
     const Lit lit(std::abs(vnum) - 1, (vnum < 0) != flipped);
     const int64 size = std::abs(static_cast<int64>(coeff));
-    sum += size;
     goal += flipped ? size : 0;
     if (size > INT_MAX) numericOverflow(guard_construction);
+    pb->addToLhsMax(static_cast<int>(size));
     new (&terms[i]) PBTerm(static_cast<int>(size), lit);
     __builtin_prefetch(&S.pb_watches[index(~lit)]); // for what follows
   }
   pb->rhs_goal = fitted(goal, guard_construction);
-  if (sum <= INT_MAX) {
-    pb->lhs_max = static_cast<int>(sum);
-  } else {
-    for (int i = 0; i < pb->nterms; i++) pb->addToLhsMax(terms[i].coeff());
-  }
   pb->rhs_max = pb->rhs_goal;
   pb->clearMarks();
   sortTerms(terms, pb->nterms);

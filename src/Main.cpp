@@ -193,13 +193,6 @@ void add_terms(const LPTLFE* form, vec<vnumcoef>& pbterms) {
     if (lfe->coef != 0) pbterms.push(vnumcoef{lfe->col->var + 1, lfe->coef});
 }
 
-/// Says that the row will be handed over soon, for the memory to have its columns ready.
-void expectRow(const LPTROW* row) {
-  if (row == nullptr) return;
-  for (const LPTLFE* lfe = row->ptr; lfe != nullptr; lfe = lfe->next)
-    __builtin_prefetch(&lfe->col->var);
-}
-
 /// Hands the objective over as a constraint that every assignment satisfies at first: at most its
 /// largest value when minimising, at least its smallest when maximising.
 bool addObjective(Solver& S, const LPT& lpt, vec<vnumcoef>& pbterms) {
@@ -246,7 +239,11 @@ bool parse_LPT(Solver& S) {
     if (stop_signal != 0) endUnknown();
     count++;
     assert(row->i == count);
-    if (row->next != nullptr) expectRow(row->next->next);
+    const LPTROW* const soon = row->next == nullptr ? nullptr : row->next->next;
+    if (soon != nullptr) { // for the memory to have its columns ready, which lie all over it
+      for (const LPTLFE* lfe = soon->ptr; lfe != nullptr; lfe = lfe->next)
+        __builtin_prefetch(&lfe->col->var);
+    }
     pbterms.clear();
     accepted = addRow(S, *row, pbterms);
   }

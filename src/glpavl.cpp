@@ -21,12 +21,6 @@ bool isUnique(std::uint64_t code) {
   return (code & 0xFF) != 0;
 }
 
-/// The first place in which an entry with this code can be.
-AVLSLOT* windowOf(const AVLTREE* tree, std::uint64_t code) {
-  const std::uint64_t mixed = code * multiplier;
-  return tree->slots + ((mixed ^ mixed >> 32) * multiplier >> (64 - tree->log_slots));
-}
-
 /// Below, equal to or above 0 as the key belongs to the left of `node`, on it or to its right.
 int order(const AVLTREE* tree, std::uint64_t code, const void* key, const AVLNODE* node) {
   if (code != node->entry.code) return code < node->entry.code ? -1 : 1;
@@ -89,7 +83,7 @@ void plant(AVLTREE* tree, const AVLSLOT& entry) {
 
 /// Puts `entry` into the first free place of its window, or into the tree if there is none.
 void place(AVLTREE* tree, const AVLSLOT& entry) {
-  AVLSLOT* const window = windowOf(tree, entry.code);
+  AVLSLOT* const window = glp_avl_window(tree, entry.code);
   for (AVLSLOT* slot = window; slot < window + avl_window; slot++) {
     if (slot->record == nullptr) {
       *slot = entry;
@@ -99,17 +93,13 @@ void place(AVLTREE* tree, const AVLSLOT& entry) {
   plant(tree, entry);
 }
 
-std::size_t tableLength(const AVLTREE* tree) {
-  return (std::size_t{1} << tree->log_slots) + avl_window - 1;
-}
-
 /// Gives the index a table of another length and puts every entry into its place anew.
 void spread(AVLTREE* tree, std::uint32_t log_slots) {
   AVLSLOT* const old_slots = tree->slots;
-  const std::size_t old_length = old_slots == nullptr ? 0 : tableLength(tree);
+  const std::size_t old_length = old_slots == nullptr ? 0 : glp_avl_table_length(tree);
   const AVLNODE* const old_newest = tree->newest;
   tree->log_slots = log_slots;
-  const std::size_t length = tableLength(tree);
+  const std::size_t length = glp_avl_table_length(tree);
   tree->slots = static_cast<AVLSLOT*>(glp_lib_umalloc(length * sizeof(AVLSLOT)));
   for (std::size_t i = 0; i < length; i++) new (&tree->slots[i]) AVLSLOT{nullptr, 0};
   tree->root = tree->newest = nullptr;
@@ -121,6 +111,15 @@ void spread(AVLTREE* tree, std::uint32_t log_slots) {
 }
 
 } // namespace
+
+AVLSLOT* glp_avl_window(const AVLTREE* tree, std::uint64_t code) {
+  const std::uint64_t mixed = code * multiplier;
+  return tree->slots + ((mixed ^ mixed >> 32) * multiplier >> (64 - tree->log_slots));
+}
+
+std::size_t glp_avl_table_length(const AVLTREE* tree) {
+  return (std::size_t{1} << tree->log_slots) + avl_window - 1;
+}
 
 int glp_avl_strcmp(const void* key1, const void* key2) {
   return std::strcmp(static_cast<const char*>(key1), static_cast<const char*>(key2));
@@ -144,7 +143,7 @@ AVLTREE* glp_avl_create_tree(int (*compare)(const void*, const void*)) {
 }
 
 void* glp_avl_find_by_code(const AVLTREE* tree, const void* key, std::uint64_t code) {
-  const AVLSLOT* const window = windowOf(tree, code);
+  const AVLSLOT* const window = glp_avl_window(tree, code);
   for (const AVLSLOT* slot = window; slot < window + avl_window; slot++) {
     if (slot->record == nullptr) return nullptr;
     if (slot->code == code && (isUnique(code) || tree->compare(key, slot->record) == 0))
@@ -160,7 +159,7 @@ void* glp_avl_find_by_code(const AVLTREE* tree, const void* key, std::uint64_t c
 }
 
 void glp_avl_expect(const AVLTREE* tree, std::uint64_t code) {
-  __builtin_prefetch(windowOf(tree, code));
+  __builtin_prefetch(glp_avl_window(tree, code));
 }
 
 void* glp_avl_find_by_key(const AVLTREE* tree, const void* key) {

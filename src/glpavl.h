@@ -33,12 +33,18 @@ constexpr std::uint32_t avl_window = 8;
 struct AVLTREE {
   DMP* pool;
   int (*compare)(const void*, const void*); ///< below, equal to or above 0, as strcmp
-  AVLSLOT* slots;                           ///< the table, `avl_window` - 1 longer than it says
-  std::uint32_t log_slots;                  ///< binary logarithm of the table's length
+  AVLSLOT* slots;                           ///< the table
+  std::uint32_t log_slots;                  ///< binary logarithm of the places where windows begin
   std::uint32_t size;                       ///< number of records
   AVLNODE* root;                            ///< of the tree
   AVLNODE* newest;                          ///< of the tree's nodes
 };
+
+/// The first place in which an entry with this code can be.
+AVLSLOT* glp_avl_window(const AVLTREE* tree, std::uint64_t code);
+
+/// The number of places, those included that only windows that begin before them have.
+std::size_t glp_avl_table_length(const AVLTREE* tree);
 
 /// Compares two keys that are zero-terminated texts, as strcmp does.
 int glp_avl_strcmp(const void* key1, const void* key2);

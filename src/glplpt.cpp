@@ -133,13 +133,13 @@ struct PlainTerm {
 /// The working state of one read.
 struct dsa {
   std::FILE* in;
-  bool in_ended; ///< nothing more can be read
-  int in_error;  ///< the number of the error that kept it from being read; 0 for none
-  char* in_next; ///< the next character, in `buffer`
-  char* in_end;  ///< behind the last character there, where a zero stands
-  const char* seen;               ///< what lies before has been looked over for plain terms
-  unsigned first_term;            ///< of those found and not passed yet; in `terms` modulo its size
-  unsigned last_term;             ///< behind them
+  bool in_ended;       ///< nothing more can be read
+  int in_error;        ///< the number of the error that kept it from being read; 0 for none
+  char* in_next;       ///< the next character, in `buffer`
+  char* in_end;        ///< behind the last character there, where a zero stands
+  const char* seen;    ///< what lies before has been looked over for plain terms
+  unsigned first_term; ///< of those found and not passed yet; in `terms` modulo its size
+  unsigned last_term;  ///< behind them
   PlainTerm terms[terms_in_sight];
   const PlainTerm* term; ///< of the current token if it is one
   LPT* lpt;
@@ -428,8 +428,8 @@ void scan_token(dsa& d) {
 }
 
 // ------------------------------------------------------------------------------------------------
-// Plain terms. They are looked for ahead of the parser, and the memory is told which names are going
-// to be looked up: were each look-up to wait for the memory, loading would do little else.
+// Plain terms. They are looked for ahead of the parser, and the memory is told which names are
+// going to be looked up: were each look-up to wait for the memory, loading would do little else.
 
 /// Looks the next word over. It is a plain term, which is noted, or passed. \return false if it may
 /// go on beyond the buffer.
@@ -457,8 +457,9 @@ bool look_ahead(dsa& d) {
     is_plain = is_plain && isOf(*next, is_space) && next - term.name <= lpt_name_length;
   }
   while (!isOf(*next, is_space | is_control)) next++;
-  if (next == d.in_end) return false;
-  d.seen = next + 1;
+  d.seen = next;
+  if (next == d.in_end) return false; // nor is there anything to see until the buffer is refilled
+  d.seen++;
   if (is_plain) {
     term.code = glp_avl_code(term.name, term.length());
     glp_avl_expect(d.tcol, term.code);
@@ -467,8 +468,8 @@ bool look_ahead(dsa& d) {
   return true;
 }
 
-/// Takes the input's next word if it is a plain term and all there. \return null, with nothing done,
-/// if it is not.
+/// Takes the input's next word if it is a plain term and all there. \return null, with nothing
+/// done, if it is not.
 const PlainTerm* take_plain_term(dsa& d) {
   if (d.seen < d.in_next) d.seen = d.in_next;
   while (d.first_term != d.last_term && d.terms[d.first_term % terms_in_sight].start < d.in_next)
@@ -685,8 +686,7 @@ void parse_row(dsa& d) {
 
   if (at_label(d)) {
     copy_name(row->name, d);
-    if (find_row(d, row->name) != nullptr)
-      fatal(d, "constraint `%s' multiply defined", row->name);
+    if (find_row(d, row->name) != nullptr) fatal(d, "constraint `%s' multiply defined", row->name);
     skip_label(d);
   } else {
     std::memcpy(row->name, "r.", 2);
