@@ -110,7 +110,7 @@ constexpr unsigned terms_in_sight = 32;
 constexpr int longest_short_form = 20;
 constexpr size_t input_block = 65536;
 /// Room for all that `fill_buffer` keeps, and a block behind it.
-constexpr size_t input_buffer = 2 * max_word_length + input_block;
+constexpr size_t input_buffer = size_t{2} * max_word_length + input_block;
 
 /// A column with what the reader alone needs to know of it.
 struct ReaderColumn : LPTCOL {
@@ -596,6 +596,7 @@ LPTLFE* find_element(const Form& form, const ReaderColumn* col) {
 }
 
 /// Adds a term to the form.
+// cppcheck-suppress constParameter ; it changes in the conditional assignment, too
 void add_term(dsa& d, Form& form, int coef, ReaderColumn* col) {
   LPTLFE* const known = find_element(form, col);
   if (known != nullptr) {
