@@ -59,6 +59,23 @@ int fitted(int64 number, int guard) {
 constexpr int guard_construction = 1;
 constexpr int guard_watch_bound = 4;
 
+/// Sorts as `sort` does. A short array is sorted without branches on what it holds, which no
+/// processor could foretell.
+void sortTerms(PBTerm* terms, int n) {
+  if (n > selection_sort_limit) {
+    sort(terms, n, LessThan_default<PBTerm>());
+    return;
+  }
+  for (int i = 0; i < n - 1; i++) {
+    std::uint64_t first = 0; // the largest coefficient, and of its places the first
+    for (int j = i; j < n; j++) {
+      const std::uint64_t coeff = static_cast<std::uint32_t>(terms[j].coeff());
+      first = max(first, coeff << 32 | static_cast<std::uint32_t>(n - j));
+    }
+    std::swap(terms[i], terms[n - static_cast<int>(first & UINT32_MAX)]);
+  }
+}
+
 } // namespace
 
 bool PseudoBool_new(Solver& S, int pbgoal, int pbtype, vec<vnumcoef>& pbterms,
@@ -77,21 +94,32 @@ bool PseudoBool_new(Solver& S, int pbgoal, int pbtype, vec<vnumcoef>& pbterms,
   PseudoBool* const pb = PseudoBool::build(S, pbterms.size(), pbgoal, S.constrs.size());
   PBTerm* const terms = pb->terms();
   assert(pb->nterms > 0);
+  int64 goal = pbgoal;
   for (int i = 0; i < pb->nterms; i++) {
     const int vnum = pbterms[i].vnum;
     assert(vnum != 0);
-    Lit lit(std::abs(vnum) - 1, vnum < 0);
-    int coeff = pbterms[i].coeff;
-    if (coeff < 0) { // a*x = a + |a|*~x
-      coeff = fitted(-static_cast<int64>(coeff), guard_construction);
-      pb->rhs_goal = fitted(static_cast<int64>(pb->rhs_goal) + coeff, guard_construction);
-      lit = ~lit;
-    }
-    pb->addToLhsMax(coeff);
-    new (&terms[i]) PBTerm(coeff, lit);
+    const int coeff = pbterms[i].coeff;
+    const bool flipped = coeff < 0; // a*x = a + |a|*~x
+    const Lit lit(std::abs(vnum) - 1, (vnum < 0) != flipped);
+    const int64 size = std::abs(static_cast<int64>(coeff));
+    goal += flipped ? size : 0;
+    if (size > INT_MAX) numericOverflow(guard_construction);
+    pb->addToLhsMax(static_cast<int>(size));
+    new (&terms[i]) PBTerm(static_cast<int>(size), lit);
+    __builtin_prefetch(&S.pb_watches[index(~lit)]); // for what follows
   }
+  pb->rhs_goal = fitted(goal, guard_construction);
   pb->rhs_max = pb->rhs_goal;
-  sort(terms, pb->nterms, LessThan_default<PBTerm>());
+  sortTerms(terms, pb->nterms);
+  // Has the memory get the ends of the lists ready in which the first watches are going to be
+  // entered; otherwise each of them would be waited for in turn. (Not a function: g++ 12 takes one
+  // that does nothing else for one that does nothing.)
+  int64 unwatched = static_cast<int64>(pb->rhs_max) + terms[0].coeff();
+  for (int i = 0; i < pb->nterms && unwatched > 0; i++) {
+    const WatchList<pbWatchTerm>& list = S.pb_watches[index(~terms[i].lit)];
+    __builtin_prefetch(list.begin() + list.size(), 1);
+    unwatched -= terms[i].coeff();
+  }
 
   if (pb->isClause()) {
     PseudoBool* clause_like = pb;

@@ -273,10 +273,17 @@ bool parse_LPT(Solver& S) {
   vec<vnumcoef> pbterms;
   bool accepted = lpt->obj == nullptr || addObjective(S, *lpt, pbterms);
   count = 0;
-  for (const LPTROW* row = lpt->first_row; accepted && row != nullptr; row = row->next) {
+  while (accepted) {
+    const LPTROW* const row = glp_lpt_next_row(lpt);
+    if (row == nullptr) break;
     if (stop_signal != 0) endUnknown();
     count++;
     assert(row->i == count);
+    const LPTROW* const soon = row->next == nullptr ? nullptr : row->next->next;
+    if (soon != nullptr) { // for the memory to have its columns ready, which lie all over it
+      for (const LPTLFE* lfe = soon->ptr; lfe != nullptr; lfe = lfe->next)
+        __builtin_prefetch(&lfe->col->var);
+    }
     pbterms.clear();
     accepted = addRow(S, *row, pbterms);
   }

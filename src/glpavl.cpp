@@ -12,31 +12,24 @@
 
 namespace {
 
-constexpr std::uint32_t first_slots = 64;
-constexpr std::uint32_t most_slots = std::uint32_t{1} << 31;
+constexpr std::uint32_t first_log_slots = 6;
+constexpr std::uint32_t most_log_slots = 32;
+constexpr std::uint64_t multiplier = 0x9E3779B97F4A7C15; ///< odd, its bits without a pattern
 
-/// The hash of a text (G. Fowler, L. C. Noll and K.-P. Vo's FNV-1a), its high bits folded into the
-/// low ones.
-std::uint32_t hashOf(const void* key) {
-  std::uint32_t hash = 2166136261U;
-  for (const char* c = static_cast<const char*>(key); *c != '\0'; c++)
-    hash = (hash ^ static_cast<unsigned char>(*c)) * 16777619U;
-  return hash ^ (hash >> 15);
+/// Whether a text with this code is the only one.
+bool isUnique(std::uint64_t code) {
+  return (code & 0xFF) != 0;
 }
 
 /// Below, equal to or above 0 as the key belongs to the left of `node`, on it or to its right.
-int order(const AVLTREE* tree, std::uint32_t hash, const void* key, const AVLNODE* node) {
-  if (hash != node->hash) return hash < node->hash ? -1 : 1;
-  return tree->compare(key, node->record);
+int order(const AVLTREE* tree, std::uint64_t code, const void* key, const AVLNODE* node) {
+  if (code != node->entry.code) return code < node->entry.code ? -1 : 1;
+  return tree->compare(key, node->entry.record);
 }
 
 /// The side of `node` on which `other` belongs: 0 left, 1 right.
 int sideOf(const AVLTREE* tree, const AVLNODE* other, const AVLNODE* node) {
-  return order(tree, other->hash, other->record, node) < 0 ? 0 : 1;
-}
-
-AVLNODE** slotOf(const AVLTREE* tree, std::uint32_t hash) {
-  return &tree->roots[hash & (tree->slots - 1)];
+  return order(tree, other->entry.code, other->entry.record, node) < 0 ? 0 : 1;
 }
 
 /// The subtree under `top`, which is higher by two on one side, with its balance restored. Its
@@ -64,16 +57,18 @@ AVLNODE* rotated(AVLNODE* top) {
   return inner;
 }
 
-/// Puts `fresh` into its tree.
-void insert(AVLTREE* tree, AVLNODE* fresh) {
-  AVLNODE** link = slotOf(tree, fresh->hash);
+/// Puts `entry` into the tree.
+void plant(AVLTREE* tree, const AVLSLOT& entry) {
+  AVLNODE* const fresh = new (glp_dmp_get_atomv(tree->pool, sizeof(AVLNODE)))
+      AVLNODE{entry, 0, {nullptr, nullptr}, tree->newest};
+  tree->newest = fresh;
+
+  AVLNODE** link = &tree->root;
   AVLNODE** unbalanced = link; // the deepest one, or the root if there is none
   while (*link != nullptr) {
     if ((*link)->balance != 0) unbalanced = link;
     link = &(*link)->child[sideOf(tree, fresh, *link)];
   }
-  fresh->balance = 0;
-  fresh->child[0] = fresh->child[1] = nullptr;
   *link = fresh;
 
   AVLNODE* node = *unbalanced;
@@ -86,52 +81,107 @@ void insert(AVLTREE* tree, AVLNODE* fresh) {
   if (balance < -1 || balance > 1) *unbalanced = rotated(*unbalanced);
 }
 
-/// Gives the index `slots` slots and puts every node into its tree anew.
-void spread(AVLTREE* tree, std::uint32_t slots) {
-  glp_lib_ufree(tree->roots);
-  tree->roots = nullptr; // the index stays whole if the next line does not return
-  // NOLINTNEXTLINE(bugprone-sizeof-expression): the slots do hold pointers
-  tree->roots = static_cast<AVLNODE**>(glp_lib_umalloc(slots * sizeof(AVLNODE*)));
-  tree->slots = slots;
-  for (std::uint32_t i = 0; i < slots; i++) tree->roots[i] = nullptr;
-  for (AVLNODE* node = tree->newest; node != nullptr; node = node->older) insert(tree, node);
+/// Puts `entry` into the first free place of its window, or into the tree if there is none.
+void place(AVLTREE* tree, const AVLSLOT& entry) {
+  AVLSLOT* const window = glp_avl_window(tree, entry.code);
+  for (AVLSLOT* slot = window; slot < window + avl_window; slot++) {
+    if (slot->record == nullptr) {
+      *slot = entry;
+      return;
+    }
+  }
+  plant(tree, entry);
+}
+
+/// Gives the index a table of another length and puts every entry into its place anew.
+void spread(AVLTREE* tree, std::uint32_t log_slots) {
+  AVLSLOT* const old_slots = tree->slots;
+  const std::size_t old_length = old_slots == nullptr ? 0 : glp_avl_table_length(tree);
+  const AVLNODE* const old_newest = tree->newest;
+  tree->log_slots = log_slots;
+  const std::size_t length = glp_avl_table_length(tree);
+  tree->slots = static_cast<AVLSLOT*>(glp_lib_umalloc(length * sizeof(AVLSLOT)));
+  for (std::size_t i = 0; i < length; i++) new (&tree->slots[i]) AVLSLOT{nullptr, 0};
+  tree->root = tree->newest = nullptr;
+  for (std::size_t i = 0; i < old_length; i++)
+    if (old_slots[i].record != nullptr) place(tree, old_slots[i]);
+  for (const AVLNODE* node = old_newest; node != nullptr; node = node->older)
+    place(tree, node->entry);
+  glp_lib_ufree(old_slots);
 }
 
 } // namespace
+
+AVLSLOT* glp_avl_window(const AVLTREE* tree, std::uint64_t code) {
+  const std::uint64_t mixed = code * multiplier;
+  return tree->slots + ((mixed ^ mixed >> 32) * multiplier >> (64 - tree->log_slots));
+}
+
+std::size_t glp_avl_table_length(const AVLTREE* tree) {
+  return (std::size_t{1} << tree->log_slots) + avl_window - 1;
+}
 
 int glp_avl_strcmp(const void* key1, const void* key2) {
   return std::strcmp(static_cast<const char*>(key1), static_cast<const char*>(key2));
 }
 
+std::uint64_t glp_avl_hash(const char* text, std::size_t length) {
+  std::uint64_t hash = length;
+  for (std::size_t i = 0; i < length; i += avl_short) {
+    hash ^= glp_avl_packed(text + i, length - i < avl_short ? length - i : avl_short);
+    hash *= multiplier;
+    hash ^= hash >> 32;
+  }
+  return hash << 8;
+}
+
 AVLTREE* glp_avl_create_tree(int (*compare)(const void*, const void*)) {
   AVLTREE* const tree = new (glp_lib_umalloc(sizeof(AVLTREE)))
-      AVLTREE{glp_dmp_create_pool(0), compare, nullptr, 0, 0, nullptr};
-  spread(tree, first_slots);
+      AVLTREE{glp_dmp_create_pool(0), compare, nullptr, 0, 0, nullptr, nullptr};
+  spread(tree, first_log_slots);
   return tree;
 }
 
-void* glp_avl_find_by_key(const AVLTREE* tree, const void* key) {
-  const std::uint32_t hash = hashOf(key);
-  const AVLNODE* node = *slotOf(tree, hash);
+void* glp_avl_find_by_code(const AVLTREE* tree, const void* key, std::uint64_t code) {
+  const AVLSLOT* const window = glp_avl_window(tree, code);
+  for (const AVLSLOT* slot = window; slot < window + avl_window; slot++) {
+    if (slot->record == nullptr) return nullptr;
+    if (slot->code == code && (isUnique(code) || tree->compare(key, slot->record) == 0))
+      return slot->record;
+  }
+  const AVLNODE* node = tree->root;
   while (node != nullptr) {
-    const int o = order(tree, hash, key, node);
-    if (o == 0) return node->record;
+    const int o = order(tree, code, key, node);
+    if (o == 0) return node->entry.record;
     node = node->child[o < 0 ? 0 : 1];
   }
   return nullptr;
 }
 
-void glp_avl_insert_by_key(AVLTREE* tree, void* record) {
-  if (tree->size >= tree->slots && tree->slots < most_slots) spread(tree, 2 * tree->slots);
-  AVLNODE* const fresh = new (glp_dmp_get_atomv(tree->pool, sizeof(AVLNODE)))
-      AVLNODE{record, hashOf(record), 0, {nullptr, nullptr}, tree->newest};
-  tree->newest = fresh;
+void glp_avl_expect(const AVLTREE* tree, std::uint64_t code) {
+  __builtin_prefetch(glp_avl_window(tree, code));
+}
+
+void* glp_avl_find_by_key(const AVLTREE* tree, const void* key) {
+  const char* const text = static_cast<const char*>(key);
+  return glp_avl_find_by_code(tree, key, glp_avl_code(text, std::strlen(text)));
+}
+
+void glp_avl_insert_by_code(AVLTREE* tree, void* record, std::uint64_t code) {
+  // At most half full, so that windows are, too, unless names have been chosen to share them.
+  if (tree->size >> (tree->log_slots - 1) != 0 && tree->log_slots < most_log_slots)
+    spread(tree, tree->log_slots + 1);
   tree->size++;
-  insert(tree, fresh);
+  place(tree, AVLSLOT{record, code});
+}
+
+void glp_avl_insert_by_key(AVLTREE* tree, void* record) {
+  const char* const text = static_cast<const char*>(record);
+  glp_avl_insert_by_code(tree, record, glp_avl_code(text, std::strlen(text)));
 }
 
 void glp_avl_delete_tree(AVLTREE* tree) {
-  glp_lib_ufree(tree->roots);
+  glp_lib_ufree(tree->slots);
   glp_dmp_delete_pool(tree->pool);
   glp_lib_ufree(tree);
 }

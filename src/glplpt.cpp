@@ -11,8 +11,10 @@
 #include "glpavl.h"
 #include "glplib.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <csetjmp>
 #include <cstdarg>
 #include <cstring>
@@ -29,7 +31,7 @@ enum CharClass : unsigned char {
   is_digit = 2,
   is_mark = 4, ///< no letter or digit, but allowed in a name
   is_space = 8,
-  is_control = 16 ///< white space is not counted here, except for the line end
+  is_control = 16 ///< white space but the blank counts here, too
 };
 
 constexpr std::array<unsigned char, 256> makeCharClasses() {
@@ -81,7 +83,8 @@ enum Token : int {
   T_SEMICOLON,
   T_LE,
   T_GE,
-  T_EQ
+  T_EQ,
+  T_TERM ///< a plain term; see `scan_form_token`
 };
 
 struct Lexeme {
@@ -99,15 +102,15 @@ constexpr Lexeme keywords[] = {
     {"integers", T_INTEGER},   {"int", T_INTEGER},       {"binary", T_BINARY},
     {"binaries", T_BINARY},    {"bin", T_BINARY},        {"end", T_END}};
 
-/// A longer symbol stands before the one it begins with.
-constexpr Lexeme symbols[] = {{"+", T_PLUS},      {"-", T_MINUS}, {"*", T_ASTERISK}, {":", T_COLON},
-                              {";", T_SEMICOLON}, {"<=", T_LE},   {"=<", T_LE},      {"<", T_LE},
-                              {">=", T_GE},       {"=>", T_GE},   {">", T_GE},       {"=", T_EQ}};
-
 constexpr int max_word_length = 131071;
 constexpr int max_image_length = 255;
 constexpr int max_message_length = 4095;
-constexpr int input_block = 65536;
+constexpr int max_plain_digits = 9; ///< so many always fit an int
+constexpr unsigned terms_in_sight = 32;
+constexpr int longest_short_form = 20;
+constexpr size_t input_block = 65536;
+/// Room for all that `fill_buffer` keeps, and a block behind it.
+constexpr size_t input_buffer = size_t{2} * max_word_length + input_block;
 
 /// A column with what the reader alone needs to know of it.
 struct ReaderColumn : LPTCOL {
@@ -116,26 +119,43 @@ struct ReaderColumn : LPTCOL {
   LPTLFE* element;
 };
 
+/// A term that stands in the buffer as one word, as nearly all do: a sign, perhaps a short number
+/// and "*", and a name.
+struct PlainTerm {
+  const char* start;
+  const char* end; ///< where white space stands
+  const char* name;
+  int coef;
+  std::uint64_t code; ///< of the name
+  size_t length() const { return static_cast<size_t>(end - name); }
+};
+
 /// The working state of one read.
 struct dsa {
   std::FILE* in;
-  bool in_ended;    ///< nothing more can be read
-  int in_error;     ///< the number of the error that kept it from being read; 0 for none
-  size_t in_next;   ///< of the next character in `block`
-  size_t in_filled; ///< characters in `block`
-  char block[input_block];
+  bool in_ended;       ///< nothing more can be read
+  int in_error;        ///< the number of the error that kept it from being read; 0 for none
+  char* in_next;       ///< the next character, in `buffer`
+  char* in_end;        ///< behind the last character there, where a zero stands
+  const char* seen;    ///< what lies before has been looked over for plain terms
+  unsigned first_term; ///< of those found and not passed yet; in `terms` modulo its size
+  unsigned last_term;  ///< behind them
+  PlainTerm terms[terms_in_sight];
+  const PlainTerm* term; ///< of the current token if it is one
   LPT* lpt;
-  AVLTREE* trow; ///< row names
-  AVLTREE* tcol; ///< column names
+  AVLTREE* trow;     ///< row names, but not those from `unindexed` on
+  LPTROW* unindexed; ///< null: `trow` has all rows
+  AVLTREE* tcol;     ///< column names
   std::jmp_buf jump;
   int count;       ///< words and comments read so far; messages give it as the position
   bool line_ended; ///< the current word was ended by its line's end
+  char* line;      ///< the current word, in `buffer`
   int pos;         ///< of the next unread character in `line`
   int token;       ///< a Token
   int imlen;
   int value;                        ///< of the current token if it is a number
   char image[max_image_length + 1]; ///< the current token's text
-  char line[max_word_length + 1];   ///< the current word
+  char buffer[input_buffer + 1];    ///< the current word, and input that has not been looked at
 };
 
 /// Leaves the read without a word, because a signal asks the program to wind up.
@@ -168,33 +188,38 @@ void awaitInput(int fd) {
   sigprocmask(SIG_SETMASK, &before, nullptr);
 }
 
-/// Reads the next block. \return false at the end of input and on an error.
-bool fill_block(dsa& d) {
+/// Reads the next block behind what there is of the current word, which moves to the front of the
+/// buffer. It stays where it is if it is longer than all before it, so that moving costs no more
+/// than reading has. \return false at the end of input and on an error.
+bool fill_buffer(dsa& d, size_t length) {
   if (d.in_ended) return false;
-  d.in_next = d.in_filled = 0;
+  if (length <= static_cast<size_t>(d.line - d.buffer)) {
+    std::memcpy(d.buffer, d.line, length);
+    d.line = d.buffer;
+  }
+  d.seen = d.in_next = d.in_end = d.line + length;
+  d.first_term = d.last_term;
+  insist(d.buffer + input_buffer - d.in_end >= static_cast<std::ptrdiff_t>(input_block));
+  size_t filled = 0;
   const int fd = fileno(d.in);
   if (fd < 0) { // not a file of the system's
-    d.in_filled = std::fread(d.block, 1, input_block, d.in);
-    if (d.in_filled == 0 && std::ferror(d.in)) d.in_error = errno;
+    filled = std::fread(d.in_end, 1, input_block, d.in);
+    if (filled == 0 && std::ferror(d.in)) d.in_error = errno;
   } else {
     ssize_t got;
     do {
       awaitInput(fd);
       if (stop_signal != 0) interrupt(d);
-      got = read(fd, d.block, input_block);
+      got = read(fd, d.in_end, input_block);
     } while (got < 0 && errno == EINTR);
     if (got < 0) d.in_error = errno;
-    if (got > 0) d.in_filled = static_cast<size_t>(got);
+    if (got > 0) filled = static_cast<size_t>(got);
   }
   if (stop_signal != 0) interrupt(d);
-  d.in_ended = d.in_filled == 0;
+  d.in_end += filled;
+  *d.in_end = '\0';
+  d.in_ended = filled == 0;
   return !d.in_ended;
-}
-
-/// The next character, 0 to 255, or EOF at the end of input and on an error.
-int next_char(dsa& d) {
-  if (d.in_next == d.in_filled && !fill_block(d)) return EOF;
-  return static_cast<unsigned char>(d.block[d.in_next++]);
 }
 
 // ------------------------------------------------------------------------------------------------
@@ -205,17 +230,27 @@ void raise_count(dsa& d) {
   d.count++;
 }
 
-/// Reads a word into `line`, or, with `isComment`, skips the rest of the input line. A word that
-/// white space ends at once is empty.
+/// Makes the next word the current one, or, with `isComment`, skips the rest of the input line. A
+/// word that white space ends at once is empty. Characters that are dropped leave no gap: the word
+/// closes up in place.
 /// \return false at the end of input.
 bool read_line(dsa& d, bool isComment) {
   if (stop_signal != 0) interrupt(d);
   raise_count(d);
-  int length = 0;
+  d.line = d.in_next;
   d.pos = 0;
+  size_t length = 0;
   for (;;) {
-    const int c = next_char(d);
-    if (c == EOF) {
+    const char* const run = d.in_next; // of characters to be stored
+    while (!isOf(*d.in_next, is_space | is_control)) d.in_next++;
+    if (!isComment) {
+      const size_t run_length = static_cast<size_t>(d.in_next - run);
+      if (d.line + length != run) std::memmove(d.line + length, run, run_length);
+      length += run_length;
+      if (length > max_word_length) fatal(d, "word length exceeds %d characters", max_word_length);
+    }
+    if (d.in_next == d.in_end) {
+      if (fill_buffer(d, length)) continue;
       d.line[length] = '\0';
       if (d.in_error != 0) fatal(d, "read error - %s", std::strerror(d.in_error));
       if (length == 0) {
@@ -226,15 +261,13 @@ bool read_line(dsa& d, bool isComment) {
       d.line_ended = false;
       return true;
     }
+    const char c = *d.in_next++;
     if (c == '\r') continue;
-    const char character = static_cast<char>(c);
-    if (isComment ? c == '\n' : isOf(character, is_space)) {
+    if (isComment ? c == '\n' : isOf(c, is_space)) {
       d.line_ended = c == '\n';
       break;
     }
-    if (isOf(character, is_control)) fatal(d, "invalid control character 0x%02X", unsigned(c));
-    if (length == max_word_length) fatal(d, "word length exceeds %d characters", max_word_length);
-    if (!isComment) d.line[length++] = character;
+    if (isOf(c, is_control)) fatal(d, "invalid control character 0x%02X", unsigned(c));
   }
   d.line[length] = '\0';
   return true;
@@ -318,14 +351,42 @@ void scan_number(dsa& d) {
 }
 
 void scan_symbol(dsa& d) {
-  for (const Lexeme& symbol : symbols) {
-    const size_t length = std::strlen(symbol.text);
-    if (std::strncmp(d.line + d.pos, symbol.text, length) != 0) continue;
-    for (size_t i = 0; i < length; i++) add_char(d);
-    d.token = symbol.token;
-    return;
+  const char first = d.line[d.pos];
+  const char second = d.line[d.pos + 1];
+  bool has_two = false;
+  switch (first) {
+  case '+':
+    d.token = T_PLUS;
+    break;
+  case '-':
+    d.token = T_MINUS;
+    break;
+  case '*':
+    d.token = T_ASTERISK;
+    break;
+  case ':':
+    d.token = T_COLON;
+    break;
+  case ';':
+    d.token = T_SEMICOLON;
+    break;
+  case '<':
+    d.token = T_LE;
+    has_two = second == '=';
+    break;
+  case '>':
+    d.token = T_GE;
+    has_two = second == '=';
+    break;
+  case '=':
+    d.token = second == '<' ? T_LE : second == '>' ? T_GE : T_EQ;
+    has_two = d.token != T_EQ;
+    break;
+  default:
+    fatal(d, "character `%c' not recognized", first);
   }
-  fatal(d, "character `%c' not recognized", d.line[d.pos]);
+  add_char(d);
+  if (has_two) add_char(d);
 }
 
 /// Goes on to the next token of the input, skipping comments.
@@ -342,8 +403,9 @@ void scan_token(dsa& d) {
       }
     }
     if (d.pos == 0 && isOf(d.line[0], is_letter)) {
+      const char initial = lowered(d.line[0]);
       for (const Lexeme& keyword : keywords) {
-        if (scan_keyword(d, keyword.text)) {
+        if (keyword.text[0] == initial && scan_keyword(d, keyword.text)) {
           d.token = keyword.token;
           return;
         }
@@ -363,6 +425,83 @@ void scan_token(dsa& d) {
   } else {
     scan_symbol(d);
   }
+}
+
+// ------------------------------------------------------------------------------------------------
+// Plain terms. They are looked for ahead of the parser, and the memory is told which names are
+// going to be looked up: were each look-up to wait for the memory, loading would do little else.
+
+/// Looks the next word over. It is a plain term, which is noted, or passed. \return false if it may
+/// go on beyond the buffer.
+bool look_ahead(dsa& d) {
+  const char* next = d.seen;
+  PlainTerm& term = d.terms[d.last_term % terms_in_sight];
+  term.start = next;
+  bool is_plain = *next == '+' || *next == '-';
+  if (is_plain) {
+    const int sign = *next++ == '-' ? -1 : 1;
+    term.coef = sign;
+    if (isOf(*next, is_digit)) {
+      const char* const too_far = next + max_plain_digits;
+      int value = 0;
+      do value = 10 * value + (*next++ - '0');
+      while (next < too_far && isOf(*next, is_digit));
+      term.coef = sign * value;
+      is_plain = *next == '*';
+      if (is_plain) next++;
+    }
+    term.name = next;
+    is_plain = is_plain && *next != '.' && isOf(*next, is_letter | is_mark);
+    while (isOf(*next, is_letter | is_digit | is_mark)) next++;
+    term.end = next;
+    is_plain = is_plain && isOf(*next, is_space) && next - term.name <= lpt_name_length;
+  }
+  while (!isOf(*next, is_space | is_control)) next++;
+  d.seen = next;
+  if (next == d.in_end) return false; // nor is there anything to see until the buffer is refilled
+  d.seen++;
+  if (is_plain) {
+    term.code = glp_avl_code(term.name, term.length());
+    glp_avl_expect(d.tcol, term.code);
+    d.last_term++;
+  }
+  return true;
+}
+
+/// Takes the input's next word if it is a plain term and all there. \return null, with nothing
+/// done, if it is not.
+const PlainTerm* take_plain_term(dsa& d) {
+  if (d.seen < d.in_next) d.seen = d.in_next;
+  while (d.first_term != d.last_term && d.terms[d.first_term % terms_in_sight].start < d.in_next)
+    d.first_term++; // passed otherwise
+  while (d.last_term - d.first_term < terms_in_sight && look_ahead(d)) {
+  }
+  if (d.first_term == d.last_term) return nullptr;
+  const PlainTerm* const term = &d.terms[d.first_term % terms_in_sight];
+  if (term->start != d.in_next) return nullptr;
+  d.first_term++;
+  return term;
+}
+
+/// Goes on to the next token where a term may follow. A plain term is one token here, not all those
+/// that it consists of; everything else is as with `scan_token`.
+void scan_form_token(dsa& d) {
+  if (d.line[d.pos] == '\0') {
+    const PlainTerm* const term = take_plain_term(d);
+    if (term != nullptr) {
+      if (stop_signal != 0) interrupt(d);
+      raise_count(d);
+      d.term = term;
+      d.token = T_TERM;
+      d.line_ended = *term->end == '\n';
+      d.in_next += term->end + 1 - term->start;
+      d.line = d.in_next - 1;
+      *d.line = '\0';
+      d.pos = 0;
+      return;
+    }
+  }
+  scan_token(d);
 }
 
 // ------------------------------------------------------------------------------------------------
@@ -395,14 +534,15 @@ int parse_optional_sign(dsa& d) {
 }
 
 /// The column called `name`; the first occurrence of a name creates it.
-LPTCOL* find_col(dsa& d, const char* name) {
-  void* const known = glp_avl_find_by_key(d.tcol, name);
-  if (known != nullptr) return static_cast<LPTCOL*>(known);
+ReaderColumn* find_col(dsa& d, const char* name, size_t length, std::uint64_t code) {
+  void* const known = glp_avl_find_by_code(d.tcol, name, code);
+  if (known != nullptr) return static_cast<ReaderColumn*>(known);
 
   LPT* const lpt = d.lpt;
   if (lpt->n == INT_MAX) glp_lib_too_large();
-  LPTCOL* const col = new (glp_dmp_get_atomv(lpt->pool, sizeof(ReaderColumn))) ReaderColumn;
-  std::memcpy(col->name, name, std::strlen(name) + 1);
+  ReaderColumn* const col =
+      new (glp_dmp_get_atomv(lpt->col_pool, sizeof(ReaderColumn))) ReaderColumn;
+  std::memcpy(col->name, name, length + 1);
   col->j = ++lpt->n;
   col->kind = LPT_BIN;
   col->lb = 0;
@@ -410,7 +550,7 @@ LPTCOL* find_col(dsa& d, const char* name) {
   col->next = nullptr;
   (lpt->last_col == nullptr ? lpt->first_col : lpt->last_col->next) = col;
   lpt->last_col = col;
-  glp_avl_insert_by_key(d.tcol, col);
+  glp_avl_insert_by_code(d.tcol, col, code);
   return col;
 }
 
@@ -424,41 +564,96 @@ void merge(dsa& d, LPTLFE* element, int coef) {
   element->coef = static_cast<int>(sum);
 }
 
+/// A linear form as far as it has been parsed. To tell which columns it has, a short form notes
+/// their signatures and does not touch them, for they are all over the memory. A long form marks
+/// its columns.
+struct Form {
+  LPTLFE* first = nullptr;
+  LPTLFE* last = nullptr;
+  int length = 0;
+  std::uint64_t signatures = 0;
+  bool isLong() const { return length > longest_short_form; }
+};
+
+/// A bit that stands for the column, and for others.
+std::uint64_t signature(const ReaderColumn* col) {
+  return std::uint64_t{1} << reinterpret_cast<std::uintptr_t>(col) / sizeof(ReaderColumn) % 64;
+}
+
+void mark(LPTLFE* element) {
+  ReaderColumn* const col = static_cast<ReaderColumn*>(element->col);
+  col->j = -col->j;
+  col->element = element;
+}
+
+/// The element with this column, or null.
+LPTLFE* find_element(const Form& form, const ReaderColumn* col) {
+  if (form.isLong()) return col->j < 0 ? col->element : nullptr;
+  if ((form.signatures & signature(col)) == 0) return nullptr;
+  LPTLFE* element = form.first;
+  while (element != nullptr && element->col != col) element = element->next;
+  return element;
+}
+
+/// Adds a term to the form.
+// cppcheck-suppress constParameter ; it changes in the conditional assignment, too
+void add_term(dsa& d, Form& form, int coef, ReaderColumn* col) {
+  LPTLFE* const known = find_element(form, col);
+  if (known != nullptr) {
+    merge(d, known, coef);
+    return;
+  }
+  LPTLFE* const element =
+      new (glp_dmp_get_atomv(d.lpt->pool, sizeof(LPTLFE))) LPTLFE{coef, col, nullptr};
+  (form.last == nullptr ? form.first : form.last->next) = element;
+  form.last = element;
+  form.signatures |= signature(col);
+  const bool was_long = form.isLong();
+  form.length++;
+  if (was_long) {
+    mark(element);
+  } else if (form.isLong()) {
+    for (LPTLFE* e = form.first; e != nullptr; e = e->next) mark(e);
+  }
+}
+
+/// Takes the marks off the columns of a form.
+void release_columns(const Form& form) {
+  if (!form.isLong()) return;
+  for (LPTLFE* element = form.first; element != nullptr; element = element->next)
+    element->col->j = -element->col->j;
+}
+
 /// Parses a linear form and merges the terms on the same column.
 /// \return the form's first element, or null if the form lacks a term at its start or after a sign.
 LPTLFE* parse_linear_form(dsa& d) {
-  LPTLFE* first = nullptr;
-  LPTLFE* last = nullptr;
+  Form form;
   // cppcheck-suppress variableScope ; the loop's own condition cannot see into its body
   bool complete = false;
   do {
-    const int sign = parse_optional_sign(d);
-    int coef = sign;
-    if (d.token == T_NUMBER) {
-      coef = sign * d.value;
-      scan_token(d);
-      if (d.token != T_ASTERISK) fatal(d, "expecting '*' instead of %s", d.image);
-      scan_token(d);
-    }
-    complete = d.token == T_NAME;
-    if (!complete) break;
-    ReaderColumn* const col = static_cast<ReaderColumn*>(find_col(d, d.image));
-    if (col->j < 0) {
-      merge(d, col->element, coef);
+    complete = true;
+    if (d.token == T_TERM) {
+      const PlainTerm& term = *d.term;
+      add_term(d, form, term.coef, find_col(d, term.name, term.length(), term.code));
     } else {
-      LPTLFE* const element =
-          new (glp_dmp_get_atomv(d.lpt->pool, sizeof(LPTLFE))) LPTLFE{coef, col, nullptr};
-      (last == nullptr ? first : last->next) = element;
-      last = element;
-      col->j = -col->j;
-      col->element = element;
+      const int sign = parse_optional_sign(d);
+      int coef = sign;
+      if (d.token == T_NUMBER) {
+        coef = sign * d.value;
+        scan_token(d);
+        if (d.token != T_ASTERISK) fatal(d, "expecting '*' instead of %s", d.image);
+        scan_token(d);
+      }
+      complete = d.token == T_NAME;
+      if (!complete) break;
+      const size_t length = static_cast<size_t>(d.imlen);
+      add_term(d, form, coef, find_col(d, d.image, length, glp_avl_code(d.image, length)));
     }
-    scan_token(d);
-  } while (d.token == T_PLUS || d.token == T_MINUS);
+    scan_form_token(d);
+  } while (d.token == T_TERM || d.token == T_PLUS || d.token == T_MINUS);
 
-  for (LPTLFE* element = first; element != nullptr; element = element->next)
-    element->col->j = -element->col->j;
-  return complete ? first : nullptr;
+  release_columns(form);
+  return complete ? form.first : nullptr;
 }
 
 void parse_objective(dsa& d) {
@@ -474,6 +669,14 @@ void parse_objective(dsa& d) {
   d.lpt->obj = parse_linear_form(d);
 }
 
+/// The row called `name`, or null.
+void* find_row(dsa& d, const char* name) {
+  // Where no row is given a name, none is looked for. So the index follows when it is asked.
+  for (; d.unindexed != nullptr; d.unindexed = d.unindexed->next)
+    glp_avl_insert_by_key(d.trow, d.unindexed);
+  return glp_avl_find_by_key(d.trow, name);
+}
+
 /// Parses one row up to and including its semicolon, behind which the next token is scanned.
 void parse_row(dsa& d) {
   LPT* const lpt = d.lpt;
@@ -484,11 +687,11 @@ void parse_row(dsa& d) {
 
   if (at_label(d)) {
     copy_name(row->name, d);
-    if (glp_avl_find_by_key(d.trow, row->name) != nullptr)
-      fatal(d, "constraint `%s' multiply defined", row->name);
+    if (find_row(d, row->name) != nullptr) fatal(d, "constraint `%s' multiply defined", row->name);
     skip_label(d);
   } else {
-    std::snprintf(row->name, sizeof row->name, "r.%d", d.count);
+    std::memcpy(row->name, "r.", 2);
+    *std::to_chars(row->name + 2, row->name + lpt_name_length, d.count).ptr = '\0';
   }
 
   row->ptr = parse_linear_form(d);
@@ -515,21 +718,22 @@ void parse_row(dsa& d) {
 
   (lpt->last_row == nullptr ? lpt->first_row : lpt->last_row->next) = row;
   lpt->last_row = row;
-  glp_avl_insert_by_key(d.trow, row);
+  if (d.unindexed == nullptr) d.unindexed = row;
 
   scan_token(d);
   if (d.token != T_SEMICOLON) fatal(d, "expecting ';'");
   const char behind = d.line[d.pos];
   if (behind != '\0' && behind != '\\' && behind != ';')
     fatal(d, "invalid symbol(s) beyond right-hand side");
-  scan_token(d);
+  scan_form_token(d);
 }
 
 /// Parses all rows, of which there must be one.
 void parse_constraints(dsa& d) {
   if (d.token == T_SEMICOLON) scan_token(d); // ends the objective
   do parse_row(d);
-  while (d.token == T_NAME || d.token == T_NUMBER || d.token == T_PLUS || d.token == T_MINUS);
+  while (d.token == T_TERM || d.token == T_NAME || d.token == T_NUMBER || d.token == T_PLUS ||
+         d.token == T_MINUS);
 }
 
 void parse_problem(dsa& d) {
@@ -555,15 +759,19 @@ bool parsed(dsa& d) {
 } // namespace
 
 LPT* glp_lpt_read_prob(std::FILE* in) {
-  dsa d; // the long word buffer stays as it is: it is written before it is read
+  dsa d; // the long buffer stays as it is: it is written before it is read
   d.in = in;
   d.in_ended = false;
   d.in_error = 0;
-  d.in_next = d.in_filled = 0;
+  d.seen = d.in_next = d.in_end = d.line = d.buffer;
+  d.first_term = d.last_term = 0;
+  d.buffer[0] = '\0';
   d.lpt = new (glp_lib_umalloc(sizeof(LPT))) LPT{};
   d.lpt->pool = glp_dmp_create_pool(0);
+  d.lpt->col_pool = glp_dmp_create_pool(0);
   d.trow = glp_avl_create_tree(glp_avl_strcmp);
   d.tcol = glp_avl_create_tree(glp_avl_strcmp);
+  d.unindexed = nullptr;
   d.count = 0;
   d.line_ended = false;
   d.pos = 0;
@@ -571,7 +779,6 @@ LPT* glp_lpt_read_prob(std::FILE* in) {
   d.imlen = 0;
   d.value = 0;
   d.image[0] = '\0';
-  d.line[0] = '\0';
 
   LPT* lpt = d.lpt;
   if (!parsed(d)) {
@@ -587,7 +794,18 @@ LPT* glp_lpt_read_prob() {
   return glp_lpt_read_prob(stdin);
 }
 
+LPTROW* glp_lpt_next_row(LPT* lpt) {
+  LPTROW* const row = lpt->first_row;
+  if (row == nullptr) return nullptr;
+  glp_dmp_release_before(lpt->pool, row);
+  lpt->obj = nullptr;
+  lpt->first_row = row->next;
+  if (row->next == nullptr) lpt->last_row = nullptr;
+  return row;
+}
+
 void glp_lpt_free_prob(LPT* lpt) {
   glp_dmp_delete_pool(lpt->pool);
+  glp_dmp_delete_pool(lpt->col_pool);
   glp_lib_ufree(lpt);
 }

@@ -52,9 +52,9 @@ struct LPTROW {
   LPTROW* next;
 };
 
-/// A problem. Rows, columns and elements lie in its pool.
+/// A problem. Its records lie in its pools.
 struct LPT {
-  DMP* pool;
+  DMP* pool;                      ///< rows and elements, in input order
   char name[lpt_name_length + 1]; ///< of the objective: "obj" if not given, empty if there is none
   int sense;                      ///< of the objective: `LPT_MIN`, `LPT_MAX`, or 0 for none
   LPTLFE* obj;                    ///< objective's form; null if it has no terms or there is none
@@ -64,6 +64,7 @@ struct LPT {
   LPTROW* last_row;
   LPTCOL* first_col;
   LPTCOL* last_col;
+  DMP* col_pool; ///< columns
 };
 
 /// Reads a problem from `in`, of which nothing has been read yet through the stream, up to the end
@@ -75,6 +76,11 @@ struct LPT {
 
 /// Reads a problem from standard input, in the same way.
 [[nodiscard]] LPT* glp_lpt_read_prob();
+
+/// Takes the first row off the problem, or returns null when there is none left. Rows taken off
+/// earlier, and the objective's form, may be released by this, so that what is made of the rows can
+/// use their memory.
+LPTROW* glp_lpt_next_row(LPT* lpt);
 
 /// Releases a problem with all its rows, columns and forms.
 void glp_lpt_free_prob(LPT* lpt);

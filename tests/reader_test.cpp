@@ -232,6 +232,89 @@ TEST(Reader, Limits) {
          {repeated + " >= 1;\n", "| r.1: 200001*x > 1 | x"}});
 }
 
+/// Forms in which terms that come as one word meet all others, short ones and long ones.
+TEST(Reader, PlainTerms) {
+  const std::string long_name = times(31, 'n');
+  check({
+      {"+3*a -b +\n-999999999*" + long_name + "1\n-0*c -1000000000*" + long_name +
+           "2 +4*a >= 1 ;\n" + "-a +00000002*b>=-1;\n+a <= 1 ;\n",
+       "c 4: missing variable name\n"},
+      {"+3*a -b\n-999999999*" + long_name + "1\n-0*c -1000000000*" + long_name + "2 +4*a >= 1 ;\n" +
+           "-a +00000002*b>=-1;\n+a <= 1 ;\n",
+       "| r.1: 7*a -1*b -999999999*" + long_name + "1 0*c -1000000000*" + long_name +
+           "2 > 1 | r.10: -1*a 2*b > -1 | r.12: 1*a < 1 | a b " + long_name + "1 c " + long_name +
+           "2"},
+      {"+3*a +2.5*b >= 1 ;\n", "c 2: numeric constant `2.5' out of range (2147483647)\n"},
+      {"+3*a +4*.b >= 1 ;\n", "c 2: invalid use of decimal point\n"},
+      {"+3*a +4*5 >= 1 ;\n", "c 2: missing variable name\n"},
+      {"+3*a\r -\r4*\rb\r\n>= 1 ;\n", "| r.1: 3*a -4*b > 1 | a b"},
+      {"+a * +b\n+c \\ +d\n+e >= 1 ;\n", "| r.1: 1*a 1*c 1*e > 1 | a c e"},
+      {"x >= 1 ; +a\n", "c 5: missing constraint sense\n"},
+      {"+a >= +3*b ;\n", "c 3: expecting ';'\n"},
+      {"+a >= 1 ;\n* +b\nend +c\n", "c 8: extra symbol(s) detected beyond `end'\n"},
+      {"+a +2147483647*a\n+b >= 1 ;\n",
+       "c sum of numeric constants out of range [0]\nc 2: c number out of RANGE\n"},
+  });
+  for (const int terms : {19, 20, 21, 22, 100}) {
+    std::string input = "+1*y0";
+    std::string form = "| r.1: 3*y0 ";
+    std::string columns = " y0";
+    for (int i = 1; i < terms; i++) {
+      const std::string y = "y" + std::to_string(i);
+      input += " +1*" + y;
+      form += (i == terms - 1 ? "3*" : i == 5 ? "2*" : "1*") + y + " ";
+      columns += " " + y;
+    }
+    const std::string last = std::to_string(terms - 1);
+    input += " +y5 +2*y" + last + " +2*y0 >= 1 ;\n-y" + last + " +y5 <= 1 ;\n";
+    form += "> 1 | r." + std::to_string(terms + 7) + ": -1*y" + last + " 1*y5 < 1 |";
+    // Row 2's number: the terms, three more, and the three words behind them, then its first.
+    check({{input, form + columns}});
+  }
+}
+
+/// Words that go on from one block of input to the next, at every place where they can be cut; the
+/// input comes from a file and in single characters.
+TEST(Reader, BlocksCutWords) {
+  const std::string text = "+12*abc -34*longer_than_8\r\n+x5 <= -67 ;\n";
+  const std::string expected = ": 12*abc -34*longer_than_8 1*x5 < -67 | abc longer_than_8 x5";
+  for (size_t before = 0; before <= text.size(); before++) {
+    const std::string comment = "* " + times(65536 - 3 - before, 'y') + "\n";
+    check({{comment + text, "| r.3" + expected}});
+  }
+  const std::string input = "min: +x ;\n" + text + "x >= 1 ;\n";
+  FILE* const in = fopencookie(const_cast<std::string*>(&input), "r",
+                               {[](void* cookie, char* buffer, size_t) -> ssize_t {
+                                  static size_t at = 0;
+                                  const std::string& all = *static_cast<std::string*>(cookie);
+                                  if (at == all.size()) return 0;
+                                  *buffer = all[at++];
+                                  return 1;
+                                },
+                                nullptr, nullptr, nullptr});
+  EXPECT_EQ(outcome(in), "- obj: 1*x | r.4: 12*abc -34*longer_than_8 1*x5 < -67 | "
+                         "r.10: 1*x > 1 | x abc longer_than_8 x5");
+}
+
+TEST(Reader, RowsAreTakenOffOneByOne) {
+  std::string input = "max: x0 ;\n";
+  for (int i = 0; i < 5000; i++) input += "+x" + std::to_string(i) + " +x0 >= 1 ;\n";
+  FILE* const in = std::tmpfile();
+  std::fputs(input.c_str(), in);
+  std::rewind(in);
+  LPT* const lpt = glp_lpt_read_prob(in);
+  std::fclose(in);
+  ASSERT_NE(lpt, nullptr);
+  for (int i = 1; i <= 5000; i++) {
+    const LPTROW* const first = glp_lpt_next_row(lpt);
+    ASSERT_NE(first, nullptr);
+    EXPECT_EQ(first->i, i);
+    EXPECT_EQ(first->ptr->col->j, i); // columns stay
+  }
+  EXPECT_EQ(glp_lpt_next_row(lpt), nullptr);
+  glp_lpt_free_prob(lpt);
+}
+
 TEST(Reader, ReadError) {
   EXPECT_EQ(outcome(std::fopen("/", "r")),
             std::string("c 1: read error - ") + strerror(EISDIR) + "\n");
@@ -313,26 +396,29 @@ TEST(Pool, RecordsAreAlignedAndApart) {
     // The small ones at the end fill blocks to the last byte.
     const size_t size = i >= 2000 ? 1 : i % 100 == 0 ? dmp_max_atom : 1 + random() % 500;
     unsigned char* const atom = static_cast<unsigned char*>(glp_dmp_get_atomv(pool, size));
-    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(atom) % alignof(std::max_align_t), 0u);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(atom) % dmp_alignment, 0u);
     std::memset(atom, i % 251, size);
     atoms.emplace_back(atom, size);
   }
-  for (size_t i = 0; i < atoms.size(); i++)
+  for (size_t i = 0; i < atoms.size(); i++) {
+    glp_dmp_release_before(pool, atoms[i].first); // leaves this one and all later ones
     EXPECT_EQ(std::count(atoms[i].first, atoms[i].first + atoms[i].second, i % 251),
               static_cast<std::ptrdiff_t>(atoms[i].second));
+  }
+  EXPECT_EQ(pool->oldest, pool->newest) << "the blocks before the last record are still there";
   glp_dmp_delete_pool(pool);
 }
 
-using HashAndKey = std::pair<std::uint32_t, std::string>;
+using CodeAndKey = std::pair<std::uint64_t, std::string>;
 
-HashAndKey placeOf(const AVLNODE* node) {
-  return {node->hash, static_cast<const char*>(node->record)};
+CodeAndKey placeOf(const AVLNODE* node) {
+  return {node->entry.code, static_cast<const char*>(node->entry.record)};
 }
 
 /// The height of the subtree under `node`, whose keys must lie between `low` and `high`.
-int checkedHeight(const AVLNODE* node, const HashAndKey& low, const HashAndKey& high, int* size) {
+int checkedHeight(const AVLNODE* node, const CodeAndKey& low, const CodeAndKey& high, int* size) {
   if (node == nullptr) return 0;
-  const HashAndKey place = placeOf(node);
+  const CodeAndKey place = placeOf(node);
   EXPECT_TRUE(low <= place && place <= high) << place.second;
   const int left = checkedHeight(node->child[0], low, place, size);
   const int right = checkedHeight(node->child[1], place, high, size);
@@ -342,22 +428,23 @@ int checkedHeight(const AVLNODE* node, const HashAndKey& low, const HashAndKey& 
   return 1 + std::max(left, right);
 }
 
-/// `count` keys, by hash ascending, that share one slot of an index with up to 1024 slots.
+/// `count` keys, by code ascending, whose windows begin at one place in an index with up to 4096.
 std::vector<std::string> collidingKeys(size_t count) {
   AVLTREE* const tree = glp_avl_create_tree(glp_avl_strcmp);
-  std::vector<HashAndKey> keys;
+  std::vector<std::string> fillers;
+  for (int i = 0; i < 2000; i++) fillers.push_back("filler" + std::to_string(i));
+  for (std::string& filler : fillers) glp_avl_insert_by_key(tree, filler.data());
+  EXPECT_EQ(tree->log_slots, 12u);
+  std::vector<CodeAndKey> keys;
   for (int i = 1000000; keys.size() < count; i++) {
-    std::string key = std::to_string(i);
-    glp_avl_insert_by_key(tree, key.data());
-    if (tree->newest->hash % 1024 == 7) keys.emplace_back(tree->newest->hash, key);
-    tree->newest = nullptr; // the key's text goes: nothing may look at it again
-    std::fill(tree->roots, tree->roots + tree->slots, nullptr);
-    tree->size = 0;
+    const std::string key = std::to_string(i);
+    const std::uint64_t code = glp_avl_code(key.data(), key.size());
+    if (glp_avl_window(tree, code) == tree->slots + 7) keys.emplace_back(code, key);
   }
   glp_avl_delete_tree(tree);
   std::sort(keys.begin(), keys.end());
   std::vector<std::string> result;
-  for (const HashAndKey& key : keys) result.push_back(key.second);
+  for (const CodeAndKey& key : keys) result.push_back(key.second);
   return result;
 }
 
@@ -370,29 +457,48 @@ TEST(NameIndex, StaysBalancedAndFindsAll) {
   auto repeated = shuffled;
   for (size_t i = 0; i < repeated.size(); i++) repeated[i] = shuffled[i / 10];
   std::vector<std::string> many;
-  for (int i = 0; i < 20000; i++) many.push_back("x" + std::to_string(i));
+  for (int i = 0; i < 20000; i++) many.push_back(std::string(i % 20, '_') + std::to_string(i));
 
   for (auto keys : {ascending, descending, shuffled, repeated, many}) {
     AVLTREE* const tree = glp_avl_create_tree(glp_avl_strcmp);
     int inserted = 0;
+    int in_tree = 0;
     for (std::string& key : keys) {
       glp_avl_insert_by_key(tree, key.data());
       const int stride = ++inserted <= 50 ? 1 : inserted <= 700 ? 17 : 997;
       if (inserted % stride != 0) continue;
-      int size = 0;
-      for (std::uint32_t slot = 0; slot < tree->slots; slot++)
-        checkedHeight(tree->roots[slot], {0, ""}, {UINT32_MAX, "\x7F"}, &size);
+      in_tree = 0;
+      checkedHeight(tree->root, {0, ""}, {UINT64_MAX, "\x7F"}, &in_tree);
+      int size = in_tree;
+      for (std::size_t slot = 0; slot < glp_avl_table_length(tree); slot++)
+        if (tree->slots[slot].record != nullptr) size++;
       EXPECT_EQ(size, inserted);
     }
     for (const std::string& key : keys) {
       const void* const found = glp_avl_find_by_key(tree, key.c_str());
       ASSERT_NE(found, nullptr) << key;
       EXPECT_EQ(glp_avl_strcmp(found, key.c_str()), 0);
+      EXPECT_EQ(glp_avl_find_by_key(tree, (key + "+").c_str()), nullptr);
     }
-    EXPECT_EQ(glp_avl_find_by_key(tree, "15"), nullptr);
-    EXPECT_LE(tree->size, tree->slots); // so that trees are small unless keys collide
+    EXPECT_EQ(glp_avl_find_by_key(tree, "15x"), nullptr);
+    EXPECT_EQ(glp_avl_find_by_key(tree, ""), nullptr);
+    // The tree has what is left over, not more: nearly all if the names have been chosen to
+    // collide.
+    EXPECT_EQ(in_tree > inserted / 2, keys.size() == 700) << in_tree;
     glp_avl_delete_tree(tree);
   }
+}
+
+/// Names that have one code and are told apart by their texts all the same.
+TEST(NameIndex, CodesMayCoincide) {
+  std::vector<std::string> names;
+  for (int i = 0; i < 100; i++) names.push_back("a long name " + std::to_string(i * 7919 % 100));
+  AVLTREE* const tree = glp_avl_create_tree(glp_avl_strcmp);
+  for (std::string& name : names) glp_avl_insert_by_code(tree, name.data(), 0x100);
+  for (std::string& name : names)
+    EXPECT_EQ(glp_avl_find_by_code(tree, name.c_str(), 0x100), name.data());
+  EXPECT_EQ(glp_avl_find_by_code(tree, "another", 0x100), nullptr);
+  glp_avl_delete_tree(tree);
 }
 
 } // namespace
