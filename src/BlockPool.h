@@ -13,6 +13,7 @@
 class BlockPool {
   static constexpr size_t unit = 8; ///< sizes are rounded up to multiples; the alignment, too
   static constexpr size_t largest = 1024;
+  /// Small enough that the C library takes what the reader has given back.
   static constexpr size_t chunk_size = 65536;
 
   struct Free {
@@ -97,7 +98,7 @@ template <class T> class WatchList {
 
   [[gnu::noinline]] void grow(BlockPool& pool) { // rare: not within the loops that push
     if (cap > INT_MAX / 2) outOfMemory();        // positions are ints
-    const int wanted = cap + max(1, cap / 2);
+    const int wanted = cap + (cap < 32 ? max(1, cap) : cap / 2);
     T* const larger = static_cast<T*>(pool.take(sizeof(T) * static_cast<size_t>(wanted)));
     for (int i = 0; i < sz; i++) new (larger + i) T(data[i]);
     release(pool);

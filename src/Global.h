@@ -173,7 +173,10 @@ template <class T> class vec {
       while (wanted < min_cap);
     }
     if (wanted > INT_MAX) outOfMemory(); // positions are ints
-    cap = static_cast<int>(wanted);
+    resize(static_cast<int>(wanted));
+  }
+  void resize(int new_cap) {
+    cap = new_cap;
     data = xrealloc(data, static_cast<size_t>(cap));
   }
 
@@ -198,6 +201,10 @@ template <class T> class vec {
 
   int size() const { return sz; }
   int capacity() const { return cap; }
+  /// Makes room for `size` elements, and no more than that.
+  void reserve(int size) {
+    if (size > cap) resize(size);
+  }
   /// The memory the elements take.
   size_t bytes() const { return sizeof(T) * static_cast<size_t>(sz); }
   /// Removes the last `nelems` elements, of which there must be as many.

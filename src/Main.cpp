@@ -33,6 +33,7 @@ class NameVec {
     names.push(static_cast<char*>(pool.take(length)));
     std::memcpy(names.last(), name, length);
   }
+  void reserve(int nvars) { names.reserve(nvars); }
   int size() const { return names.size(); }
   const char* operator[](int i) const { return names[i]; }
   /// The memory it takes.
@@ -262,6 +263,8 @@ bool parse_LPT(Solver& S) {
   LPT* const lpt = glp_lpt_read_prob();
   if (lpt == nullptr) endUnknown();
   int count = 0;
+  S.reserve(lpt->n);
+  varNameVec.reserve(lpt->n);
   for (LPTCOL* col = lpt->first_col; col != nullptr; col = col->next) {
     count++;
     assert(col->j == count && col->kind == LPT_BIN && col->lb == 0 && col->ub == 1);

@@ -10,6 +10,8 @@ template <class T> class Queue {
   int first = 0; ///< position in `elems` of the next element to take out
 
  public:
+  /// Makes room for `size` elements between two calls of `clear`.
+  void reserve(int size) { elems.reserve(size); }
   void insert(const T& x) { elems.push(x); }
   /// Takes the oldest pending element out; there must be one.
   T dequeue() {

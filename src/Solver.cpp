@@ -84,6 +84,21 @@ Var Solver::newVar(bool decision_var, int /*vlink*/, int /*vsize*/, int /*vmax*/
   return x;
 }
 
+void Solver::reserve(int nvars) {
+  const int nliterals = nvars > INT_MAX / 2 ? INT_MAX : 2 * nvars;
+  watches.reserve(nliterals);
+  pb_watches.reserve(nliterals);
+  litValues.reserve(nliterals);
+  reason.reserve(nvars);
+  reason_coeff.reserve(nvars);
+  assigns.reserve(nvars);
+  level.reserve(nvars);
+  activity.reserve(nvars);
+  trail.reserve(nvars);
+  propQ.reserve(nvars);
+  order.reserve(nvars);
+}
+
 bool Solver::addPBConstraint(int pbgoal, int pbtype, vec<vnumcoef>& pbterms, int v_p, int v_n,
                              bool isObj) {
   const bool is_equality = pbtype == pb_equal;

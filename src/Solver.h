@@ -75,6 +75,8 @@ class Solver {
   /// A new variable. Only a `decision_var` is chosen for decisions. The other arguments are
   /// ignored.
   Var newVar(bool decision_var, int vlink, int vsize, int vmax);
+  /// Makes room for `nvars` variables in all. Saves memory and time, no more.
+  void reserve(int nvars);
   /// Adds the constraint of relation `pbtype` (see `PBRelation`) between the sum of `pbterms` and
   /// `pbgoal`; see `PseudoBool_new` for the arguments. An equality becomes two constraints. With
   /// `isObj` the sum becomes the objective: larger is better once in normal form. False means that

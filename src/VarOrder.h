@@ -77,6 +77,11 @@ class VarOrder {
   VarOrder(const vec<signed char>& values, const vec<double>& activities)
       : assigns(values), activity(activities) {}
 
+  /// Makes room for `nvars` variables in all.
+  void reserve(int nvars) {
+    varpos.reserve(nvars);
+    order.reserve(nvars);
+  }
   /// Registers the next variable, at the end of the order if it is a decision variable.
   void newVar(bool decision_var);
   bool decisionVar(Var x) const { return varpos[x] != -1; }
