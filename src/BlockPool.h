@@ -98,10 +98,10 @@ template <class T> class WatchList {
 
   [[gnu::noinline]] void grow(BlockPool& pool) { // rare: not within the loops that push
     if (cap > INT_MAX / 2) outOfMemory();        // positions are ints
-    const int wanted = cap + (cap < 32 ? max(1, cap) : cap / 2);
+    const int wanted = cap + max(1, cap / 2);
     T* const larger = static_cast<T*>(pool.take(sizeof(T) * static_cast<size_t>(wanted)));
     for (int i = 0; i < sz; i++) new (larger + i) T(data[i]);
-    release(pool);
+    if (data != nullptr) pool.give(data, sizeof(T) * static_cast<size_t>(cap));
     data = larger;
     cap = wanted;
   }
@@ -133,9 +133,11 @@ template <class T> class WatchList {
   }
   /// Drops all elements; the storage stays.
   void clear() { sz = 0; }
-  /// Gives the storage back to the pool; the elements stay where they are until it is used again.
+  /// Drops all elements and gives the storage back to the pool.
   void release(BlockPool& pool) {
     if (data != nullptr) pool.give(data, sizeof(T) * static_cast<size_t>(cap));
+    data = nullptr;
+    sz = cap = 0;
   }
 };
 

@@ -41,6 +41,9 @@ class LevelSums {
   /// What `tmpCoef` holds for a variable whose falsified term shall get a fake watch.
   static constexpr int64 mark = -1;
 
+  /// The memory it takes.
+  size_t bytes() const { return levels.bytes() + touched.bytes(); }
+
   /// Starts anew for a constraint over the levels from `root_level` to `current`.
   void start(int root_level, int current) {
     for (int i = 0; i < touched.size(); i++) levels[touched[i]] = Level();

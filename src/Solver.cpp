@@ -188,7 +188,9 @@ MemoryUse Solver::memoryUse() const {
   use.variables = watches.bytes() + pb_watches.bytes() + undos.bytes() + activity.bytes() +
                   order.bytes() + list_is_left.bytes() + assigns.bytes() + litValues.bytes() +
                   reason.bytes() + reason_coeff.bytes() + level.bytes() + analyze_seen.bytes() +
-                  accumulator.bytes() + model.bytes() +
+                  accumulator.bytes() + model.bytes() + levelSums.bytes() +
+                  static_cast<size_t>(trail_lim.capacity()) * sizeof(int) +
+                  static_cast<size_t>(trail_pb.capacity()) +      // at the deepest level so far
                   static_cast<size_t>(nVars()) * 2 * sizeof(Lit); // the trail and its queue
   return use;
 }

@@ -40,7 +40,7 @@ enum SolveResult : int {
 struct MemoryUse {
   size_t constraints; ///< the records of all constraints
   size_t watches;     ///< the entries of the watch lists
-  size_t variables;   ///< what there is for each variable or literal
+  size_t variables;   ///< what there is for each variable, literal or decision level
 };
 
 /// Somebody who watches a search. Listening changes nothing about it.
