@@ -96,12 +96,28 @@ template <class T> class WatchList {
   int sz = 0;
   int cap = 0;
 
+  /// Only small lists lie in the pool, whose blocks never become one again: a list that grows
+  /// leaves blocks of all sizes behind.
+  static constexpr size_t largest_in_pool = 64;
+
+  static size_t bytes(int n) { return sizeof(T) * static_cast<size_t>(n); }
+  static T* take(BlockPool& pool, int n) {
+    void* const block = bytes(n) <= largest_in_pool ? pool.take(bytes(n)) : xmalloc<char>(bytes(n));
+    return static_cast<T*>(block);
+  }
+  void give(BlockPool& pool) {
+    if (bytes(cap) > largest_in_pool) {
+      std::free(data);
+    } else if (data != nullptr) {
+      pool.give(data, bytes(cap));
+    }
+  }
   [[gnu::noinline]] void grow(BlockPool& pool) { // rare: not within the loops that push
     if (cap > INT_MAX / 2) outOfMemory();        // positions are ints
     const int wanted = cap + max(1, cap / 2);
-    T* const larger = static_cast<T*>(pool.take(sizeof(T) * static_cast<size_t>(wanted)));
+    T* const larger = take(pool, wanted);
     for (int i = 0; i < sz; i++) new (larger + i) T(data[i]);
-    if (data != nullptr) pool.give(data, sizeof(T) * static_cast<size_t>(cap));
+    give(pool);
     data = larger;
     cap = wanted;
   }
@@ -109,7 +125,7 @@ template <class T> class WatchList {
  public:
   int size() const { return sz; }
   /// The memory the elements take.
-  size_t bytes() const { return sizeof(T) * static_cast<size_t>(sz); }
+  size_t bytes() const { return bytes(sz); }
   T* begin() { return data; }
   const T* begin() const { return data; }
   T& operator[](int i) {
@@ -135,7 +151,7 @@ template <class T> class WatchList {
   void clear() { sz = 0; }
   /// Drops all elements and gives the storage back to the pool.
   void release(BlockPool& pool) {
-    if (data != nullptr) pool.give(data, sizeof(T) * static_cast<size_t>(cap));
+    give(pool);
     data = nullptr;
     sz = cap = 0;
   }
