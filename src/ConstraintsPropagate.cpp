@@ -167,6 +167,10 @@ bool Clause::propagate(Solver& S, Lit p, bool& keep_watch) {
 Constr* Solver::propagate() {
   while (propQ.size() > 0) {
     const Lit p = propQ.dequeue();
+    if (propQ.size() > 0) {
+      __builtin_prefetch(watches[index(propQ.head())].begin());
+      __builtin_prefetch(pb_watches[index(propQ.head())].begin());
+    }
     Constr* confl = propagatePBs(p);
     if (confl == nullptr) confl = propagateClauses(p);
     if (confl != nullptr) {
@@ -206,6 +210,7 @@ Clause* Solver::propagateClauses(Lit p) {
   int i = 0;
   int j = 0;
   while (confl == nullptr && i < ws.size()) {
+    if (i + 2 < ws.size()) __builtin_prefetch(ws[i + 2]);
     Clause* const c = static_cast<Clause*>(ws[i]);
     bool keep_watch = false;
     if (!c->propagate(*this, p, keep_watch)) confl = c;

@@ -18,6 +18,8 @@ template <class T> class Queue {
     assert(size() > 0);
     return elems[first++];
   }
+  /// The oldest pending element; there must be one.
+  const T& head() const { return elems[first]; }
   /// Number of pending elements.
   int size() const { return elems.size() - first; }
   /// Drops all elements; the storage stays.

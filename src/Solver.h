@@ -284,6 +284,8 @@ inline bool Solver::enqueue(Lit p, Constr* from, int coeff) {
   reason_coeff[x] = at_root ? 0 : coeff == 0 ? 1 : coeff;
   trail.push(p);
   propQ.insert(p);
+  __builtin_prefetch(&watches[index(p)]);
+  __builtin_prefetch(&pb_watches[index(p)]);
   return true;
 }
 
