@@ -250,11 +250,9 @@ bool PseudoBool::calcReason(Solver& S, Lit p, vec<Lit>& out_reason, vec<Lit>& ou
     }
   }
   // In one analysis, what is false now was false in an earlier reason, too.
-  if (i == 0 && explained) return true;
-  if (!explained) {
-    explained = true;
-    S.explained.push(this);
-  }
+  if (explained) return true;
+  explained = true;
+  S.explained.push(this);
   // The false ones of the other terms; p itself is true or, being explained, unassigned. What has
   // been false since before the last propagated literal is not watched.
   Lit* end = out_reason.room(nterms - i);

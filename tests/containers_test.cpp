@@ -165,6 +165,48 @@ TEST(Sort, UniqueDropsRepeats) {
 }
 
 // ------------------------------------------------------------------------------------------------
+// Blocks and lists in a pool
+
+TEST(Pool, BlocksDoNotOverlap) {
+  BlockPool pool;
+  std::mt19937 random(3);
+  std::vector<std::pair<unsigned char*, size_t>> blocks;
+  const auto give = [&](size_t i) {
+    for (size_t k = 0; k < blocks[i].second; k++)
+      ASSERT_EQ(blocks[i].first[k], blocks[i].second % 251) << "written by another block";
+    pool.give(blocks[i].first, blocks[i].second);
+    blocks[i] = blocks.back();
+    blocks.pop_back();
+  };
+  for (int step = 0; step < 20000; step++) {
+    if (blocks.size() > 500 || (!blocks.empty() && random() % 3 == 0))
+      give(random() % blocks.size());
+    const size_t bytes = random() % 50 == 0 ? 1000 + random() % 50 : 1 + random() % 80;
+    unsigned char* const block = static_cast<unsigned char*>(pool.take(bytes));
+    ASSERT_EQ(reinterpret_cast<std::uintptr_t>(block) % 8, 0);
+    std::fill(block, block + bytes, static_cast<unsigned char>(bytes % 251));
+    blocks.emplace_back(block, bytes);
+  }
+  while (!blocks.empty()) give(blocks.size() - 1);
+}
+
+TEST(Pool, ListsGrowWithTheirElements) {
+  BlockPool pool;
+  WatchList<int> lists[3];
+  for (int i = 0; i < 100; i++)
+    for (WatchList<int>& list : lists) list.push(pool, i);
+  lists[0].shrink(90);
+  lists[1].release(pool);
+  lists[1].push(pool, 7);
+  EXPECT_EQ(lists[0].size(), 10);
+  EXPECT_EQ(lists[1].size(), 1);
+  EXPECT_EQ(lists[1].last(), 7);
+  for (int i = 0; i < 10; i++) EXPECT_EQ(lists[0][i], i);
+  for (int i = 0; i < 100; i++) EXPECT_EQ(lists[2][i], i);
+  for (WatchList<int>& list : lists) list.release(pool);
+}
+
+// ------------------------------------------------------------------------------------------------
 // The decision order
 
 class Order : public testing::Test {
