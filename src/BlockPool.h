@@ -100,6 +100,7 @@ template <class T> class WatchList {
   /// leaves blocks of all sizes behind.
   static constexpr size_t largest_in_pool = 64;
 
+  // NOLINTNEXTLINE(bugprone-sizeof-expression): the elements may be pointers
   static size_t bytes(int n) { return sizeof(T) * static_cast<size_t>(n); }
   static T* take(BlockPool& pool, int n) {
     void* const block = bytes(n) <= largest_in_pool ? pool.take(bytes(n)) : xmalloc<char>(bytes(n));

@@ -206,6 +206,7 @@ template <class T> class vec {
     if (size > cap) resize(size);
   }
   /// The memory the elements take.
+  // NOLINTNEXTLINE(bugprone-sizeof-expression): T may be a pointer
   size_t bytes() const { return sizeof(T) * static_cast<size_t>(sz); }
   /// Removes the last `nelems` elements, of which there must be as many.
   void shrink(int nelems) {

@@ -135,7 +135,7 @@ long long peakMemory() {
   if (std::FILE* const status = std::fopen("/proc/self/status", "r")) {
     char line[256];
     while (std::fgets(line, sizeof line, status) != nullptr)
-      if (std::sscanf(line, "VmHWM: %lld", &kib) == 1) break;
+      if (std::strncmp(line, "VmHWM:", 6) == 0) kib = std::strtoll(line + 6, nullptr, 10);
     std::fclose(status);
   }
   return kib * 1024;

@@ -178,11 +178,10 @@ bool Solver::checkModel() const {
 }
 
 MemoryUse Solver::memoryUse() const {
-  MemoryUse use = {0, 0, 0};
-  for (int i = 0; i < constrs.size(); i++) use.constraints += constrs[i]->bytes() + sizeof(Constr*);
-  for (int i = 0; i < learnts.size(); i++) use.constraints += learnts[i]->bytes() + sizeof(Clause*);
-  for (int i = 0; i < pb_learnts.size(); i++)
-    use.constraints += pb_learnts[i]->bytes() + sizeof(PseudoBool*);
+  MemoryUse use = {constrs.bytes() + learnts.bytes() + pb_learnts.bytes(), 0, 0};
+  for (int i = 0; i < constrs.size(); i++) use.constraints += constrs[i]->bytes();
+  for (int i = 0; i < learnts.size(); i++) use.constraints += learnts[i]->bytes();
+  for (int i = 0; i < pb_learnts.size(); i++) use.constraints += pb_learnts[i]->bytes();
   for (int i = 0; i < watches.size(); i++)
     use.watches += watches[i].bytes() + pb_watches[i].bytes();
   use.variables = watches.bytes() + pb_watches.bytes() + undos.bytes() + activity.bytes() +

@@ -41,10 +41,8 @@ class VarOrder {
   static int64 positionAt(int rank, int slot) {
     return static_cast<int64>(rank) * block_room + slot;
   }
-  Var* members(int block) { return static_cast<Var*>(order) + block * block_room; }
-  const Var* members(int block) const {
-    return static_cast<const Var*>(order) + block * block_room;
-  }
+  Var* members(int block) { return &order[block * block_room]; }
+  const Var* members(int block) const { return &order[block * block_room]; }
   /// The position of decision variable x.
   int64 position(Var x) const {
     return positionAt(table[blockAt(varpos[x])].rank, slotAt(varpos[x]));
