@@ -28,6 +28,7 @@ int VarOrder::newBlock(int rank) {
     block = spare.last();
     spare.pop();
   } else {
+    if (block == INT_MAX / block_room) outOfMemory(); // places are ints
     table.push();
     order.growTo((block + 1) * block_room, var_Undef);
   }
