@@ -152,6 +152,24 @@ TEST(Clauses, RemovedWithTheirWatches) {
   ws.release(pool);
 }
 
+TEST(Memory, IsCountedByWhatThereIs) {
+  TestSolver S(6);
+  const MemoryUse empty = S.memoryUse();
+  S.addClause(Lits{Lit(0), Lit(1), Lit(2)});
+  S.add({{4, 1}, {5, 1}, {6, 1}}, pb_at_least, 2);
+  const MemoryUse use = S.memoryUse();
+  const size_t clause = 16 + 3 * sizeof(Lit);
+  EXPECT_EQ(SolverAudit::constrs(S)[0]->bytes(), clause);
+  const size_t sum = SolverAudit::constrs(S)[1]->bytes();
+  EXPECT_GE(sum, 3 * sizeof(PBTerm) + 2 * sizeof(std::uint64_t)); // terms and marks
+  EXPECT_EQ(empty.constraints + empty.watches, 0);
+  EXPECT_EQ(use.constraints, clause + sum + 2 * sizeof(Constr*));
+  EXPECT_EQ(use.watches, 2 * sizeof(Constr*) + 3 * sizeof(pbWatchTerm));
+  EXPECT_EQ(use.variables, empty.variables);
+  S.newVar(true, -1, 0, 0);
+  EXPECT_GT(S.memoryUse().variables, use.variables);
+}
+
 // ------------------------------------------------------------------------------------------------
 // Conflict analysis
 
