@@ -1,4 +1,4 @@
-"""What bench/race and bench/grow share: running programs, reading what they print, drawing."""
+"""What the scripts beside this one share: running programs, reading what they print, drawing."""
 import ctypes
 import os
 import re
@@ -73,6 +73,18 @@ def execute(words, stdin, out, err, limit, grace=2):
         except ChildProcessError:
             pass
     return os.waitstatus_to_exitcode(status), killed.is_set(), usage
+
+
+def run(directory, words, stdin, limit):
+    """Output, errors, seconds of processor time and peak memory in KiB of one run, which is asked to
+    end at the limit. The output passes through files in the directory."""
+    out, err = os.path.join(directory, "out"), os.path.join(directory, "err")
+    _, _, usage = execute(words, stdin, out, err, limit, grace=0)
+    texts = []
+    for name in (out, err):
+        with open(name, encoding="utf-8", errors="replace") as text:
+            texts.append(text.read())
+    return *texts, usage.ru_utime + usage.ru_stime, usage.ru_maxrss
 
 
 def last_match(pattern, text):
