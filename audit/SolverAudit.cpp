@@ -221,9 +221,9 @@ class SolverAudit::Pass {
       demand(S.activity[sequence[i - 1]] >= S.activity[x], "x", x,
              " is less active than its place in the order");
     }
-    for (int i = 0; i < scanStart(o); i++)
-      demand(S.value(sequence[static_cast<size_t>(i)]) != l_Undef, "x",
-             sequence[static_cast<size_t>(i)], " is open before the scan start");
+    for (const Var x : sequence)
+      demand(o.position(x) >= o.last_var || S.value(x) != l_Undef, "x", x,
+             " is open before the scan start");
   }
 
   /// What propagation promises. A problem clause and a problem constraint imply all they can. What

@@ -46,6 +46,7 @@ class SolverAudit {
   static PseudoBool* objective(Solver& S) { return S.objConstr; }
 
   static void forgetExplained(Solver& S) { S.forgetExplained(); }
+
   // The accumulator of the learnt pseudo-Boolean constraint
   static int64& goal(Solver& S) { return S.tmpGoal; }
   static int64& coef(Solver& S, Var x) { return S.accumulator[x].tmpCoef; }

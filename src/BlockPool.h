@@ -5,6 +5,7 @@
 
 #include "Global.h"
 
+#include <algorithm>
 #include <type_traits>
 
 /// Hands out blocks cut one after the other from large chunks, so that records made together lie
@@ -147,6 +148,10 @@ template <class T> class WatchList {
   void shrink(int n) {
     assert(n >= 0 && n <= sz);
     sz -= n;
+  }
+  /// Removes the elements for which `matches` holds; the others keep their order.
+  template <class Matches> void removeIf(Matches matches) {
+    sz = static_cast<int>(std::remove_if(data, data + sz, matches) - data);
   }
   /// Drops all elements; the storage stays.
   void clear() { sz = 0; }

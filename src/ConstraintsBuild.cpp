@@ -101,11 +101,10 @@ bool PseudoBool_new(Solver& S, int pbgoal, int pbtype, vec<vnumcoef>& pbterms,
     const int coeff = pbterms[i].coeff;
     const bool flipped = coeff < 0; // a*x = a + |a|*~x
     const Lit lit(std::abs(vnum) - 1, (vnum < 0) != flipped);
-    const int64 size = std::abs(static_cast<int64>(coeff));
+    const int size = fitted(std::abs(static_cast<int64>(coeff)), guard_construction);
     goal += flipped ? size : 0;
-    if (size > INT_MAX) numericOverflow(guard_construction);
-    pb->addToLhsMax(static_cast<int>(size));
-    new (&terms[i]) PBTerm(static_cast<int>(size), lit);
+    pb->addToLhsMax(size);
+    new (&terms[i]) PBTerm(size, lit);
     __builtin_prefetch(&S.pb_watches[index(~lit)]); // for what follows
   }
   pb->rhs_goal = fitted(goal, guard_construction);

@@ -529,16 +529,8 @@ void Solver::removeAll(const vec<Constr*>& gone) {
   for (int i = 0; i < lists_left.size(); i++) {
     const int list = lists_left[i];
     list_is_left[list] = 0;
-    WatchList<Constr*>& ws = watches[list];
-    int j = 0;
-    for (int k = 0; k < ws.size(); k++)
-      if (!ws[k]->isLeaving()) ws[j++] = ws[k];
-    ws.shrink(ws.size() - j);
-    WatchList<pbWatchTerm>& pws = pb_watches[list];
-    j = 0;
-    for (int k = 0; k < pws.size(); k++)
-      if (!pws[k].pb->isLeaving()) pws[j++] = pws[k];
-    pws.shrink(pws.size() - j);
+    watches[list].removeIf([](const Constr* c) { return c->isLeaving(); });
+    pb_watches[list].removeIf([](const pbWatchTerm& entry) { return entry.pb->isLeaving(); });
   }
   lists_left.clear();
   for (int i = 0; i < gone.size(); i++) gone[i]->remove(*this, true);
