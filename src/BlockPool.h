@@ -1,12 +1,9 @@
 /// \file
-/// Memory for the many small records of a solver, and the watch lists that take it from there.
+/// Memory for the many small records of a solver.
 #ifndef QUILLON_BLOCK_POOL_H
 #define QUILLON_BLOCK_POOL_H
 
 #include "Global.h"
-
-#include <algorithm>
-#include <type_traits>
 
 /// Hands out blocks cut one after the other from large chunks, so that records made together lie
 /// together and no header stands between them. A block given back waits for the next request of its
@@ -27,16 +24,11 @@ class BlockPool {
 
   static size_t units(size_t bytes) { return (bytes + unit - 1) / unit; }
 
-  /// Whether each block comes from the C library, so that AddressSanitizer sees its bounds.
+  /// Whether each block comes from the C library, so that AddressSanitizer sees its bounds. How the
+  /// library was built decides, for blocks pass between it and what includes this.
   static constexpr bool for_sanitizer =
-#if defined(__SANITIZE_ADDRESS__)
+#ifdef QUILLON_SANITIZE
       true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-      true;
-#else
-      false;
-#endif
 #else
       false;
 #endif
@@ -86,80 +78,6 @@ class BlockPool {
     } else {
       std::free(block);
     }
-  }
-};
-
-/// A list in the memory of a pool, to which it is small: one for each literal, mostly short.
-/// Elements are relocated bitwise when it grows.
-template <class T> class WatchList {
-  static_assert(std::is_trivially_copyable_v<T>);
-  T* data = nullptr;
-  int sz = 0;
-  int cap = 0;
-
-  /// Only small lists lie in the pool, whose blocks never become one again: a list that grows
-  /// leaves blocks of all sizes behind.
-  static constexpr size_t largest_in_pool = 64;
-
-  // NOLINTNEXTLINE(bugprone-sizeof-expression): the elements may be pointers
-  static size_t bytes(int n) { return sizeof(T) * static_cast<size_t>(n); }
-  static T* take(BlockPool& pool, int n) {
-    void* const block = bytes(n) <= largest_in_pool ? pool.take(bytes(n)) : xmalloc<char>(bytes(n));
-    return static_cast<T*>(block);
-  }
-  void give(BlockPool& pool) {
-    if (bytes(cap) > largest_in_pool) {
-      std::free(data);
-    } else if (data != nullptr) {
-      pool.give(data, bytes(cap));
-    }
-  }
-  [[gnu::noinline]] void grow(BlockPool& pool) { // rare: not within the loops that push
-    if (cap > INT_MAX / 2) outOfMemory();        // positions are ints
-    const int wanted = cap + max(1, cap / 2);
-    T* const larger = take(pool, wanted);
-    for (int i = 0; i < sz; i++) new (larger + i) T(data[i]);
-    give(pool);
-    data = larger;
-    cap = wanted;
-  }
-
- public:
-  int size() const { return sz; }
-  /// The memory the elements take.
-  size_t bytes() const { return bytes(sz); }
-  T* begin() { return data; }
-  const T* begin() const { return data; }
-  T& operator[](int i) {
-    assert(i >= 0 && i < sz);
-    return data[i];
-  }
-  const T& operator[](int i) const {
-    assert(i >= 0 && i < sz);
-    return data[i];
-  }
-  T& last() { return (*this)[sz - 1]; }
-  /// Appends a copy of `elem`, which must not lie in this list.
-  void push(BlockPool& pool, const T& elem) {
-    if (sz == cap) grow(pool);
-    new (data + sz++) T(elem);
-  }
-  /// Removes the last `n` elements, of which there must be as many.
-  void shrink(int n) {
-    assert(n >= 0 && n <= sz);
-    sz -= n;
-  }
-  /// Removes the elements for which `matches` holds; the others keep their order.
-  template <class Matches> void removeIf(Matches matches) {
-    sz = static_cast<int>(std::remove_if(data, data + sz, matches) - data);
-  }
-  /// Drops all elements; the storage stays.
-  void clear() { sz = 0; }
-  /// Drops all elements and gives the storage back to the pool.
-  void release(BlockPool& pool) {
-    give(pool);
-    data = nullptr;
-    sz = cap = 0;
   }
 };
 

@@ -7,6 +7,7 @@
 #include "BlockPool.h"
 #include "Global.h"
 #include "SolverTypes.h"
+#include "WatchList.h"
 
 class Clause;
 class PseudoBool;

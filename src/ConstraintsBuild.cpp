@@ -2,6 +2,7 @@
 /// Construction of pseudo-Boolean problem constraints in normal form, and the conversion of
 /// clause-like ones.
 #include "Constraints.h"
+#include "Prefetch.h"
 #include "Solver.h"
 #include "Sort.h"
 
@@ -105,7 +106,7 @@ bool PseudoBool_new(Solver& S, int pbgoal, int pbtype, vec<vnumcoef>& pbterms,
     goal += flipped ? size : 0;
     pb->addToLhsMax(size);
     new (&terms[i]) PBTerm(size, lit);
-    __builtin_prefetch(&S.pb_watches[index(~lit)]); // for what follows
+    prefetch(&S.pb_watches[index(~lit)]); // for what follows
   }
   pb->rhs_goal = fitted(goal, guard_construction);
   pb->rhs_max = pb->rhs_goal;
@@ -116,7 +117,7 @@ bool PseudoBool_new(Solver& S, int pbgoal, int pbtype, vec<vnumcoef>& pbterms,
   int64 unwatched = static_cast<int64>(pb->rhs_max) + terms[0].coeff();
   for (int i = 0; i < pb->nterms && unwatched > 0; i++) {
     const WatchList<pbWatchTerm>& list = S.pb_watches[index(~terms[i].lit)];
-    __builtin_prefetch(list.begin() + list.size(), 1);
+    prefetch(list.begin() + list.size());
     unwatched -= terms[i].coeff();
   }
 

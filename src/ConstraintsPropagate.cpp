@@ -5,6 +5,7 @@
 
 #include "Constraints.h"
 #include "LevelSums.h"
+#include "Prefetch.h"
 #include "Solver.h"
 
 // What a visit needs is in this file, so that the compiler can make one loop of it.
@@ -168,8 +169,8 @@ Constr* Solver::propagate() {
   while (propQ.size() > 0) {
     const Lit p = propQ.dequeue();
     if (propQ.size() > 0) {
-      __builtin_prefetch(watches[index(propQ.head())].begin());
-      __builtin_prefetch(pb_watches[index(propQ.head())].begin());
+      prefetch(watches[index(propQ.head())].begin());
+      prefetch(pb_watches[index(propQ.head())].begin());
     }
     Constr* confl = propagatePBs(p);
     if (confl == nullptr) confl = propagateClauses(p);
@@ -210,7 +211,7 @@ Clause* Solver::propagateClauses(Lit p) {
   int i = 0;
   int j = 0;
   while (confl == nullptr && i < ws.size()) {
-    if (i + 2 < ws.size()) __builtin_prefetch(ws[i + 2]);
+    if (i + 2 < ws.size()) prefetch(ws[i + 2]);
     Clause* const c = static_cast<Clause*>(ws[i]);
     bool keep_watch = false;
     if (!c->propagate(*this, p, keep_watch)) confl = c;

@@ -12,6 +12,7 @@
 
 #include "BlockPool.h"
 #include "Global.h"
+#include "Prefetch.h"
 #include "Progress.h"
 #include "Solver.h"
 #include "glplib.h"
@@ -284,8 +285,7 @@ bool parse_LPT(Solver& S) {
     assert(row->i == count);
     const LPTROW* const soon = row->next == nullptr ? nullptr : row->next->next;
     if (soon != nullptr) { // for the memory to have its columns ready, which lie all over it
-      for (const LPTLFE* lfe = soon->ptr; lfe != nullptr; lfe = lfe->next)
-        __builtin_prefetch(&lfe->col->var);
+      for (const LPTLFE* lfe = soon->ptr; lfe != nullptr; lfe = lfe->next) prefetch(&lfe->col->var);
     }
     pbterms.clear();
     accepted = addRow(S, *row, pbterms);

@@ -6,6 +6,7 @@
 #include "Constraints.h"
 #include "Global.h"
 #include "LevelSums.h"
+#include "Prefetch.h"
 #include "Queue.h"
 #include "SolverTypes.h"
 #include "VarOrder.h"
@@ -284,8 +285,8 @@ inline bool Solver::enqueue(Lit p, Constr* from, int coeff) {
   reason_coeff[x] = at_root ? 0 : coeff == 0 ? 1 : coeff;
   trail.push(p);
   propQ.insert(p);
-  __builtin_prefetch(&watches[index(p)]);
-  __builtin_prefetch(&pb_watches[index(p)]);
+  prefetch(&watches[index(p)]);
+  prefetch(&pb_watches[index(p)]);
   return true;
 }
 

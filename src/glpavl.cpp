@@ -4,6 +4,7 @@
 // absorbs the new node's height and above it nothing changes.
 #include "glpavl.h"
 
+#include "Prefetch.h"
 #include "glplib.h"
 
 #include <cassert>
@@ -159,7 +160,7 @@ void* glp_avl_find_by_code(const AVLTREE* tree, const void* key, std::uint64_t c
 }
 
 void glp_avl_expect(const AVLTREE* tree, std::uint64_t code) {
-  __builtin_prefetch(glp_avl_window(tree, code));
+  prefetch(glp_avl_window(tree, code));
 }
 
 void* glp_avl_find_by_key(const AVLTREE* tree, const void* key) {
