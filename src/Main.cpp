@@ -17,6 +17,7 @@
 #include "Solver.h"
 #include "glplib.h"
 #include "glplpt.h"
+#include "process/Clock.h"
 
 namespace {
 
@@ -193,8 +194,10 @@ void display_help() {
               QUILLON_HOMEPAGE);
 }
 
-/// Interprets the options, which may set the solver's time limit; ends the process on a wrong one.
-void parse_cmdline(Solver& S, int argc, char* argv[]) {
+/// The time limit in seconds as options and environment set it; ends the process on a wrong option.
+double parse_cmdline(int argc, char* argv[]) {
+  const int environment = getPBlimit("PBTIMEOUT");
+  double limit = environment < 0 ? default_time_limit : time_limit_share * environment;
   for (int i = 1; i < argc; i++) {
     if (std::strcmp(argv[i], "--t") == 0) {
       i++;
@@ -207,7 +210,7 @@ void parse_cmdline(Solver& S, int argc, char* argv[]) {
         std::printf("Invalid time limit `%s'\n", argv[i]);
         endRun(exit_none);
       }
-      S.timeout = seconds;
+      limit = seconds;
     } else if (std::strcmp(argv[i], "--help") == 0) {
       display_help();
       endRun(exit_none);
@@ -216,6 +219,12 @@ void parse_cmdline(Solver& S, int argc, char* argv[]) {
       endRun(exit_none);
     }
   }
+  return limit;
+}
+
+/// The limit has passed once the whole seconds are more than `limit`.
+process::Ticks limitTicks(double limit) {
+  return (static_cast<process::Ticks>(limit) + 1) * process::ticks_per_second;
 }
 
 // ------------------------------------------------------------------------------------------------
@@ -311,9 +320,8 @@ int main(int argc, char* argv[]) {
   Solver S;
   S.verbosity = 0;
   S.nPBLearnt = 0.0;
-  const int limit = getPBlimit("PBTIMEOUT");
-  S.timeout = limit < 0 ? default_time_limit : time_limit_share * limit;
-  parse_cmdline(S, argc, argv);
+  process::TimeLimit limit;
+  limit.processor_end = T0 + limitTicks(parse_cmdline(argc, argv));
 
   if (!parse_LPT(S)) {
     holdStopSignals(nullptr);
@@ -325,9 +333,9 @@ int main(int argc, char* argv[]) {
 #ifdef QUILLON_TRACE
   forgetPeak();
 #endif
-  Progress progress;
-  if (progress.enabled()) S.listener = &progress;
-  const SolveResult st = S.solve(assumps, T0);
+  Progress progress(limit);
+  S.host = &progress;
+  const SolveResult st = S.solve(assumps);
   traceStats(S);
 
   holdStopSignals(nullptr); // so that a verdict is not cut off from its value line

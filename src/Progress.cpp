@@ -63,7 +63,8 @@ int terminalWidth() {
 
 } // namespace
 
-Progress::Progress() : mode(Mode::off), start(now()) {
+Progress::Progress(const process::TimeLimit& time_limit)
+    : mode(Mode::off), limit(time_limit), start(now()) {
   const char* const wish = std::getenv("QUILLON_PROGRESS");
   const bool terminal = isatty(STDERR_FILENO) != 0;
   const bool on = wish != nullptr && std::strcmp(wish, "1") == 0;
@@ -110,6 +111,7 @@ void Progress::onSolution(const Solver& /*S*/) {
 }
 
 void Progress::onEnd() {
+  if (mode == Mode::off) return;
   setTimer(0);
   erase();
 }

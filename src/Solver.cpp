@@ -562,17 +562,6 @@ double Solver::progressEstimate() const {
   return progress / nVars();
 }
 
-/// Whether the time limit has passed, as of the last hundredth of a second: the processor clock is
-/// expensive to read, so the cheap clock on the wall tells when to look at it again.
-bool Solver::outOfTime() {
-  const int64 now = monotonicTicks();
-  if (now < next_look) return false;
-  constexpr int64 short_while = ticks_per_second / 100;
-  const bool passed = static_cast<double>(secondsSince(Ts)) > timeout;
-  if (!passed) next_look = now + short_while; // whoever asks again is told again
-  return passed;
-}
-
 /// Searches until a solution is found (true; it is in `model` and still on the trail), the problem
 /// is unsatisfiable below `root_level` (false), or the budget of `nof_conflicts` is spent, the time
 /// limit passed after a first solution, or a termination signal seen (undefined). More than
@@ -589,9 +578,9 @@ lbool Solver::search(int nof_conflicts, int nof_learnts, const SearchParams& par
   for (;;) {
     Constr* const confl = propagate();
     audit(*this, confl == nullptr ? AuditPoint::fixpoint : AuditPoint::conflict);
-    if (report_due != 0 && listener != nullptr) {
+    if (report_due != 0 && host != nullptr) {
       report_due = 0;
-      listener->onReportDue(*this);
+      host->onReportDue(*this);
     }
     if (confl != nullptr) {
       stats.conflicts++;
@@ -646,17 +635,15 @@ lbool Solver::search(int nof_conflicts, int nof_learnts, const SearchParams& par
   }
 }
 
-SolveResult Solver::solve(const vec<Lit>& assumps, int64 T0) {
-  Ts = T0;
+SolveResult Solver::solve(const vec<Lit>& assumps) {
   accumulator.growTo(nVars());
   nPBLearnt = first_pb_limit;
-  next_look = 0;
   std::printf("c #variables read: %d - #constraints read: %d\n", nVars(), nConstrs());
 
   const SolveResult result = runSearch(assumps);
   propQ.clear();
   cancelUntil(0);
-  if (listener != nullptr) listener->onEnd();
+  if (host != nullptr) host->onEnd();
   if (result == solve_done && oneSolFound)
     std::printf("c optimum objective found = %d\n", objResult);
   return result;
@@ -694,7 +681,7 @@ SolveResult Solver::runSearch(const vec<Lit>& assumps) {
       oneSolFound = true;
       // Demand a better solution and go on, with the budgets grown so far.
       const bool improvable = objConstr->newObjConstraint(*this, true);
-      if (listener != nullptr) listener->onSolution(*this);
+      if (host != nullptr) host->onSolution(*this);
       if (!improvable) return solve_done;
       audit(*this, AuditPoint::tightened);
     }

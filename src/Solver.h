@@ -44,16 +44,18 @@ struct MemoryUse {
   size_t variables;   ///< what there is for each variable, literal or decision level
 };
 
-/// Somebody who watches a search. Listening changes nothing about it.
-class SearchListener {
+/// The world around a search: it is asked for the time and told how things go.
+class SearchHost {
  public:
-  virtual ~SearchListener() = default;
-  /// Called between two steps of the search once `report_due` (Global.h) has been set.
-  virtual void onReportDue(const Solver& S) = 0;
+  virtual ~SearchHost() = default;
+  /// Whether the search is to end with what it has. Asked at every decision, so it has to be quick.
+  virtual bool outOfTime() { return false; }
+  /// Called between two steps of the search once `report_due` has been set.
+  virtual void onReportDue(const Solver& /*S*/) {}
   /// Called when a solution of a problem with an objective has been found and evaluated.
-  virtual void onSolution(const Solver& S) = 0;
+  virtual void onSolution(const Solver& /*S*/) {}
   /// Called when the search is over, before the first result is printed.
-  virtual void onEnd() = 0;
+  virtual void onEnd() {}
 };
 
 /// One problem and the state of its solution.
@@ -100,10 +102,9 @@ class Solver {
 
   // Solution --------------------------------------------------------------------------------------
 
-  /// Decides the problem under `assumps`, or with an objective finds an optimal solution. `T0` is
-  /// the reading of the processor clock from which the time limit counts. The solver is back at
-  /// level 0 afterwards.
-  SolveResult solve(const vec<Lit>& assumps, int64 T0);
+  /// Decides the problem under `assumps`, or with an objective finds an optimal solution. The
+  /// solver is back at level 0 afterwards.
+  SolveResult solve(const vec<Lit>& assumps);
   /// Whether `model` holds a solution of a problem with an objective.
   bool solutionFound() const { return oneSolFound; }
   /// Objective value of the solution in `model`, shifted or negated as `PseudoBool::newGoal` says.
@@ -207,17 +208,14 @@ class Solver {
   PseudoBool* objConstr = nullptr;
   int objResult = 0;        ///< value of the last solution, as reported
   bool oneSolFound = false; ///< a solution has been found
-  int64 Ts = 0;             ///< clock reading at which solving started
-  int64 next_look = 0;      ///< when to look at the processor clock again, see `outOfTime`
 
  public:
   SolverStats stats;
   double progress_estimate = 0.0; ///< share of the search space done, roughly; at each restart
   vec<bool> model;                ///< per variable: the last solution found
   int verbosity = 0;
-  double timeout = 0.0;   ///< time limit in seconds of processor time
-  double nPBLearnt = 0.0; ///< learnt pseudo-Boolean constraints kept before they are reduced
-  SearchListener* listener = nullptr; ///< who watches the search; not owned
+  double nPBLearnt = 0.0;     ///< learnt pseudo-Boolean constraints kept before they are reduced
+  SearchHost* host = nullptr; ///< not owned; null: there is no time limit, and nobody is told
 
  private:
   // Propagation of one literal that has become true
@@ -233,7 +231,7 @@ class Solver {
   SolveResult runSearch(const vec<Lit>& assumps);
   lbool search(int nof_conflicts, int nof_learnts, const SearchParams& params);
   double progressEstimate() const;
-  bool outOfTime();
+  bool outOfTime() { return host != nullptr && host->outOfTime(); }
   void reduceDB();
   void pb_reduceDB();
   bool simplifyDB();

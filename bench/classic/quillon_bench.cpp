@@ -74,7 +74,6 @@ std::vector<Row> sums(Random& random, int nvars, int count, int size, int percen
 
 /// Makes the variables and adds the rows, those with a bound of 1 as clauses.
 void build(Solver& S, int nvars, const std::vector<Row>& rows) {
-  S.timeout = 1e9;
   for (int i = 0; i < nvars; i++) S.newVar(true, -1, 0, 0);
   vec<vnumcoef> terms;
   for (const Row& row : rows) {

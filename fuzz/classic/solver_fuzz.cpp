@@ -9,7 +9,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <vector>
 
 #include "SolverAudit.h"
@@ -85,7 +84,7 @@ void solveAndCheck(FuzzedDataProvider& bytes, Solver& S, const Model& model) {
     if (!negated) values |= 1U << x;
     assumptions.push(Lit(x, negated));
   }
-  const SolveResult result = S.solve(assumptions, std::clock());
+  const SolveResult result = S.solve(assumptions);
   demand(S.decisionLevel() == 0, "not back at level 0");
   bool possible = false;
   for (unsigned bits = 0; bits < 1U << model.nvars && !possible; bits++)
@@ -101,7 +100,7 @@ void solveAndCheck(FuzzedDataProvider& bytes, Solver& S, const Model& model) {
 
 /// The one call that an objective allows, without assumptions.
 void optimiseAndCheck(Solver& S, const Model& model, const Model::Row& objective) {
-  const SolveResult result = S.solve(vec<Lit>(), std::clock());
+  const SolveResult result = S.solve(vec<Lit>());
   const bool maximise = objective.relation == pb_at_least;
   bool possible = false;
   int64 best = 0;
@@ -133,7 +132,6 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   FuzzedDataProvider bytes(data, size);
   Solver S;
-  S.timeout = 1000;
   Model model;
   model.nvars = bytes.ConsumeIntegralInRange(0, max_vars);
   for (int x = 0; x < model.nvars; x++) S.newVar(true, -1, 0, 0);

@@ -25,7 +25,6 @@ struct Terms : vec<vnumcoef> {
 /// A solver with `nvars` variables and an empty accumulator.
 struct TestSolver : Solver {
   explicit TestSolver(int nvars) {
-    timeout = 1e9;
     for (int i = 0; i < nvars; i++) newVar(true, -1, 0, 0);
     SolverAudit::emptyAccumulator(*this);
   }

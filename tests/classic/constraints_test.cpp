@@ -397,7 +397,7 @@ TEST(Objective, LargestSumThatFits) {
   TestSolver S(2);
   addObjective(S, {{1, INT_MAX - 5}, {2, 5}}, true);
   testing::internal::CaptureStdout();
-  EXPECT_EQ(S.solve(Lits{}, std::clock()), solve_done);
+  EXPECT_EQ(S.solve(Lits{}), solve_done);
   EXPECT_NE(testing::internal::GetCapturedStdout().find("objective found = 2147483647\n"),
             std::string::npos);
   EXPECT_EQ(S.objectiveValue(), INT_MAX);
@@ -445,7 +445,7 @@ TEST(OverflowDeathTest, EveryGuardNamesItself) {
       {"3",
        [](TestSolver& S) {
          addObjective(S, {{1, INT_MAX}, {2, -1}}, false);
-         S.solve(Lits{}, std::clock());
+         S.solve(Lits{});
        }},
       // A maximum does not; its value may still be too large, or else the tightened degree.
       {"3",
@@ -453,12 +453,12 @@ TEST(OverflowDeathTest, EveryGuardNamesItself) {
          addObjective(S, {{1, INT_MAX}, {2, 1}}, true);
          S.addUnit(Lit(0));
          S.addUnit(Lit(1));
-         S.solve(Lits{}, std::clock());
+         S.solve(Lits{});
        }},
       {"4",
        [](TestSolver& S) {
          addObjective(S, {{1, INT_MAX}, {2, 1}}, true);
-         S.solve(Lits{}, std::clock());
+         S.solve(Lits{});
        }},
   };
   for (size_t i = 0; i < std::size(cases); i++) {

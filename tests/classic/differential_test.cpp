@@ -335,7 +335,6 @@ class Trial {
   int64 offset = 0;             ///< sum of the objective's negative coefficients
 
   explicit Trial(const Problem& p) : problem(p) {
-    solver.timeout = 1e9;
     for (Var x = 0; x < problem.nvars; x++) solver.newVar(true, -1, 0, 0);
     vec<vnumcoef> terms;
     if (problem.objective) {
@@ -357,7 +356,7 @@ class Trial {
   SolveResult solve(const std::vector<Lit>& assumptions) {
     vec<Lit> literals;
     for (const Lit p : assumptions) literals.push(p);
-    return solver.solve(literals, std::clock());
+    return solver.solve(literals);
   }
 
   unsigned model() const {

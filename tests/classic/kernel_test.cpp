@@ -483,14 +483,17 @@ TEST(Search, AssumptionsDecideOneQuestionOnly) {
   S.add({{1, 1}, {2, 1}, {3, 1}}, pb_at_most, 1);
   S.add({{1, 1}, {2, 1}}, pb_at_least, 1);
   testing::internal::CaptureStdout();
-  EXPECT_EQ(S.solve(Lits{Lit(0), Lit(1)}, std::clock()), solve_unsatisfiable);
-  EXPECT_EQ(S.solve(Lits{Lit(1), Lit(1)}, std::clock()), solve_done);
-  EXPECT_EQ(S.solve(Lits{Lit(2)}, std::clock()), solve_unsatisfiable);
+  EXPECT_EQ(S.solve(Lits{Lit(0), Lit(1)}), solve_unsatisfiable);
+  EXPECT_EQ(S.solve(Lits{Lit(1), Lit(1)}), solve_done);
+  EXPECT_EQ(S.solve(Lits{Lit(2)}), solve_unsatisfiable);
   EXPECT_TRUE(S.okay());
-  EXPECT_EQ(S.solve(Lits{}, std::clock()), solve_done);
+  EXPECT_EQ(S.solve(Lits{}), solve_done);
   EXPECT_TRUE(S.checkModel());
-  S.timeout = -1; // has passed
-  EXPECT_EQ(S.solve(Lits{}, std::clock()), solve_stopped);
+  struct : SearchHost {
+    bool outOfTime() override { return true; }
+  } expired;
+  S.host = &expired;
+  EXPECT_EQ(S.solve(Lits{}), solve_stopped);
   EXPECT_EQ(testing::internal::GetCapturedStdout().substr(0, 47),
             "c #variables read: 3 - #constraints read: 2\nc #");
 }
@@ -498,7 +501,7 @@ TEST(Search, AssumptionsDecideOneQuestionOnly) {
 TEST(Search, WithoutVariables) {
   TestSolver S(0);
   testing::internal::CaptureStdout();
-  EXPECT_EQ(S.solve(Lits{}, std::clock()), solve_done);
+  EXPECT_EQ(S.solve(Lits{}), solve_done);
   testing::internal::GetCapturedStdout();
 }
 
