@@ -9,7 +9,6 @@ factor=${1:-1}
 wanted=${*:-reader_fuzz formats_fuzz agreement_fuzz program_fuzz solver_fuzz}
 cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz
-export QUILLON=$PWD/build/fuzz/quillon
 
 # Seeds. Texts: the golden problems, their outputs, and for targets that take both the two in one.
 # Where the bytes are choices, any bytes will do.

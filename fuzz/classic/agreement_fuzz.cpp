@@ -2,6 +2,7 @@
 /// Arbitrary bytes into both readers of our format, the engine's and the library's. They share no
 /// code, so where they agree on the problem or on the message, both have read it right, or the
 /// same fault has been made twice.
+#include "Demand.h"
 #include "formats/StarReader.h"
 #include "glplpt.h"
 
@@ -13,51 +14,45 @@
 
 namespace {
 
-void require(bool holds, const char* what) {
-  if (holds) return;
-  std::fprintf(stderr, "the readers differ: %s\n", what);
-  std::abort();
-}
-
 void requireSameForm(const LPTLFE* form, const formats::Form& other) {
   for (const formats::Term& term : other) {
-    require(form != nullptr, "length of a form");
-    require(form->coef == term.coefficient, "coefficient");
-    require(form->col->j == term.variable + 1, "variable");
+    demand(form != nullptr, "length of a form");
+    demand(form->coef == term.coefficient, "coefficient");
+    demand(form->col->j == term.variable + 1, "variable");
     form = form->next;
   }
-  require(form == nullptr, "length of a form");
+  demand(form == nullptr, "length of a form");
 }
 
 void requireSame(const LPT* lpt, const formats::Problem& other) {
   using formats::Sense;
   const LPTCOL* col = lpt->first_col;
   for (int j = 0; j < other.variables.size(); j++, col = col->next)
-    require(col != nullptr && col->name == other.variables[j], "names");
-  require(col == nullptr, "number of variables");
+    demand(col != nullptr && col->name == other.variables[j], "names");
+  demand(col == nullptr, "number of variables");
 
   const Sense sense = other.objective.sense;
-  require(lpt->sense == (sense == Sense::none       ? 0
-                         : sense == Sense::minimise ? LPT_MIN
-                                                    : LPT_MAX),
-          "sense");
-  require(lpt->name == other.objective.name, "name of the objective");
+  demand(lpt->sense == (sense == Sense::none       ? 0
+                        : sense == Sense::minimise ? LPT_MIN
+                                                   : LPT_MAX),
+         "sense");
+  demand(lpt->name == other.objective.name, "name of the objective");
   requireSameForm(lpt->obj, other.objective.form);
 
   const LPTROW* row = lpt->first_row;
   for (const formats::Row& wanted : other.rows) {
     using formats::Relation;
-    require(row != nullptr, "number of rows");
-    require(row->name == wanted.name, "name of a row");
-    require(row->sense == (wanted.relation == Relation::at_most ? LPT_LE
-                           : wanted.relation == Relation::equal ? LPT_EQ
-                                                                : LPT_GE),
-            "relation");
-    require(row->rhs == wanted.bound, "right-hand side");
+    demand(row != nullptr, "number of rows");
+    demand(row->name == wanted.name, "name of a row");
+    demand(row->sense == (wanted.relation == Relation::at_most ? LPT_LE
+                          : wanted.relation == Relation::equal ? LPT_EQ
+                                                               : LPT_GE),
+           "relation");
+    demand(row->rhs == wanted.bound, "right-hand side");
     requireSameForm(row->ptr, wanted.form);
     row = row->next;
   }
-  require(row == nullptr, "number of rows");
+  demand(row == nullptr, "number of rows");
 }
 
 } // namespace
@@ -78,7 +73,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   const auto problem =
       formats::readStar(std::string_view(reinterpret_cast<const char*>(data), size));
-  require((lpt != nullptr) == static_cast<bool>(problem), "whether the text is a problem");
+  demand((lpt != nullptr) == static_cast<bool>(problem), "whether the text is a problem");
   if (lpt != nullptr) {
     requireSame(lpt, *problem);
     glp_lpt_free_prob(lpt);
@@ -86,7 +81,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string message =
         "c " + std::to_string(problem.error().word) + ": " + problem.error().message + "\n";
     // A NUL in the message ends the engine's; such a character is refused before it gets there.
-    require(std::string_view(printed, length).ends_with(message), "message");
+    demand(std::string_view(printed, length).ends_with(message), "message");
   }
   std::free(printed);
   return 0;

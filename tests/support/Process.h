@@ -55,7 +55,8 @@ class Process {
 /// Runs a process to its end.
 Finished run(const Process::Setup& setup);
 
-/// The whole of a file; the test fails if it cannot be read.
+/// The whole of a file.
+/// \throws std::runtime_error if it cannot be read
 std::string slurp(const std::string& path);
 
 #endif
