@@ -6,6 +6,9 @@
 #define QUILLON_SORT_H
 
 #include "Global.h"
+#include "Partitions.h"
+
+#include <bit>
 
 template <class T> struct LessThan_default {
   bool operator()(const T& a, const T& b) const { return a < b; }
@@ -29,36 +32,30 @@ constexpr int selection_sort_limit = 15;
 /// not on the call stack, so no input can exhaust that.
 template <class T, class LessThan> void sort(T* array, int size, LessThan lt, double& seed) {
   struct Part {
-    T* start;
+    int first;
     int size;
   };
+  // The most seen was 1.8 times the logarithm, in some millions of random orders of 16 to a million
+  // elements, most of them of less than a hundred; the mean comes near 1.2.
+  const int64 allowance = int64{4} * size * std::bit_width(static_cast<unsigned>(size));
+  Partitions<T, LessThan> partitions(array, size, lt, allowance);
   vec<Part> waiting;
-  for (;;) {
-    if (size <= selection_sort_limit) {
-      selectionSort(array, size, lt);
+  for (Part part{0, size};;) {
+    if (part.size <= selection_sort_limit) {
+      selectionSort(array + part.first, part.size, lt);
       if (waiting.size() == 0) return;
-      array = waiting.last().start;
-      size = waiting.last().size;
+      part = waiting.last();
       waiting.pop();
       continue;
     }
-    const T pivot = array[irand(seed, size)];
-    int i = -1;
-    int j = size;
-    for (;;) {
-      do i++;
-      while (lt(array[i], pivot));
-      do j--;
-      while (lt(pivot, array[j]));
-      if (i >= j) break;
-      std::swap(array[i], array[j]);
-    }
-    if (size - i > selection_sort_limit) {
-      waiting.push(Part{array + i, size - i});
+    const int left = partitions.cut(part.first, part.size, irand(seed, part.size));
+    const Part right{part.first + left, part.size - left};
+    if (right.size > selection_sort_limit) {
+      waiting.push(right);
     } else {
-      selectionSort(array + i, size - i, lt);
+      selectionSort(array + right.first, right.size, lt);
     }
-    size = i;
+    part.size = left;
   }
 }
 

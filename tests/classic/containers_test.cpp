@@ -101,13 +101,15 @@ bool before(const Item& a, const Item& b) {
   return a.key < b.key;
 }
 
-/// The quicksort as a recursion, with integer random numbers.
-void modelSort(std::vector<Item>& items, size_t from, size_t to, unsigned long& seed) {
+/// The quicksort as a recursion, with integer random numbers. Sorts `items` from place `from` up to
+/// `to`.
+template <class Before>
+void modelSort(std::vector<Item>& items, size_t from, size_t to, unsigned long& seed, Before lt) {
   const size_t size = to - from;
   if (size <= 15) {
     for (size_t i = from; i + 1 < to; i++)
       std::swap(items[i], *std::min_element(items.begin() + static_cast<long>(i),
-                                            items.begin() + static_cast<long>(to), before));
+                                            items.begin() + static_cast<long>(to), lt));
     return;
   }
   seed = seed * 1389796 % 2147483647;
@@ -116,13 +118,49 @@ void modelSort(std::vector<Item>& items, size_t from, size_t to, unsigned long& 
   size_t i = from;
   size_t j = to - 1;
   for (;; i++, j--) {
-    while (before(items[i], pivot)) i++;
-    while (before(pivot, items[j])) j--;
+    while (lt(items[i], pivot)) i++;
+    while (lt(pivot, items[j])) j--;
     if (i >= j) break;
     std::swap(items[i], items[j]);
   }
-  modelSort(items, from, i, seed);
-  modelSort(items, i, to, seed);
+  modelSort(items, from, i, seed, lt);
+  modelSort(items, i, to, seed, lt);
+}
+
+std::vector<Item> itemsOf(int n, const std::function<int(int)>& key) {
+  std::vector<Item> items;
+  for (int i = 0; i < n; i++) items.push_back({key(i), i});
+  return items;
+}
+
+struct Comparisons {
+  long sort = 0;
+  long model = 0;
+};
+
+/// Sorts and compares the outcome, the last random number included, with the model's.
+Comparisons sortLikeTheModel(std::vector<Item> items) {
+  Comparisons made;
+  std::vector<Item> expected = items;
+  unsigned long model_seed = 91648253;
+  modelSort(expected, 0, expected.size(), model_seed, [&made](const Item& a, const Item& b) {
+    made.model++;
+    return before(a, b);
+  });
+  double seed = 91648253;
+  const int n = static_cast<int>(items.size());
+  sort(
+      items.data(), n,
+      [&made](const Item& a, const Item& b) {
+        made.sort++;
+        return before(a, b);
+      },
+      seed);
+  EXPECT_TRUE(items == expected);
+  EXPECT_EQ(seed, static_cast<double>(model_seed));
+  EXPECT_TRUE(std::is_sorted(items.begin(), items.end(), before));
+  EXPECT_EQ(seed == 91648253, n <= 15); // selection draws no pivots
+  return made;
 }
 
 TEST(Sort, FollowsTheModelExactly) {
@@ -140,17 +178,62 @@ TEST(Sort, FollowsTheModelExactly) {
   for (const auto& input : inputs) {
     for (const int n : {0, 1, 2, 14, 15, 16, 17, 31, 100, 1000, 5000}) {
       SCOPED_TRACE(testing::Message() << input.name << ", " << n);
-      std::vector<Item> items;
-      for (int i = 0; i < n; i++) items.push_back({input.key(i, n), i});
-      std::vector<Item> expected = items;
-      unsigned long model_seed = 91648253;
-      modelSort(expected, 0, expected.size(), model_seed);
-      double seed = 91648253;
-      sort(items.data(), n, before, seed);
-      EXPECT_TRUE(items == expected);
-      EXPECT_EQ(seed, static_cast<double>(model_seed));
-      EXPECT_TRUE(std::is_sorted(items.begin(), items.end(), before));
-      EXPECT_EQ(seed == 91648253, n <= 15); // selection draws no pivots
+      sortLikeTheModel(itemsOf(n, [&](int i) { return input.key(i, n); }));
+    }
+  }
+}
+
+/// Keys that make every pivot the least of its part, or the largest where it stands first.
+std::vector<int> keysAgainstThePivots(int n) {
+  std::vector<Item> items = itemsOf(n, [](int) { return 0; }); // where the partitions move them
+  std::vector<int> keys(items.size());
+  double seed = 91648253;
+  int from = 0;
+  int to = n;
+  const auto settle = [&](int at, int key) {
+    keys[static_cast<size_t>(items[static_cast<size_t>(at)].id)] = key;
+    std::swap(items[static_cast<size_t>(at)], items[static_cast<size_t>(key)]);
+  };
+  while (to - from > 15) {
+    const int at = from + irand(seed, to - from);
+    settle(at, at == from ? --to : from++);
+  }
+  for (; from < to; from++) settle(from, from);
+  return keys;
+}
+
+TEST(Sort, NoOrderIsSlow) {
+  const int n = 5000;
+  const std::vector<int> keys = keysAgainstThePivots(n);
+  for (const int largest : {n, n / 2}) { // all different, or half of them equal
+    SCOPED_TRACE(largest);
+    const Comparisons made = sortLikeTheModel(
+        itemsOf(n, [&](int i) { return std::min(keys[static_cast<size_t>(i)], largest); }));
+    EXPECT_GT(made.model, n * n / 4) << "the keys are not bad enough";
+    EXPECT_LT(made.sort, 8 * 13 * n); // 13: the logarithm
+  }
+}
+
+TEST(Sort, PartitionsAreTheSameWithTheIndex) {
+  std::mt19937 random(5);
+  for (int round = 0; round < 300; round++) {
+    const int n = 1 + round;
+    const unsigned keys = 1 + static_cast<unsigned>(random()) % 40;
+    std::vector<Item> walked = itemsOf(n, [&](int) { return static_cast<int>(random() % keys); });
+    std::vector<Item> indexed = walked;
+    Partitions walk(walked.data(), n, before, INT_MAX);
+    Partitions index(indexed.data(), n, before, 0);
+    std::vector<std::pair<int, int>> parts{{0, n}}; // first place and size
+    while (!parts.empty()) {
+      const auto [first, size] = parts.back();
+      parts.pop_back();
+      const int at = static_cast<int>(random() % static_cast<unsigned>(size));
+      const int left = walk.cut(first, size, at);
+      ASSERT_EQ(index.cut(first, size, at), left);
+      ASSERT_TRUE(indexed == walked);
+      if (left == 0) continue; // the pivot is the least and stands first
+      for (const auto& part : {std::pair(first, left), std::pair(first + left, size - left)})
+        if (part.second > 1) parts.push_back(part);
     }
   }
 }
