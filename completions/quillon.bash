@@ -5,11 +5,11 @@ _quillon() {
   local options
   case ${COMP_WORDS[0]##*/} in
     quillon) options="--t --help" ;;
-    *) options="--map --help --version" ;;
+    *) options="--map --limit --help --version" ;;
   esac
   COMPREPLY=()
   case $before in
-    --t) return ;; # a number
+    --t | --limit) return ;; # a number
     --map) ;;
     *)
       if [[ $word == -* ]]; then

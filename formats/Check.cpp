@@ -38,14 +38,17 @@ bool isDeclared(std::string_view name, Int declared) {
 /// What an entry of a value line speaks of.
 struct Meaning {
   bool known = false;
-  int variable = -1; ///< -1 when the variable is only declared
+  int variable = -1; ///< -1 when it does not occur in the problem
   bool positive = true;
 };
 
 Meaning meaningOf(const Problem& problem, std::string_view text, const NameMap& map) {
   const auto lookUp = [&](std::string_view name, bool positive) {
     const auto mapped = map.empty() ? map.end() : map.find(std::string(name));
-    if (mapped != map.end()) name = mapped->second;
+    if (mapped != map.end()) {
+      name = mapped->second;
+      if (name.empty()) return Meaning{true, -1, positive};
+    }
     const int variable = problem.variables.find(name);
     return Meaning{variable >= 0 || isDeclared(name, problem.declared), variable, positive};
   };
@@ -59,8 +62,9 @@ Meaning meaningOf(const Problem& problem, std::string_view text, const NameMap& 
   return lookUp(text.substr(1), !positive);
 }
 
-Report fails(std::string why) {
-  return {Report::Kind::fails, "wrong: " + std::move(why)};
+/// Whether an objective of `a` is better than one of `b`.
+bool isBetter(Sense sense, Int a, Int b) {
+  return sense == Sense::maximise ? a > b : a < b;
 }
 
 } // namespace
@@ -90,17 +94,6 @@ Evaluation evaluate(const Problem& problem, const Assignment& assignment) {
   return {};
 }
 
-Int reportedObjective(const Objective& objective, Int value) {
-  Int negatives = 0;
-  bool any_positive = false;
-  for (const Term& term : objective.form) {
-    if (term.coefficient < 0) negatives += term.coefficient;
-    if (term.coefficient > 0) any_positive = true;
-  }
-  if (objective.sense == Sense::minimise && !any_positive) return -value;
-  return value - negatives;
-}
-
 Result<Assignment> assignmentOf(const Problem& problem, const std::vector<ValueEntry>& values,
                                 const NameMap& map) {
   Assignment assignment(static_cast<size_t>(problem.variables.size()), Value::unset);
@@ -119,53 +112,65 @@ Result<Assignment> assignmentOf(const Problem& problem, const std::vector<ValueE
   return assignment;
 }
 
+std::string Report::text() const {
+  if (!objective) return sentence;
+  return sentence + ", objective " + toString(*objective) +
+         (stated ? " as stated" : ", none stated");
+}
+
+Report falseClaim(const std::string& why) {
+  return {Report::Kind::fails, "wrong: " + why, {}, false};
+}
+
 Report checkOutput(const Problem& problem, const SolverOutput& output, const NameMap& map) {
   if (!output.has_values) {
     if (output.answer == Answer::satisfiable || output.answer == Answer::optimum)
-      return fails(std::string("the verdict is ") + wordsOf(output.answer) +
-                   ", but there is no value line");
+      return falseClaim(std::string("the verdict is ") + wordsOf(output.answer) +
+                        ", but there is no value line");
     return {Report::Kind::nothing,
-            std::string("nothing to check: ") + wordsOf(output.answer) + ", no value line"};
+            std::string("nothing to check: ") + wordsOf(output.answer) + ", no value line",
+            {},
+            false};
   }
   if (output.answer == Answer::unsatisfiable)
-    return fails("the verdict is UNSATISFIABLE, but there is a value line");
+    return falseClaim("the verdict is UNSATISFIABLE, but there is a value line");
 
   const Result<Assignment> assignment = assignmentOf(problem, output.values, map);
-  if (!assignment) return fails(assignment.error().message);
+  if (!assignment) return falseClaim(assignment.error().message);
   const Evaluation found = evaluate(problem, *assignment);
   if (found.kind == Evaluation::Kind::undetermined)
-    return fails(describe(problem, found.row) + " uses \"" + problem.variables[found.variable] +
-                 "\", which has no value");
+    return falseClaim(describe(problem, found.row) + " uses \"" +
+                      problem.variables[found.variable] + "\", which has no value");
   if (found.kind == Evaluation::Kind::violated) {
     const Row& row = problem.rows[found.row];
-    return fails(describe(problem, found.row) + " does not hold: " + toString(found.left) + " " +
-                 signOf(row.relation) + " " + toString(row.bound) + " is false");
+    return falseClaim(describe(problem, found.row) + " does not hold: " + toString(found.left) +
+                      " " + signOf(row.relation) + " " + toString(row.bound) + " is false");
   }
 
-  std::string sentence = problem.rows.size() == 1
-                             ? "ok: the one row holds"
-                             : "ok: all " + std::to_string(problem.rows.size()) + " rows hold";
+  Report report;
+  report.sentence = problem.rows.size() == 1
+                        ? "ok: the one row holds"
+                        : "ok: all " + std::to_string(problem.rows.size()) + " rows hold";
+  report.stated = !output.objectives.empty();
   const Objective& objective = problem.objective;
-  if (objective.sense == Sense::none) {
-    if (output.reported || output.objective)
-      return fails("an objective is stated, but the problem has none");
-    return {Report::Kind::holds, sentence};
-  }
+  if (objective.sense == Sense::none)
+    return report.stated ? falseClaim("an objective is stated, but the problem has none") : report;
   int unset = -1;
-  const std::optional<Int> value = valueOf(objective.form, *assignment, &unset);
-  if (!value)
-    return fails("the objective uses \"" + problem.variables[unset] + "\", which has no value");
-  const Int whole = *value + objective.constant;
-  if (output.objective && *output.objective != whole)
-    return fails("the rows hold, but the objective is " + toString(whole) + ", not " +
-                 toString(*output.objective));
-  const Int reported = reportedObjective(objective, *value);
-  if (output.reported && *output.reported != reported)
-    return fails("the rows hold, but the objective is " + toString(whole) + ", to be reported as " +
-                 toString(reported) + ", not " + toString(*output.reported));
-  sentence += ", objective " + toString(whole);
-  sentence += output.objective || output.reported ? " as stated" : ", none stated";
-  return {Report::Kind::holds, sentence};
+  const std::optional<Int> sum = valueOf(objective.form, *assignment, &unset);
+  if (!sum)
+    return falseClaim("the objective uses \"" + problem.variables[unset] +
+                      "\", which has no value");
+  const Int value = *sum + objective.constant;
+  report.objective = value;
+  if (report.stated && output.objectives.back() != value)
+    return falseClaim("the rows hold, but the objective is " + toString(value) + ", not " +
+                      toString(output.objectives.back()));
+  if (output.answer == Answer::optimum)
+    for (const Int other : output.objectives)
+      if (isBetter(objective.sense, other, value))
+        return falseClaim("the verdict is OPTIMUM FOUND with the objective " + toString(value) +
+                          ", but " + toString(other) + " was stated before");
+  return report;
 }
 
 } // namespace formats

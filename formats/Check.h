@@ -41,15 +41,11 @@ Evaluation evaluate(const Problem& problem, const Assignment& assignment);
 /// than 0 is unset; its number is then stored in `unset` if that is not null.
 std::optional<Int> valueOf(const Form& form, const Assignment& assignment, int* unset = nullptr);
 
-/// The number our program prints for an objective whose form comes to `value`: with N the sum of
-/// the negative coefficients, `value` - N; but -`value` when minimising without a positive
-/// coefficient. The constant plays no part, since our format has none.
-Int reportedObjective(const Objective& objective, Int value);
-
 /// The assignment that the value entries describe. An entry is a name of the problem, or "-" or "~"
-/// and a name; a name that is a key of `map` stands for the name it is mapped to. Names x1, x2, ...
-/// that the problem only declares are passed over. Fails at the first unknown name and at the
-/// first entry that contradicts an earlier one; repetitions are harmless.
+/// and a name; a name that is a key of `map` stands for the name it is mapped to, or for no
+/// variable of the problem. Names x1, x2, ... that the problem only declares are passed over, as is
+/// what stands for no variable. Fails at the first unknown name and at the first entry that
+/// contradicts an earlier one; repetitions are harmless.
 Result<Assignment> assignmentOf(const Problem& problem, const std::vector<ValueEntry>& values,
                                 const NameMap& map = {});
 
@@ -61,12 +57,22 @@ struct Report {
     nothing ///< the output does not claim to have a solution
   };
   Kind kind = Kind::holds;
-  std::string sentence; ///< one line for people, without a line end
+  std::string sentence; ///< for people, what was found
+  /// The objective's value, constant included, when all of it holds and there is an objective.
+  std::optional<Int> objective;
+  bool stated = false; ///< whether the output states that value
+
+  /// One line for people, without a line end: the sentence, and the objective if there is one.
+  std::string text() const;
 };
 
+/// The report of a false claim.
+Report falseClaim(const std::string& why);
+
 /// Checks the claims of `output`: that its values satisfy every row and that the objective comes to
-/// what is stated. Values are checked whatever the verdict, except that with UNSATISFIABLE their
-/// mere presence is a false claim. Not checked, since values cannot show it: that an optimum is
+/// what is stated last; with OPTIMUM FOUND, nothing better may have been stated before. Values are
+/// checked whatever the verdict, except that with UNSATISFIABLE their mere presence is a false
+/// claim. Not checked, since values cannot show it: that an optimum is
 /// one, and that an unsatisfiable problem is so.
 Report checkOutput(const Problem& problem, const SolverOutput& output, const NameMap& map = {});
 

@@ -1,6 +1,7 @@
 /// \file
 /// The alphabet of our own format, shared by its reader, its writer and whoever must find out
-/// whether a name can be kept. Only ASCII counts, whatever the locale.
+/// whether a name can be kept; and the lines and white space of all texts. Only ASCII counts,
+/// whatever the locale.
 #ifndef QUILLON_FORMATS_LEXICAL_H
 #define QUILLON_FORMATS_LEXICAL_H
 
@@ -44,6 +45,20 @@ inline bool isLegalName(std::string_view name) {
   for (const char c : name)
     if (!continuesName(c)) return false;
   return true;
+}
+
+/// `text` without the white space around it.
+inline std::string_view trim(std::string_view text) {
+  while (!text.empty() && isSpace(text.front())) text.remove_prefix(1);
+  while (!text.empty() && isSpace(text.back())) text.remove_suffix(1);
+  return text;
+}
+/// Takes the first line off `text`; without its line end.
+inline std::string_view takeLine(std::string_view& text) {
+  const std::size_t end = text.find('\n');
+  const std::string_view line = text.substr(0, end);
+  text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+  return line;
 }
 
 } // namespace formats

@@ -6,9 +6,17 @@
 
 namespace formats {
 
+namespace {
+
+/// Where an old name is expected: the source has no such variable.
+const std::string nothing = "-";
+
+} // namespace
+
 std::string writeNameMap(const std::vector<std::pair<std::string, std::string>>& pairs) {
   std::string text;
-  for (const auto& [new_name, old_name] : pairs) text += new_name + " " + old_name + "\n";
+  for (const auto& [new_name, old_name] : pairs)
+    text += new_name + " " + (old_name.empty() ? nothing : old_name) + "\n";
   return text;
 }
 
@@ -32,6 +40,7 @@ Result<NameMap> readNameMap(std::string_view text) {
     at = end + 1;
     if (count == 0) continue;
     if (count != 2) return Error{Place::at(line, 1), "a line of a map is NEW OLD"};
+    if (words[1] == nothing) words[1].clear();
     if (!map.emplace(words[0], words[1]).second)
       return Error{Place::at(line, 1), "\"" + words[0] + "\" is mapped twice"};
   }

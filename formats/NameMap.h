@@ -1,5 +1,6 @@
 /// \file
-/// The file that tells which new name stands for which name of the source: lines "NEW OLD".
+/// The file that tells which new name stands for which name of the source: lines "NEW OLD",
+/// or "NEW -" for a variable that the source does not have.
 #ifndef QUILLON_FORMATS_NAME_MAP_H
 #define QUILLON_FORMATS_NAME_MAP_H
 
@@ -13,10 +14,11 @@
 
 namespace formats {
 
-/// From the new name to the old one.
+/// From the new name to the old one, which is empty for a variable that the source does not have.
 using NameMap = std::unordered_map<std::string, std::string>;
 
-/// The text of a map file with `pairs` of new and old names, which hold no white space.
+/// The text of a map file with `pairs` as in a `NameMap`. The names hold no white space, and none
+/// is "-".
 std::string writeNameMap(const std::vector<std::pair<std::string, std::string>>& pairs);
 
 /// Reads a map file; empty lines are skipped. Refused are lines without exactly two words and a

@@ -102,16 +102,19 @@ class Reader {
     if (isNameStart(peek()) || peek() == '~') return fail("a blank is missing behind the number");
     const std::optional<Int> value = parseInt(text.substr(start, next - start));
     if (!value)
-      return fail("the number of " + std::to_string(next - start) + " digits is beyond 127 bits",
+      return fail("the number of " + std::to_string(next - start) + " digits is beyond " +
+                      int_width,
                   place);
     number = *value;
     return true;
   }
 
-  bool charge(Int amount, Place place) {
-    return addTo(weight, amount) ||
-           fail("the numbers of this statement add up to more than 127 bits", place);
+  bool failOnWeight(Place place) {
+    return fail(std::string("the numbers of this statement add up to more than ") + int_width,
+                place);
   }
+
+  bool charge(Int amount, Place place) { return addTo(weight, amount) || failOnWeight(place); }
 
   /// Takes a literal, of which the first character is next, and adds it to the form.
   bool readLiteral(Int coefficient, Int& constant, Place place) {
@@ -134,7 +137,7 @@ class Reader {
     }
     return builder.add(problem.variables.add(name), coefficient, place, -largest_int,
                        largest_int) ||
-           fail("the numbers of this statement add up to more than 127 bits", place);
+           failOnWeight(place);
   }
 
   bool atSumEnd() const {

@@ -20,14 +20,6 @@ constexpr Verdict verdicts[] = {
     {"UNSUPPORTED", Answer::unknown},
 };
 
-constexpr std::string_view reported_prefix = "c optimum objective found =";
-
-std::string_view trim(std::string_view text) {
-  while (!text.empty() && isSpace(text.front())) text.remove_prefix(1);
-  while (!text.empty() && isSpace(text.back())) text.remove_suffix(1);
-  return text;
-}
-
 void readValues(std::string_view line, size_t from, size_t number, SolverOutput& output) {
   output.has_values = true;
   while (from < line.size()) {
@@ -57,11 +49,10 @@ std::string readLine(std::string_view line, size_t number, SolverOutput& output)
   } else if (isKind('v')) {
     readValues(line, 1, number, output);
   } else if (isKind('o')) {
-    output.objective = parseInt(trim(line.substr(1)));
-    if (!output.objective) return "the objective line has no plain integer of at most 127 bits";
-  } else if (line.starts_with(reported_prefix)) {
-    output.reported = parseInt(trim(line.substr(reported_prefix.size())));
-    if (!output.reported) return "the reported objective is no plain integer of at most 127 bits";
+    const std::optional<Int> value = parseInt(trim(line.substr(1)));
+    if (!value)
+      return std::string("the objective line has no plain integer of at most ") + int_width;
+    output.objectives.push_back(*value);
   }
   return "";
 }
@@ -77,10 +68,8 @@ const char* wordsOf(Answer answer) {
 Result<SolverOutput> readSolverOutput(std::string_view text) {
   SolverOutput output;
   for (size_t number = 1; !text.empty(); number++) {
-    const size_t end = text.find('\n');
-    std::string message = readLine(text.substr(0, end), number, output);
+    std::string message = readLine(takeLine(text), number, output);
     if (!message.empty()) return Error{Place::at(number, 1), std::move(message)};
-    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
   }
   return output;
 }

@@ -1,13 +1,11 @@
 /// \file
-/// Reads what a solver printed: our program's output or that of any solver that follows the
-/// conventions of the pseudo-Boolean competitions.
+/// Reads what a solver printed that follows the conventions of the pseudo-Boolean competitions.
 #ifndef QUILLON_FORMATS_SOLVER_OUTPUT_H
 #define QUILLON_FORMATS_SOLVER_OUTPUT_H
 
 #include "Integer.h"
 #include "Result.h"
 
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,17 +31,14 @@ struct SolverOutput {
   bool has_values = false;
   /// The entries of all value lines in order.
   std::vector<ValueEntry> values;
-  /// The number of the last "c optimum objective found = N" line: our program's objective, shifted
-  /// as `reportedObjective` (Check.h) tells.
-  std::optional<Int> reported;
-  /// The number of the last "o N" line: the objective's value, constant included.
-  std::optional<Int> objective;
+  /// The numbers of all "o N" lines in order: the objective's value in solutions found on the way,
+  /// the last that of the values, constant included.
+  std::vector<Int> objectives;
 };
 
-/// Reads the whole of `text`. Lines of other kinds are skipped: comments, our program's "here" for
-/// a problem found unsatisfiable while loading, and whatever else a solver or a shell mixed in.
-/// Refused: an "s" line with an unknown verdict, two "s" lines, an "o" line or a "c optimum
-/// objective found" line without a plain number of at most 127 bits. Linear time.
+/// Reads the whole of `text`. Lines of other kinds are skipped: comments, and whatever else a
+/// solver or a shell mixed in. Refused: an "s" line with an unknown verdict, two "s" lines, and an
+/// "o" line without a plain number that fits an Int. Linear time.
 Result<SolverOutput> readSolverOutput(std::string_view text);
 
 } // namespace formats

@@ -81,10 +81,15 @@ class Converter {
     return std::nullopt;
   }
 
-  /// A row over any one variable, a fresh one if the problem has none.
+  /// A row over any one variable, a fresh one if the source has none.
   void addRow(Int bound) {
     Names& names = result.problem.variables;
-    if (names.size() == 0) names.add(freshName());
+    if (names.size() == 0 && source.variables.size() > 0) {
+      numberOf(0);
+    } else if (names.size() == 0) {
+      result.renamed.emplace_back(freshName(), "");
+      names.add(result.renamed.back().first);
+    }
     Row row;
     row.form.push_back({1, 0, {}});
     row.bound = bound;

@@ -15,7 +15,8 @@ struct StarForm {
   /// What to write. Its variables are those that occur, in order of first occurrence, so reading
   /// the written text numbers them alike.
   Problem problem;
-  /// The new and the old name of each variable whose own name is not legal in our format.
+  /// The new and the old name of each variable whose own name is not legal in our format. The old
+  /// name is empty for a variable that was made up since a row needs one.
   std::vector<std::pair<std::string, std::string>> renamed;
   /// What a reader of the result ought to know, one line each: the objective's constant, rows
   /// dropped or replaced, variables that no longer occur.
@@ -24,8 +25,9 @@ struct StarForm {
 
 /// The equivalent of `source`: terms with coefficient 0 are dropped; then rows without a term go
 /// when they hold, and one row that cannot hold stands for those that do not hold; an objective
-/// without a term goes; a problem without a row gets one that always holds. Refused, with place
-/// and row, is a coefficient or bound beyond `largest_number`.
+/// without a term goes; a problem without a row gets one that always holds. A row that stands for
+/// something else is over a variable of the source, if it has any. Refused, with place and row,
+/// is a coefficient or bound beyond `largest_number`.
 Result<StarForm> toStarForm(const Problem& source);
 
 } // namespace formats

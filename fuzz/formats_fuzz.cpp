@@ -1,10 +1,10 @@
 /// \file
 /// Fuzz target for the readers of the formats library: any bytes as a problem in each format, as a
 /// solver's output and as a map; what is accepted must survive being written and read again.
-#include "formats/Check.h"
 #include "formats/NameMap.h"
 #include "formats/OpbReader.h"
 #include "formats/ProblemReader.h"
+#include "formats/QuillonOutput.h"
 #include "formats/StarForm.h"
 #include "formats/StarReader.h"
 #include "formats/StarWriter.h"
@@ -57,14 +57,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (form) requireRoundTrip(form->problem);
   }
   (void)formats::readNameMap(text);
-  (void)formats::readSolverOutput(text);
+  (void)formats::readQuillonOutput(text);
 
   // A problem and an output, one behind the other.
   constexpr std::string_view divider = "\n%\n";
   const size_t cut = text.find(divider);
   if (cut == std::string_view::npos) return 0;
   const auto problem = formats::readProblem(text.substr(0, cut));
-  const auto output = formats::readSolverOutput(text.substr(cut + divider.size()));
-  if (problem && output) require(!formats::checkOutput(*problem, *output).sentence.empty());
+  const auto output = formats::readQuillonOutput(text.substr(cut + divider.size()));
+  if (problem && output) require(!formats::checkQuillonOutput(*problem, *output).sentence.empty());
   return 0;
 }

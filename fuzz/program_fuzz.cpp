@@ -8,11 +8,11 @@
 #include <cstdlib>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "Generators.h"
 #include "Process.h"
-#include "formats/Check.h"
-#include "formats/SolverOutput.h"
+#include "formats/QuillonOutput.h"
 #include "formats/StarReader.h"
 
 namespace {
@@ -46,7 +46,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string text = plain::text(plain);
   const Finished f = run({.program = "quillon", .arguments = {"--t", "100"}, .input = text});
   const auto problem = formats::readStar(text);
-  const auto output = formats::readSolverOutput(f.out);
+  const auto output = formats::readQuillonOutput(f.out);
   demand(static_cast<bool>(problem), "not a problem", text, f);
   demand(static_cast<bool>(output), "unreadable output", text, f);
 
@@ -61,10 +61,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
          "wrong verdict", text, f);
   demand(output->has_values == best.has_value(), "values and verdict disagree", text, f);
   if (!best) return 0;
-  demand(formats::checkOutput(*problem, *output).kind == formats::Report::Kind::holds,
+  demand(formats::checkQuillonOutput(*problem, *output).kind == formats::Report::Kind::holds,
          "the value line does not hold", text, f);
   if (has_objective)
-    demand(output->reported == formats::reportedObjective(problem->objective, *best),
+    demand(output->reported ==
+               std::vector<formats::Int>{formats::reportedObjective(problem->objective, *best)},
            "not the optimum", text, f);
   return 0;
 }

@@ -26,7 +26,7 @@ expect --help quillon --h
 expect --help quillon --t 5 --h
 expect '' quillon --t p
 expect 'problem two.pb,problem.pb' quillon pro
-expect --help,--map,--version opb2quillon --
+expect --help,--limit,--map,--version opb2quillon --
 expect --map quillon-check --m
 expect other quillon-check --map o
 expect 'problem two.pb,problem.pb' quillon-check --map other p

@@ -61,6 +61,66 @@ TEST_F(Programs, ConverterNamesAndMaps) {
   EXPECT_EQ(exitOf("quillon-check", {"--map", solved, opb, solved}), 3);
 }
 
+TEST_F(Programs, CheckerUnderstandsVariablesThatTheConverterMadeUp) {
+  for (const char* source :
+       {"min: 1 x1 -1 x1 ; 0 x2 >= 0 ;", "min: 3 ;", "0 x[1] >= 1 ;", ">= 0 ;"}) {
+    const std::string opb = file("in.opb", source);
+    ASSERT_EQ(exitOf("opb2quillon", {"--map", path("map"), opb, path("out")}), 0);
+    const std::string solved = run({.program = "quillon", .input_file = path("out")}).out;
+    const Finished checked = call("quillon-check", {"--map", path("map"), opb, "-"}, solved);
+    EXPECT_EQ(checked.exit, solved.find("UNSAT") == std::string::npos ? 0 : 4)
+        << source << checked.out << checked.err;
+  }
+}
+
+TEST_F(Programs, ConverterWritesNoFileThatItReadsOrWritesAlready) {
+  const std::string text = "1 x[1] >= 1 ;";
+  const std::string in = file("in", text);
+  std::filesystem::create_hard_link(in, path("link"));
+  std::filesystem::create_symlink(in, path("symlink"));
+  const std::string here =
+      directory + "/../" + std::filesystem::path(directory).filename().string();
+  const Arguments table[] = {
+      {"--map", in, in, path("out")},
+      {"--map", path("link"), in, path("out")},
+      {"--map", path("out"), in, path("out")},
+      {"--map", here + "/out", in, path("out")},
+      {in, path("symlink")},
+  };
+  for (const Arguments& arguments : table) {
+    EXPECT_EQ(exitOf("opb2quillon", arguments), 2) << arguments[1];
+    EXPECT_EQ(slurp(in), text);
+    EXPECT_FALSE(std::filesystem::exists(path("out")));
+  }
+  EXPECT_EQ(run({.program = "opb2quillon",
+                 .arguments = {"--map", path("out"), in},
+                 .output_file = path("out")})
+                .exit,
+            2);
+  EXPECT_EQ(exitOf("opb2quillon", {"--map", "/dev/null", in, "/dev/null"}), 0);
+}
+
+TEST_F(Programs, InputsAreBounded) {
+  const std::string text = "1 x >= 1 ;\n";
+  const std::string size = std::to_string(text.size());
+  EXPECT_EQ(exitOf("opb2quillon", {"--limit", size}, text), 0);
+  EXPECT_EQ(exitOf("opb2quillon", {"--limit", "1K"}, text), 0);
+  const Finished refused = call("opb2quillon", {"--limit", size}, text + "\n");
+  EXPECT_EQ(refused.exit, 3);
+  EXPECT_EQ(refused.err, "opb2quillon: -: more than the limit of " + size + " bytes\n");
+  EXPECT_EQ(exitOf("opb2quillon", {"--limit", "1M", "/dev/zero"}), 3);
+  EXPECT_EQ(exitOf("quillon-check", {"--limit", "10", file("problem", text), "-"}, "s UNKNOWN"), 3);
+  for (const char* wrong : {"-1", "K", "1k", "1.5G", "99999999999G"})
+    EXPECT_EQ(exitOf("opb2quillon", {"--limit", wrong}, text), 2) << wrong;
+}
+
+TEST_F(Programs, MessagesAreWholeWhateverIsInThem) {
+  const std::string problem = file("problem", "x >= 1;");
+  const std::string output = std::string("s SATISFIABLE\nv a\0b\x1B[31m", 24);
+  EXPECT_EQ(call("quillon-check", {problem, "-"}, output).out,
+            "wrong: the problem has no variable for the value \"a\\x00b\\x1B[31m\"\n");
+}
+
 TEST_F(Programs, ConverterRefusesWithPlaceAndLeavesTheOutputAlone) {
   const std::string old = file("out", "precious");
   const std::string product = file("product.opb", "1 x1 x2 >= 1 ;\n");
@@ -128,7 +188,8 @@ TEST_F(Programs, HelpAndVersion) {
   for (const std::string program : {"opb2quillon", "quillon-check"}) {
     const Finished help = call(program, {"--help"});
     EXPECT_EQ(help.exit, 0);
-    EXPECT_NE(help.out.find("Usage: " + program + " [--map FILE]"), std::string::npos);
+    EXPECT_NE(help.out.find("Usage: " + program + " [--map FILE] [--limit SIZE]"),
+              std::string::npos);
     EXPECT_NE(help.out.find("Exit code:"), std::string::npos);
     EXPECT_TRUE(call(program, {"--version"}).out.starts_with(program + " 1."));
     EXPECT_EQ(run({.program = program, .arguments = {"--help"}, .output_file = "/dev/full"}).exit,

@@ -1,17 +1,18 @@
 /// \file
 /// The formats library: what each reader takes and refuses, that conversions keep the meaning, and
 /// that the check of outputs notices every kind of false claim.
-#include "formats/Check.h"
 #include "formats/InputFile.h"
 #include "formats/OpbReader.h"
 #include "formats/ProblemReader.h"
-#include "formats/SolverOutput.h"
+#include "formats/QuillonOutput.h"
 #include "formats/StarForm.h"
 #include "formats/StarReader.h"
 #include "formats/StarWriter.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
@@ -407,29 +408,29 @@ TEST(StarForm, KeepsTheMeaningOfRandomProblems) {
 // Solver outputs and their check
 
 TEST(SolverOutput, ReadsOursAndTheCompetitions) {
-  const Result<SolverOutput> ours =
-      readSolverOutput("c starting to Solve\nc optimum objective found = -3\n"
-                       "c total time              : 0 s\ns OPTIMUM FOUND\nv x1 -x2 x3 \n");
+  const Result<QuillonOutput> ours =
+      readQuillonOutput("c starting to Solve\nc optimum objective found = -3\n"
+                        "c total time              : 0 s\ns OPTIMUM FOUND\nv x1 -x2 x3 \n");
   ASSERT_TRUE(ours);
   EXPECT_EQ(ours->answer, Answer::optimum);
-  EXPECT_EQ(ours->reported, Int{-3});
+  EXPECT_EQ(ours->reported, std::vector<Int>{-3});
   ASSERT_EQ(ours->values.size(), 3U);
   EXPECT_EQ(ours->values[1].text, "-x2");
   EXPECT_EQ(ours->values[1].place, Place::at(5, 6));
 
-  const Result<SolverOutput> theirs =
-      readSolverOutput("o 9\nv x1 ~x2\no 4\nvalue of nothing\ns SATISFIABLE\r\nv x3");
+  const Result<QuillonOutput> theirs =
+      readQuillonOutput("o 9\nv x1 ~x2\no 4\nvalue of nothing\ns SATISFIABLE\r\nv x3");
   ASSERT_TRUE(theirs);
   EXPECT_EQ(theirs->answer, Answer::satisfiable);
-  EXPECT_EQ(theirs->objective, Int{4});
+  EXPECT_EQ(theirs->objectives, (std::vector<Int>{9, 4}));
   EXPECT_EQ(theirs->values.size(), 3U);
-  EXPECT_FALSE(theirs->reported);
+  EXPECT_TRUE(theirs->reported.empty());
 
-  EXPECT_EQ(readSolverOutput("here\ns UNSATISFIABLE\n")->answer, Answer::unsatisfiable);
+  EXPECT_EQ(readQuillonOutput("here\ns UNSATISFIABLE\n")->answer, Answer::unsatisfiable);
   for (const char* text :
        {"s MAYBE\n", "s\n", "s UNKNOWN\ns SATISFIABLE\n", "o many\n", "o\n",
         "c optimum objective found = 3.5\n", "o 170141183460469231731687303715884105728\n"})
-    EXPECT_FALSE(readSolverOutput(text)) << text;
+    EXPECT_FALSE(readQuillonOutput(text)) << text;
 }
 
 struct Claim {
@@ -453,6 +454,13 @@ TEST(Check, SaysWhatHoldsAndWhatDoesNot) {
        "wrong: the rows hold, but the objective is -1, to be reported as 2, not -1"},
       {small, "o 2\ns OPTIMUM FOUND\nv x y",
        "wrong: the rows hold, but the objective is -1, not 2"},
+      {small,
+       "c optimum objective found = 5\nc optimum objective found = 2\ns OPTIMUM FOUND\nv x y",
+       "wrong: the rows hold, but the objective is -1, to be reported as 2, not 5"},
+      {small, "o 2\no -1\ns OPTIMUM FOUND\nv x y", "ok: the one row holds, objective -1 as stated"},
+      {small, "o -1\no 2\ns OPTIMUM FOUND\nv x -y",
+       "wrong: the verdict is OPTIMUM FOUND with the objective 2, but -1 was stated before"},
+      {small, "o -1\no 2\ns SATISFIABLE\nv x -y", "ok: the one row holds, objective 2 as stated"},
       {small, "s SATISFIABLE\nv -x -y",
        "wrong: row 1 \"c\" (line 2) does not hold: 0 >= 1 is false"},
       {small, "s SATISFIABLE\nv x", "wrong: row 1 \"c\" (line 2) uses \"y\", which has no value"},
@@ -494,10 +502,10 @@ TEST(Check, SaysWhatHoldsAndWhatDoesNot) {
   for (const Claim& claim : table) {
     const Result<Problem> problem = readProblem(claim.problem);
     ASSERT_TRUE(problem) << claim.problem << problem.error().text();
-    const Result<SolverOutput> output = readSolverOutput(claim.output);
+    const Result<QuillonOutput> output = readQuillonOutput(claim.output);
     ASSERT_TRUE(output) << claim.output << output.error().text();
-    const Report report = checkOutput(*problem, *output);
-    EXPECT_EQ(report.sentence.substr(0, claim.sentence == "wrong" ? 5 : std::string::npos),
+    const Report report = checkQuillonOutput(*problem, *output);
+    EXPECT_EQ(report.text().substr(0, claim.sentence == "wrong" ? 5 : std::string::npos),
               claim.sentence);
     const auto kind = claim.sentence.starts_with("ok")      ? Report::Kind::holds
                       : claim.sentence.starts_with("wrong") ? Report::Kind::fails
@@ -516,34 +524,49 @@ std::string fromHex(std::string_view hex) {
   return bytes;
 }
 
+/// What `unpack` makes of `text`, if anything.
+std::optional<std::string> unpacked(const std::string& text, size_t limit = 1000) {
+  Bytes bytes;
+  std::copy(text.begin(), text.end(), bytes.extend(text.size()));
+  const Result<Bytes> result = unpack(std::move(bytes), limit);
+  if (!result) return std::nullopt;
+  return std::string(std::string_view(*result));
+}
+
 TEST(InputFile, UnpacksWholeStreamsAndRefusesDamagedOnes) {
   const std::string text = "+1 x1 >= 1 ;\n";
   const struct {
     const char* hex;
     size_t detected; ///< this many bytes tell the kind
+    size_t padding;  ///< this many zeros may follow a stream, 0 for none
   } table[] = {
-      {"1f8b0800000000000203d33654a83054b0b3553054b0e60200b90eb55a0d000000", 2},
+      {"1f8b0800000000000203d33654a83054b0b3553054b0e60200b90eb55a0d000000", 2, 1},
       {"425a68393141592653594269aadb000002d88000104008200b00402000310c08188c9a390ebbd950f177245385"
        "0904269aadb0",
-       10},
+       10, 0},
       {"fd377a585a000004e6d6b4460200210116000000742fe5a301000c2b31207831203e3d2031203b0a0000000006"
        "cd99d481cea2da0001250d7119c4b61fb6f37d010000000004595a",
-       5},
+       5, 4},
   };
   for (const auto& entry : table) {
     const std::string packed = fromHex(entry.hex);
-    ASSERT_TRUE(unpack(packed)) << entry.hex;
-    EXPECT_EQ(*unpack(packed), text);
-    EXPECT_EQ(*unpack(packed + packed), text + text);
+    ASSERT_TRUE(unpacked(packed)) << entry.hex;
+    EXPECT_EQ(*unpacked(packed), text);
+    EXPECT_EQ(*unpacked(packed + packed), text + text);
     for (size_t size = entry.detected; size < packed.size(); size++)
-      EXPECT_FALSE(unpack(packed.substr(0, size))) << entry.hex << " cut to " << size;
-    EXPECT_FALSE(unpack(packed + "!")) << entry.hex;
+      EXPECT_FALSE(unpacked(packed.substr(0, size))) << entry.hex << " cut to " << size;
+    EXPECT_FALSE(unpacked(packed + "!")) << entry.hex;
+    const std::string zeros(std::max(entry.padding, size_t{1}), '\0');
+    EXPECT_EQ(unpacked(packed + zeros).has_value(), entry.padding != 0) << entry.hex;
+    EXPECT_FALSE(unpacked(packed + zeros + "!")) << entry.hex;
+    EXPECT_EQ(unpacked(packed, text.size()), text);
+    EXPECT_FALSE(unpacked(packed, text.size() - 1)) << entry.hex;
     std::string flipped = packed;
     flipped[flipped.size() / 2] ^= 4;
-    EXPECT_FALSE(unpack(flipped)) << entry.hex;
+    EXPECT_FALSE(unpacked(flipped)) << entry.hex;
   }
-  EXPECT_EQ(*unpack("BZh9 >= 1;"), "BZh9 >= 1;") << "a text that begins like bzip2";
-  EXPECT_EQ(*unpack(""), "");
+  EXPECT_EQ(*unpacked("BZh9 >= 1;"), "BZh9 >= 1;") << "a text that begins like bzip2";
+  EXPECT_EQ(*unpacked(""), "");
 }
 
 TEST(AnyReader, SurvivesDeepLongAndMutilatedTexts) {
@@ -553,7 +576,7 @@ TEST(AnyReader, SurvivesDeepLongAndMutilatedTexts) {
                             "min:", "a ", "\\\n", "x>=1;\n", "1 x >= 1;\n", "\r\r+1*a"}) {
     const std::string text = repeated(piece, many);
     EXPECT_FALSE(readStar(text) && readOpb(text)) << piece;
-    EXPECT_TRUE(readSolverOutput(text)) << piece;
+    EXPECT_TRUE(readQuillonOutput(text)) << piece;
   }
   const std::string seed = "* #variable= 3\nmin: +2*x1 -3 ~x2 ;\nc: +1*x1 1 x2 >= -1 ;\nend \\\r\n"
                            "s SATISFIABLE\nv x1 -x2\no 3\nc optimum objective found = 1\n";
@@ -562,9 +585,9 @@ TEST(AnyReader, SurvivesDeepLongAndMutilatedTexts) {
     std::string text = seed.substr(random() % seed.size());
     for (int k = 0; k < 4; k++) text[random() % text.size()] = static_cast<char>(random() % 256);
     const Result<Problem> problem = readProblem(text);
-    const Result<SolverOutput> output = readSolverOutput(text);
+    const Result<QuillonOutput> output = readQuillonOutput(text);
     if (problem && output) {
-      EXPECT_FALSE(checkOutput(*problem, *output).sentence.empty());
+      EXPECT_FALSE(checkQuillonOutput(*problem, *output).sentence.empty());
     }
     if (!problem) {
       EXPECT_FALSE(problem.error().message.empty());

@@ -10,8 +10,7 @@
 #include <regex>
 
 #include "Process.h"
-#include "formats/Check.h"
-#include "formats/SolverOutput.h"
+#include "formats/QuillonOutput.h"
 #include "formats/StarReader.h"
 
 namespace {
@@ -68,9 +67,9 @@ void expectStopped(const Finished& f, const std::string& problem, bool has_solut
   }
   EXPECT_TRUE(std::regex_match(results(f.out), std::regex("s SATISFIABLE\nv [^\n]* \n")));
   const auto parsed = formats::readStar(problem);
-  const auto output = formats::readSolverOutput(f.out);
+  const auto output = formats::readQuillonOutput(f.out);
   ASSERT_TRUE(parsed && output);
-  const formats::Report report = formats::checkOutput(*parsed, *output);
+  const formats::Report report = formats::checkQuillonOutput(*parsed, *output);
   EXPECT_EQ(report.kind, formats::Report::Kind::holds) << report.sentence;
 }
 

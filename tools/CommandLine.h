@@ -1,65 +1,67 @@
 /// \file
-/// What the command lines of the tools have in common: `--map FILE`, `--help`, `--version`, files,
-/// and an orderly end when memory is exhausted.
+/// What the tools have in common: a command line with options from a table, messages, the result on
+/// standard output, and an orderly end when memory is exhausted.
 #ifndef QUILLON_TOOLS_COMMAND_LINE_H
 #define QUILLON_TOOLS_COMMAND_LINE_H
 
-#include <cstdio>
-#include <cstdlib>
-#include <new>
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+/// The exit codes that mean the same in every tool. A tool's own are 0, 1 and those from 4.
+enum ToolExit : int { exit_usage = 2, exit_io = 3 };
+
+/// An option with a value, given as two arguments.
+struct Option {
+  std::string_view name;  ///< with its dashes
+  std::string_view value; ///< what the value is, for the message when it is missing
+};
+
 /// A command line taken apart.
-struct CommandLine {
+class CommandLine {
+  std::vector<std::pair<std::string_view, std::string>> values;
+
+ public:
   bool help = false;
   bool version = false;
   std::string wrong; ///< what is wrong with it, empty if nothing
-  std::string map;   ///< the file named by `--map`, empty for none
   std::vector<std::string> files;
 
   /// Stops at the first `--help`, `--version` or fault.
-  CommandLine(int argc, char** argv) {
-    for (int i = 1; i < argc && !help && !version && wrong.empty(); i++) {
-      const std::string_view argument = argv[i];
-      if (argument == "--help") {
-        help = true;
-      } else if (argument == "--version") {
-        version = true;
-      } else if (argument == "--map") {
-        if (++i == argc || *argv[i] == '\0')
-          wrong = "--map needs a file";
-        else
-          map = argv[i];
-      } else if (argument.size() > 1 && argument[0] == '-') {
-        wrong = "unknown option " + std::string(argument) + "; try --help";
-      } else {
-        files.emplace_back(argument);
-      }
-    }
-  }
+  CommandLine(int argc, char** argv, const std::vector<Option>& options);
+
+  /// The last value given to the option `name`, never an empty one; `otherwise` without any.
+  std::string value(std::string_view name, std::string otherwise = "") const;
 };
 
-/// The exit code of `run`; when memory is exhausted the process ends with `exit_no_memory`, after a
-/// message that names `program`.
-inline int runTool(const char* program, int exit_no_memory, int (*run)(const CommandLine&),
-                   int argc, char** argv) {
-  static const char* name;
-  static int code;
-  name = program;
-  code = exit_no_memory;
-  const auto end = [] {
-    std::fprintf(stderr, "%s: memory exhausted\n", name);
-    std::_Exit(code);
-  };
-  std::set_new_handler(end); // there may be no memory left to throw an exception with
-  try {
-    return run(CommandLine(argc, argv));
-  } catch (const std::bad_alloc&) { // a decoder's
-    end();
-  }
-  return exit_no_memory;
-}
+/// The number of bytes that `text` states: digits, then K, M, G for powers of 1024, or nothing.
+/// Without a value when it states none, or none that fits.
+std::optional<std::size_t> parseSize(std::string_view text);
+
+/// What sets one tool apart from the others.
+struct Tool {
+  const char* name;
+  const char* help; ///< the whole text of `--help`
+  std::vector<Option> options;
+  int (*run)(const CommandLine&); ///< gets command lines with nothing wrong; the exit code
+};
+
+/// Runs `tool`, having seen to `--help`, `--version` and wrong usage; the exit code. When memory is
+/// exhausted the process ends with `exit_io` and a message.
+int runTool(const Tool& tool, int argc, char** argv);
+
+/// Writes `message` behind the tool's name to standard error, control characters made visible, and
+/// returns `code`.
+int complain(int code, std::string_view message);
+
+/// Writes `text` to the file `path`, or to standard output for "-". False, with the reason in
+/// `errno`, when any of it could not be written.
+bool writeOutput(const std::string& path, std::string_view text);
+
+/// `text` with each control character as \xNN, fit for a line that people read.
+std::string visible(std::string_view text);
 
 #endif

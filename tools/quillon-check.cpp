@@ -1,13 +1,11 @@
 /// \file
 /// Verifies the output of a solver against the problem it solved.
 #include "CommandLine.h"
-#include "formats/Check.h"
 #include "formats/InputFile.h"
 #include "formats/NameMap.h"
 #include "formats/ProblemReader.h"
-#include "formats/SolverOutput.h"
+#include "formats/QuillonOutput.h"
 
-#include <cstdio>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -15,16 +13,10 @@
 
 namespace {
 
-enum ExitCode : int {
-  exit_holds = 0,
-  exit_fails = 1,
-  exit_usage = 2,
-  exit_unreadable = 3,
-  exit_nothing = 4
-};
+enum ExitCode : int { exit_holds = 0, exit_fails = 1, exit_nothing = 4 };
 
 constexpr const char* help =
-    "Usage: quillon-check [--map FILE] PROBLEM OUTPUT\n"
+    "Usage: quillon-check [--map FILE] [--limit SIZE] PROBLEM OUTPUT\n"
     "\n"
     "Verifies the value line of a solver's OUTPUT against every row of PROBLEM and the\n"
     "objective it states. PROBLEM is in the input format of quillon or in standard OPB;\n"
@@ -34,6 +26,8 @@ constexpr const char* help =
     "\n"
     "  --map FILE    OUTPUT uses the new names of a map written by opb2quillon, PROBLEM\n"
     "                is the source with the old ones\n"
+    "  --limit SIZE  refuse a file of more bytes, unpacked, than SIZE (default 1G);\n"
+    "                K, M and G stand for powers of 1024\n"
     "  --help        display this help\n"
     "  --version     display the version\n"
     "\n"
@@ -45,30 +39,25 @@ constexpr const char* help =
     "A row or objective whose variable has no value is a false claim, and so are a name\n"
     "that the problem does not have and a variable with both values.\n";
 
-int complain(ExitCode code, const std::string& message) {
-  std::fprintf(stderr, "quillon-check: %s\n", message.c_str());
-  return code;
-}
-
-/// Prints `text`; `code`, or the code for unreadable files when it could not be printed.
-int conclude(ExitCode code, const std::string& text) {
-  const bool written = std::fputs(text.c_str(), stdout) >= 0;
-  if (std::fflush(stdout) != 0 || !written)
-    return complain(exit_unreadable, "standard output cannot be written");
-  return code;
+/// Prints `sentence` as a line; `code`, or the code for unwritable files when it could not be
+/// printed.
+int conclude(int code, const std::string& sentence) {
+  if (writeOutput("-", visible(sentence) + "\n")) return code;
+  return complain(exit_io, "standard output cannot be written");
 }
 
 /// What `reader` makes of the file `path`. When it fails, so does this, after a message.
 template <class T>
-bool load(const std::string& path, formats::Result<T> (*reader)(std::string_view), T& value) {
-  const auto bytes = formats::readInput(path);
+bool load(const std::string& path, std::size_t limit,
+          formats::Result<T> (*reader)(std::string_view), T& value) {
+  const auto bytes = formats::readInput(path, limit);
   if (!bytes) {
-    complain(exit_unreadable, path + ": " + bytes.error().message);
+    complain(exit_io, path + ": " + bytes.error().message);
     return false;
   }
   auto result = reader(*bytes);
   if (!result) {
-    complain(exit_unreadable, path + ":" + result.error().text());
+    complain(exit_io, path + ":" + result.error().text());
     return false;
   }
   value = std::move(*result);
@@ -76,40 +65,40 @@ bool load(const std::string& path, formats::Result<T> (*reader)(std::string_view
 }
 
 int check(const std::string& problem_path, const std::string& output_path,
-          const std::string& map_path) {
+          const std::string& map_path, std::size_t limit) {
   formats::Problem problem;
-  formats::SolverOutput output;
+  formats::QuillonOutput output;
   formats::NameMap map;
-  if (!map_path.empty() && !load(map_path, formats::readNameMap, map)) return exit_unreadable;
-  if (!load(problem_path, formats::readProblem, problem)) return exit_unreadable;
-  if (!load(output_path, formats::readSolverOutput, output)) return exit_unreadable;
+  if (!map_path.empty() && !load(map_path, limit, formats::readNameMap, map)) return exit_io;
+  if (!load(problem_path, limit, formats::readProblem, problem)) return exit_io;
+  if (!load(output_path, limit, formats::readQuillonOutput, output)) return exit_io;
   // Nothing at all is what a solver leaves that crashed; a script must not take it for UNKNOWN.
   if (output.answer == formats::Answer::none && !output.has_values)
-    return complain(exit_unreadable, output_path + ": neither a verdict nor a value line");
+    return complain(exit_io, output_path + ": neither a verdict nor a value line");
 
-  const formats::Report report = formats::checkOutput(problem, output, map);
+  const formats::Report report = formats::checkQuillonOutput(problem, output, map);
   switch (report.kind) {
   case formats::Report::Kind::holds:
-    return conclude(exit_holds, report.sentence + "\n");
+    return conclude(exit_holds, report.text());
   case formats::Report::Kind::fails:
-    return conclude(exit_fails, report.sentence + "\n");
+    return conclude(exit_fails, report.text());
   case formats::Report::Kind::nothing:
     break;
   }
-  return conclude(exit_nothing, report.sentence + "\n");
+  return conclude(exit_nothing, report.text());
 }
 
 int run(const CommandLine& line) {
-  if (line.help) return conclude(exit_holds, help);
-  if (line.version) return conclude(exit_holds, "quillon-check " QUILLON_VERSION "\n");
-  if (!line.wrong.empty()) return complain(exit_usage, line.wrong);
   if (line.files.size() != 2)
     return complain(exit_usage, "a problem and an output are needed; try --help");
-  return check(line.files[0], line.files[1], line.map);
+  const std::optional<std::size_t> limit = parseSize(line.value("--limit", "1G"));
+  if (!limit) return complain(exit_usage, "--limit needs a size like 4G");
+  return check(line.files[0], line.files[1], line.value("--map"), *limit);
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-  return runTool("quillon-check", exit_unreadable, run, argc, argv);
+  return runTool({"quillon-check", help, {{"--map", "a file"}, {"--limit", "a size"}}, run}, argc,
+                 argv);
 }

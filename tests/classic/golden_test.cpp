@@ -9,8 +9,7 @@
 #include <sstream>
 
 #include "Process.h"
-#include "formats/Check.h"
-#include "formats/SolverOutput.h"
+#include "formats/QuillonOutput.h"
 #include "formats/StarReader.h"
 
 namespace {
@@ -95,9 +94,9 @@ TEST_P(Golden, RunIsExact) {
   EXPECT_EQ(f.out.find("\nv ") != std::string::npos, has_values);
   if (!has_values) return;
   const auto problem = formats::readStar(slurp(e.input));
-  const auto output = formats::readSolverOutput(f.out);
+  const auto output = formats::readQuillonOutput(f.out);
   ASSERT_TRUE(problem && output);
-  const formats::Report report = formats::checkOutput(*problem, *output);
+  const formats::Report report = formats::checkQuillonOutput(*problem, *output);
   EXPECT_EQ(report.kind, formats::Report::Kind::holds) << report.sentence;
 }
 
