@@ -5,6 +5,8 @@ import re
 import signal
 import sys
 import threading
+import time
+from dataclasses import dataclass
 
 SCRIPT = os.path.basename(sys.argv[0])
 
@@ -31,26 +33,42 @@ def pin(core):
     return core
 
 
+@dataclass
+class Ended:
+    """What came of a run."""
+
+    code: int  # minus the signal's number if one ended it
+    killed: bool  # because it did not end when asked to
+    usage: object  # its resources
+    wall: float  # seconds from start to end
+
+    @property
+    def processor(self):
+        return self.usage.ru_utime + self.usage.ru_stime
+
+
 # A process counts as its own the peak memory of the program that it replaces. A direct child of this
 # one would never show less than the interpreter takes, so a shell starts the program and goes away.
 # The limits are for programs that have none of their own: first a request, then the end.
 LAUNCHER = 'ulimit -S -t "$1" && ulimit -H -t "$2" && shift 2 && "$@" <"$0" &'
 
 
-def execute(words, stdin, out, err, limit, grace=2):
-    """Runs a command to its end; its exit code, whether it had to be killed, and its resources. The
-    request to end comes `grace` seconds of processor time past the limit."""
+def execute(words, stdin, out, err, limit, grace=2, wall=False):
+    """Runs a command to its end. The request to end comes `grace` seconds past the limit, which is of
+    processor time or, with `wall`, of the clock on the wall."""
     create = os.O_WRONLY | os.O_CREAT | os.O_TRUNC
     actions = [(os.POSIX_SPAWN_OPEN, 1, out, create, 0o600),
-               (os.POSIX_SPAWN_OPEN, 2, err, create, 0o600)]  # fmt: skip
+               (os.POSIX_SPAWN_OPEN, 2, err, create, 0o600)]
     environment = {**os.environ, "PBTIMEOUT": str(limit)}
-    shell = ["/bin/sh", "-c", LAUNCHER, stdin, str(limit + grace), str(limit + grace + 3), *words]
+    limits = ["unlimited"] * 2 if wall else [str(limit + grace), str(limit + grace + 3)]
+    shell = ["/bin/sh", "-c", LAUNCHER, stdin, *limits, *words]
+    start = time.monotonic()
     group = os.posix_spawn(shell[0], shell, environment, file_actions=actions, setpgroup=0)
     killed = threading.Event()
 
-    def end_group():
+    def end_group(number=signal.SIGKILL):
         try:
-            os.killpg(group, signal.SIGKILL)
+            os.killpg(group, number)
         except ProcessLookupError:
             pass
 
@@ -58,33 +76,38 @@ def execute(words, stdin, out, err, limit, grace=2):
         killed.set()
         end_group()
 
-    guard = threading.Timer(3 * limit + 30, kill)
-    guard.start()
+    timers = [threading.Timer(limit + grace + 3 if wall else 3 * limit + 30, kill)]
+    if wall:
+        timers.append(threading.Timer(limit + grace, end_group, [signal.SIGTERM]))
+    for timer in timers:
+        timer.start()
     try:
         pid = group
         while pid == group:  # the shell and the program, whichever order they end in
             pid, status, usage = os.wait4(-group, 0)
+        seconds = time.monotonic() - start
     finally:
-        guard.cancel()
+        for timer in timers:
+            timer.cancel()
         end_group()  # whatever the program has left running
         try:
             while True:
                 os.waitpid(-group, 0)
         except ChildProcessError:
             pass
-    return os.waitstatus_to_exitcode(status), killed.is_set(), usage
+    return Ended(os.waitstatus_to_exitcode(status), killed.is_set(), usage, seconds)
 
 
 def run(directory, words, stdin, limit):
     """Output, errors, seconds of processor time and peak memory in KiB of one run, which is asked to
     end at the limit. The output passes through files in the directory."""
     out, err = os.path.join(directory, "out"), os.path.join(directory, "err")
-    _, _, usage = execute(words, stdin, out, err, limit, grace=0)
+    ended = execute(words, stdin, out, err, limit, grace=0)
     texts = []
     for name in (out, err):
         with open(name, encoding="utf-8", errors="replace") as text:
             texts.append(text.read())
-    return *texts, usage.ru_utime + usage.ru_stime, usage.ru_maxrss
+    return *texts, ended.processor, ended.usage.ru_maxrss
 
 
 def last_match(pattern, text):
@@ -107,6 +130,6 @@ def drawing():
         from matplotlib import pyplot
     except ImportError:
         print(f"{SCRIPT}: no plots: this Python lacks matplotlib (Debian: python3-matplotlib, for "
-              "/usr/bin/python3)", file=sys.stderr)  # fmt: skip
+              "/usr/bin/python3)", file=sys.stderr)
         return None
     return matplotlib, pyplot

@@ -8,6 +8,7 @@ What is checked is what the race says about answers; how long anything takes is 
 import bz2
 import csv
 import gzip
+import importlib.util
 import lzma
 import subprocess
 import sys
@@ -28,12 +29,7 @@ min: +3 x1 -2 x2 +1 x3 ;
 """
 program_dir = Path()
 
-try:
-    import matplotlib  # noqa: F401 pylint: disable=unused-import
-
-    plots = True
-except ImportError:
-    plots = False
+plots = importlib.util.find_spec("matplotlib") is not None
 
 
 class Race(unittest.TestCase):
@@ -54,7 +50,7 @@ class Race(unittest.TestCase):
         """The finished race, and its table by problem and program."""
         results = self.directory / "results"
         command = [sys.executable, ROOT / "bench/race", "--rounds", str(rounds), "-o", results,
-                   *options, *programs, "--", *problems]  # fmt: skip
+                   *options, *programs, "--", *problems]
         done = subprocess.run(command, capture_output=True, text=True, check=False)
         if done.returncode == 2:
             return done, {}
@@ -107,7 +103,7 @@ class Race(unittest.TestCase):
              SUDOKU, "counters differ: conflicts"),
             ("cat >/dev/null; kill -SEGV $$", SUDOKU, "no verdict, exit code -11"),
             ("cat >/dev/null; echo s UNKNOWN", SUDOKU, "UNKNOWN before the limit"),
-        ]  # fmt: skip
+        ]
         for body, problem, message in fakes:
             with self.subTest(body=body):
                 fake = self.script(f"cd {self.directory}\n{body}")
@@ -126,25 +122,32 @@ class Race(unittest.TestCase):
 
     def test_opb_files_and_templates(self):
         packers = {"opb": bytes, "opb.gz": gzip.compress, "opb.bz2": bz2.compress,
-                   "opb.xz": lzma.compress}  # fmt: skip
+                   "opb.xz": lzma.compress}
         problems = []
         for number, (ending, pack) in enumerate(packers.items()):
             problems.append(self.directory / f"p{number}.{ending}")
             problems[-1].write_bytes(pack(OPB.encode()))
         refused = self.directory / "refused.opb"
         refused.write_text("+1 x1 +1 x2 >= 99999999999999999999 ;\n")
-        other = self.script('grep -q "^+1 ~x1" "$2" && [ "$1" = "two words" ] && [ "$PBTIMEOUT" = 7 ] '
-                            "&& echo o -2 && echo s OPTIMUM FOUND && echo v -x1 x2 -x3")  # fmt: skip
+        other = self.script('grep -q 999 "$2" && echo s UNSATISFIABLE; grep -q "^+1 ~x1" "$2" '
+                            '&& [ "$1" = "two words" ] && [ "$PBTIMEOUT" = 7 ] '
+                            "&& echo o -2 && echo s OPTIMUM FOUND && echo v -x1 x2 -x3")
         ours = self.script('"$quillon" <"$1"')
         programs = [self.trace, f'other={other} "two words" {{opb}}', f"ours={ours} {{problem}}"]
         done, table = self.race(programs, [*problems, refused], "--limit", "7")
         self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertEqual({name for name, _ in table}, {"p0", "p1", "p2", "p3", "refused"})
+        # Only who reads OPB runs on what cannot be converted.
+        self.assertEqual([key for key in table if key[0] == "refused"], [("refused", "other")])
+        del table["refused", "other"]
         self.assertEqual(len(table), 3 * len(problems))
-        self.assertEqual({name for name, _ in table}, {"p0", "p1", "p2", "p3"})
         for row in table.values():
             self.assertEqual((row["verdict"], row["objective"]), ("OPTIMUM FOUND", "-2"))
         self.assertRegex(done.stderr, "NOT RACED: .*refused.opb: not converted: .")
-        self.assertIn("refused.opb", (self.directory / "results/table.md").read_text())
+        text = (self.directory / "results/table.md").read_text()
+        self.assertIn("refused.opb", text)
+        self.assertRegex(text, r"other solved 5 of 5, .* has the best checked objective of 4\b")
+        self.assertIn("trace solved 4 of 5", text)
 
         # Two problems with the same name stay apart.
         again = self.directory / "again"
@@ -158,26 +161,63 @@ class Race(unittest.TestCase):
         self.assertEqual(done.returncode, 0, done.stderr)
         self.assertEqual({program for _, program in table}, {"trace", "ours"})
 
+    def test_a_peer_that_speaks_another_language(self):
+        (self.directory / "p.opb").write_text(OPB)
+        (self.directory / "list").write_text("# problems\np.opb\n")
+        # What CBC prints: only what is not 0, and the names of the LP file.
+        answers = [("Optimal - objective value -2.00000000\n      1 x1  1  -2", "OPTIMUM FOUND", "-2"),
+                   ("Stopped on time - objective value 3\n      0 x0   1  3\n      1 x1   1  -2",
+                    "SATISFIABLE", "1"),
+                   ("Stopped on time (no integer solution - continuous used) - objective value 0\n"
+                    "      0 x0   0.5   3", "UNKNOWN", ""),
+                   ("Problem is infeasible - 0.00 seconds", "UNSATISFIABLE", "")]
+        for number, (said, verdict, objective) in enumerate(answers):
+            with self.subTest(said=said):
+                (self.directory / "said").write_text(f"Welcome to the CBC MILP Solver\n{said}\n")
+                fake = self.script(f'grep -qx "[-]1 x0 +1 x1 >= 0" "$1" && cat {self.directory}/said')
+                done, table = self.race([self.trace, f"peer={fake} {{lp}} {{limit}}"], [], "--wall",
+                                        "--list", self.directory / "list", rounds=1)
+                self.assertEqual(done.returncode, 0 if number == 0 else 1, done.stderr)
+                row = table["p", "peer"]
+                self.assertEqual((row["verdict"], row["objective"]), (verdict, objective))
+
+    def test_any_output_and_a_table_that_grows(self):
+        """Bytes that are no text, from programs and the checker."""
+        rude = GOLDEN / "hand_high_byte.in"
+        fake = self.script("cat; printf 's \\377\\0\\200 | x\\nv \\377\\n'")
+        done, table = self.race([self.trace, f"fake={fake}"], [rude, KNAPSACK])
+        self.assertEqual(done.returncode, 1, done.stderr)
+        self.assertNotIn("Traceback", done.stderr)
+        self.assertEqual(len(table), 4)
+        # What was measured before is in the tables already when the next problem runs.
+        fake = self.script(f"cp {self.directory}/results/*.* {self.directory}; echo s UNKNOWN")
+        self.race([f"fake={fake}"], [SUDOKU, KNAPSACK], rounds=1)
+        self.assertIn("sudoku,fake", (self.directory / "table.csv").read_text())
+        self.assertIn("| sudoku |", (self.directory / "table.md").read_text())
+
     def test_the_limit_ends_what_does_not_end_itself(self):
-        fake = self.script("while :; do :; done")
-        done, table = self.race([self.trace, f"fake={fake}"], [KNAPSACK], "--limit", "1", rounds=3)
-        self.assertEqual(done.returncode, 0, done.stderr)
-        row = table["knapsack", "fake"]
-        self.assertEqual((row["verdict"], row["rounds"], row["ratio_median"]), ("", "1", ""))
-        # Peaks of memory are the program's, not the interpreter's that measures it.
-        self.assertLess(int(row["peak_kb"]), 6000)
-        self.assertIn("fake solved 0 of 1", done.stdout)
+        for body, *options in [["while :; do :; done"], ["exec sleep 1000", "--wall"]]:
+            with self.subTest(body=body):
+                fake = self.script(body)
+                done, table = self.race([self.trace, f"fake={fake}"], [KNAPSACK], "--limit", "1",
+                                        *options, rounds=3)
+                self.assertEqual(done.returncode, 0, done.stderr)
+                row = table["knapsack", "fake"]
+                self.assertEqual((row["verdict"], row["rounds"], row["ratio_median"]), ("", "1", ""))
+                # Peaks of memory are the program's, not the interpreter's that measures it.
+                self.assertLess(int(row["peak_kb"]), 6000)
+                self.assertIn("fake solved 0 of 1, PAR2 2.00", done.stdout)
 
     def test_wrong_usage_is_refused(self):
         wrong = [[self.trace], [self.trace, "--"], ["--", KNAPSACK], ["trace", "--", KNAPSACK],
                  ["a=/nonexistent", "--", KNAPSACK], [self.trace, self.trace, "--", KNAPSACK],
                  [self.trace, "--", self.directory / "missing.pb"],
                  ["--cpu", "100000", self.trace, "--", KNAPSACK],
-                 ["--rounds", "0", self.trace, "--", KNAPSACK]]  # fmt: skip
+                 ["--rounds", "0", self.trace, "--", KNAPSACK]]
         for arguments in wrong:
             with self.subTest(arguments=arguments):
                 done = subprocess.run([ROOT / "bench/race", *arguments], capture_output=True, text=True,
-                                      cwd=self.directory, check=False)  # fmt: skip
+                                      cwd=self.directory, check=False)
                 self.assertEqual(done.returncode, 2, done.stdout + done.stderr)
                 self.assertRegex(done.stderr, r"race: .*\w")
 
