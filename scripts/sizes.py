@@ -13,12 +13,15 @@ import argparse
 import os
 import random
 import re
-import resource
-import subprocess
 import sys
 import tempfile
 
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.realpath(__file__)), "../bench"))
+sys.dont_write_bytecode = True
+import measure  # noqa: E402
+
 LIMIT = 2.35
+LONGEST = 2000  # seconds of processor time
 
 
 def names(n, rng):
@@ -113,36 +116,20 @@ LOADED = [one_row, sorted_row, repeated, rows, variables, units, objective, dese
 SOLVED = [chain, satisfied, satisfied_sums]
 
 
-def run(program, path, prefix=()):
-    before = resource.getrusage(resource.RUSAGE_CHILDREN)
-    with open(path, "rb") as text:
-        process = subprocess.Popen([*prefix, program, "--t", "2000"], stdin=text,
-                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE)
-        out, err = process.communicate()
-    after = resource.getrusage(resource.RUSAGE_CHILDREN)
-    seconds = after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime
-    verdict = re.findall(rb"^s .*$", out, re.M)
+def measured(directory, program, prefix=()):
+    """Verdict, seconds, megabytes, and what is on standard error, of a run over the problem."""
+    path = os.path.join(directory, "in")
+    out, err, seconds, peak_kb = measure.run(directory, [*prefix, program], path, LONGEST)
+    verdict = re.findall("^s .*$", out, re.M)
     if len(verdict) != 1:
-        sys.exit(f"{path}: no verdict\n{out!r}\n{err!r}")
-    return seconds, verdict[0].decode(), err
+        sys.exit(f"no verdict\n{out[-1000:]}\n{err[-1000:]}")
+    return verdict[0], seconds, peak_kb / 1024, err
 
 
-def instructions(program, path):
-    *_, err = run(program, path, ("valgrind", "--tool=none", "--quiet") if False else
-                  ("valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null"))
-    return int(re.search(rb"Collected : (\d+)", err).group(1))
-
-
-def peak_megabytes(program, path):
-    """Of one run alone; at least what this script itself takes, as the run starts as its copy."""
-    child = os.fork()
-    if child == 0:
-        with open(path, "rb") as text, open(os.devnull, "wb") as null:
-            os.dup2(text.fileno(), 0)
-            os.dup2(null.fileno(), 1)
-            os.dup2(null.fileno(), 2)
-            os.execv(program, [program])
-    return os.wait4(child, 0)[2].ru_maxrss / 1024
+def instructions(directory, program):
+    valgrind = ("valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null")
+    *_, err = measured(directory, program, valgrind)
+    return int(measure.last_match(r"Collected : (\d+)", err))
 
 
 def main():
@@ -152,23 +139,24 @@ def main():
     parser.add_argument("--seconds-only", action="store_true", help="no valgrind, nothing judged")
     parser.add_argument("--only", help="one shape")
     arguments = parser.parse_args()
+    program = arguments.program
+    measure.adopt_orphans()
     failed = False
     print(f"{'shape':15} {'verdict':16} {'s':>7} {'ratio':>6} {'MB':>7} {'ratio':>6} "
           f"{'Minstr':>8} {'ratio':>6}")
     with tempfile.TemporaryDirectory() as directory:
-        path = os.path.join(directory, "in")
         for shape in LOADED + SOLVED:
             if arguments.only and shape.__name__ != arguments.only:
                 continue
             figures = []
             for n in (arguments.size, 2 * arguments.size):
-                with open(path, "w", encoding="ascii") as out:
+                with open(os.path.join(directory, "in"), "w", encoding="ascii") as out:
                     shape(n, random.Random(1), out)
                     if shape in LOADED:
                         out.write("+1*x0 >= 2 ;\n")
-                seconds, verdict, _ = run(arguments.program, path)
-                count = 0 if arguments.seconds_only else instructions(arguments.program, path) / 1e6
-                figures.append((seconds, peak_megabytes(arguments.program, path), count))
+                verdict, seconds, megabytes, _ = measured(directory, program)
+                count = 0 if arguments.seconds_only else instructions(directory, program) / 1e6
+                figures.append((seconds, megabytes, count))
             (s1, m1, i1), (s2, m2, i2) = figures
             print(f"{shape.__name__:15} {verdict[2:]:16} {s2:7.2f} {s2 / max(s1, 0.001):6.2f} "
                   f"{m2:7.1f} {m2 / m1:6.2f} {i2:8.0f} {i2 / i1 if i1 else 0:6.2f}", flush=True)
