@@ -233,7 +233,7 @@ def random_setcover(size, random):
 
 def random_timetable(size, random):
     slots = {f"{day}{hour}": avoid for day in ["Mon", "Tue", "Wed", "Thu", "Fri"][: size + 1]
-             for hour, avoid in [(8, 2), (10, 0), (14, 1)]}  # fmt: skip
+             for hour, avoid in [(8, 2), (10, 0), (14, 1)]}
     courses = [f"course{i}" for i in range(1, 4 * size + 1)]
     held = {c: random.choose(slots)[0] for c in courses}  # a timetable that is possible
     rooms = max(sum(held[c] == s for c in courses) for s in slots)
@@ -268,7 +268,7 @@ def random_vertexcover(size, random):
     streets = [(name(x, y), name(x + 1, y)) for x, y in grid if x + 1 < width]
     streets += [(name(x, y), name(x, y + 1)) for x, y in grid if y < 2]
     streets += [(name(x, y), name(x + 1, y + 1)) for x, y in grid
-                if x + 1 < width and y < 2 and random.below(3) == 0]  # fmt: skip
+                if x + 1 < width and y < 2 and random.below(3) == 0]
     return vertexcover(costs, streets)
 
 
@@ -304,7 +304,7 @@ def random_packages(size, random):
     conflicts = [
         (a, b) for a, b in itertools.combinations(everything, 2)
         if a[0] != b[0] and random.below(4 * size) == 0 and (fine[a[0]], fine[b[0]]) != (a[1], b[1])
-    ]  # fmt: skip
+    ]
     return packages(versions, depends, conflicts, names[: size + 1])
 
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Static checks: layout, clang-tidy, cppcheck, shellcheck. Fails at the first tool that has something
+# Static checks: layout, clang-tidy, cppcheck, shellcheck, pyflakes, pycodestyle. Fails at the first tool that has something
 # to say. The first argument, if any, is the number of jobs; without it, one per processor.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -10,6 +10,15 @@ git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run --Werror
 
 echo "== shellcheck"
 git ls-files '*.sh' '*.bash' .ci/run | xargs shellcheck -x
+
+echo "== pyflakes, pycodestyle"
+python=$(git ls-files '*.py'; git grep -l '^#!/usr/bin/env python3' -- bench)
+# shellcheck disable=SC2086 # one word per file
+{
+  pyflakes3 $python
+  # E203: a space before the colon of a slice of sums; E402: imports that follow a setting
+  pycodestyle --max-line-length=106 --ignore=E203,E402,W503,W504 $python
+}
 
 # clang-tidy wants clang's own command lines: it knows no g++ warnings. It gets a process per file
 # because its analyzer, given several at once, sees faults with va_list that are none.

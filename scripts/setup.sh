@@ -35,6 +35,8 @@ if [ "${1:-}" = ci ]; then
   need clang-tidy which clang-tidy
   need cppcheck which cppcheck
   need valgrind which valgrind
+  need pyflakes3 which pyflakes3
+  need pycodestyle which pycodestyle
   need shellcheck which shellcheck
   need pkg-config which pkg-config
   need lintian which lintian

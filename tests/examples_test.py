@@ -28,14 +28,14 @@ class Examples(unittest.TestCase):
     def solve(self, problem):
         """What quillon prints for a problem that has a solution, as lines."""
         done = subprocess.run([program_dir / "quillon"], input=problem, capture_output=True,
-                              text=True, check=False)  # fmt: skip
+                              text=True, check=False)
         self.assertIn(done.returncode, (10, 30), done.stdout)
         with tempfile.TemporaryDirectory() as directory:
             files = [Path(directory) / "problem", Path(directory) / "output"]
             for file, text in zip(files, [problem, done.stdout]):
                 file.write_text(text)
             check = subprocess.run([program_dir / "quillon-check", *files], capture_output=True,
-                                   text=True, check=False)  # fmt: skip
+                                   text=True, check=False)
         self.assertEqual(check.returncode, 0, check.stdout + check.stderr)
         return done.stdout.splitlines()
 
@@ -64,7 +64,7 @@ class Examples(unittest.TestCase):
 
     def test_wrong_arguments_are_refused(self):
         for wrong in [(), ("knapsack", 2), ("knapsack", 0, 1), ("knapsack", "x", 1),
-                      ("chess", 2, 1), ("knapsack", 2, 1, 1)]:  # fmt: skip
+                      ("chess", 2, 1), ("knapsack", 2, 1, 1)]:
             done = generate(*wrong)
             self.assertEqual((done.returncode, done.stdout), (1, ""), wrong)
             for kind in KINDS:  # whatever has an example has a generator

@@ -80,7 +80,7 @@ class Measurement(unittest.TestCase):
         """The finished script, and its table by family and size."""
         with tempfile.TemporaryDirectory() as directory:
             command = [sys.executable, ROOT / "bench/grow", "--rounds", "2", "--probe", "", "-o",
-                       directory, "--sizes", "1000,2000", "--total", "4000", *options]  # fmt: skip
+                       directory, "--sizes", "1000,2000", "--total", "4000", *options]
             done = subprocess.run(command, capture_output=True, text=True, check=False)
             path = Path(directory, "table.csv")
             if not path.exists():
@@ -97,7 +97,7 @@ class Measurement(unittest.TestCase):
             text = io.StringIO()
             grow.write_problem(text, 2000, "spread", seed)
             alone = subprocess.run([trace], input=text.getvalue(), capture_output=True, text=True,
-                                   check=False)  # fmt: skip
+                                   check=False)
             visits += sum(map(int, re.findall(r" (?:propagations|inspects)=(\d+)", alone.stderr)))
         self.assertEqual(int(table["spread", 2000]["visits"]), visits)
         self.assertEqual(len(table), 4)
