@@ -5,6 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 step=${1:-12}
+[[ "$step" =~ ^[1-9][0-9]*$ ]] || { echo "usage: scripts/memcheck.sh [STEP]" >&2; exit 2; }
 golden=tests/data/golden
 work=build/memcheck
 mkdir -p "$work"
@@ -39,7 +40,10 @@ for row in cases[:: int(sys.argv[2])]:
     print(row["name"], row["exit"])
 EOF
 )
-[ "$count" -ge 10 ]
+if [ "$count" -lt 10 ]; then
+  echo "memcheck: every ${step}th golden case makes $count, and fewer than 10 say little" >&2
+  exit 1
+fi
 
 printf 'min: 1 x[1] 2 ~y ;\n1 x[1] 1 ~y >= 1 ;\n' >"$work/in.opb"
 check 0 build/release/opb2quillon --map "$work/map" "$work/in.opb" "$work/star"

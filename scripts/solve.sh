@@ -4,6 +4,10 @@
 # when the solver gave a verdict.
 set -eu
 problem=$(realpath "${1:-$(dirname "$0")/../tests/data/instances/bm23.in}")
+if [ ! -f "$problem" ] || [ ! -r "$problem" ]; then
+  echo "$0: there is no file $problem that can be read" >&2
+  exit 2
+fi
 cd "$(dirname "$0")/.."
 scripts/setup.sh
 mkdir -p build
