@@ -2,6 +2,7 @@
 #include "glplib.h"
 
 #include "Global.h"
+#include "glpchr.h"
 
 #include <cstdarg>
 
@@ -10,10 +11,6 @@ namespace {
 [[gnu::format(printf, 1, 0)]] void printLine(const char* fmt, va_list arg) {
   std::vprintf(fmt, arg);
   std::putchar('\n');
-}
-
-bool isDigit(char c) {
-  return c >= '0' && c <= '9';
 }
 
 } // namespace
@@ -54,21 +51,14 @@ void glp_lib_ufree(void* ptr) {
 }
 
 int glp_lib_str2int(const char* str, int* val) {
-  const bool negative = *str == '-';
-  if (*str == '+' || *str == '-') str++;
-  if (!isDigit(*str)) return 2;
-  int sum = 0; // takes the sign along, because the negative range reaches one further
-  for (; isDigit(*str); str++) {
-    const int digit = *str - '0';
-    if (negative) {
-      if (sum < INT_MIN / 10 || sum * 10 < INT_MIN + digit) return 1;
-      sum = sum * 10 - digit;
-    } else {
-      if (sum > INT_MAX / 10 || sum * 10 > INT_MAX - digit) return 1;
-      sum = sum * 10 + digit;
-    }
-  }
-  if (*str != '\0') return 2;
-  *val = sum;
+  const int sign = glp::signOf(*str);
+  if (sign != 0) str++;
+  if (!glp::isOf(*str, glp::is_digit)) return 2;
+  const std::int64_t most = sign < 0 ? -std::int64_t{INT_MIN} : INT_MAX;
+  std::int64_t size;
+  const char* const end = glp::readDigits(str, most, size);
+  if (end == nullptr) return 1;
+  if (*end != '\0') return 2;
+  *val = static_cast<int>(sign < 0 ? -size : size);
   return 0;
 }

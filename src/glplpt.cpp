@@ -1,64 +1,26 @@
-// See glplpt.h. Characters make words, words make tokens, and a recursive-descent parser, whose
+// See glplpt.h. Words come from the input, make tokens, and a recursive-descent parser, whose
 // grammar does not nest, makes rows of the tokens. The first error ends the read from wherever it
-// is noticed by a jump back to the entry point; everything allocated hangs on the problem and the
-// two name indexes, so nothing is lost on the way. Functions that a jump may leave therefore keep
-// no object with a destructor.
+// is noticed by a jump back to the entry point; everything allocated hangs on the reader's state,
+// so nothing is lost on the way. Functions that a jump may leave therefore keep no object with a
+// destructor.
 //
 // Time is linear in the length of the input.
 #include "glplpt.h"
 
 #include "Global.h"
 #include "glpavl.h"
+#include "glpchr.h"
+#include "glpinp.h"
 #include "glplib.h"
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
 #include <charconv>
 #include <csetjmp>
-#include <cstdarg>
 #include <cstring>
-#include <poll.h>
-#include <unistd.h>
+
+namespace glp {
 
 namespace {
-
-// ------------------------------------------------------------------------------------------------
-// Characters: ASCII, whatever the locale
-
-enum CharClass : unsigned char {
-  is_letter = 1,
-  is_digit = 2,
-  is_mark = 4, ///< no letter or digit, but allowed in a name
-  is_space = 8,
-  is_control = 16 ///< white space but the blank counts here, too
-};
-
-constexpr std::array<unsigned char, 256> makeCharClasses() {
-  std::array<unsigned char, 256> classes{};
-  for (unsigned c = 0; c < 32; c++) classes[c] = is_control;
-  classes[127] = is_control;
-  for (unsigned c = 'a'; c <= 'z'; c++) classes[c] = classes[c - 'a' + 'A'] = is_letter;
-  for (unsigned c = '0'; c <= '9'; c++) classes[c] = is_digit;
-  for (const char c : {'!', '"', '#', '$', '%', '&', '\'', '(', ')', ',',
-                       '.', '/', '?', '@', '_', '`', '{',  '|', '}', '~'})
-    classes[static_cast<unsigned char>(c)] = is_mark;
-  classes[' '] = is_space;
-  for (const char c : {'\t', '\n', '\v', '\f'})
-    classes[static_cast<unsigned char>(c)] = is_space | is_control;
-  return classes;
-}
-
-constexpr std::array<unsigned char, 256> char_classes = makeCharClasses();
-
-/// Whether `c` is of one of `classes`.
-bool isOf(char c, int classes) {
-  return (char_classes[static_cast<unsigned char>(c)] & classes) != 0;
-}
-
-char lowered(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
 
 // ------------------------------------------------------------------------------------------------
 // The reader's state
@@ -76,8 +38,7 @@ enum Token : int {
   T_END,
   T_NAME,
   T_NUMBER,
-  T_PLUS,
-  T_MINUS,
+  T_SIGN,
   T_ASTERISK,
   T_COLON,
   T_SEMICOLON,
@@ -102,15 +63,9 @@ constexpr Lexeme keywords[] = {
     {"integers", T_INTEGER},   {"int", T_INTEGER},       {"binary", T_BINARY},
     {"binaries", T_BINARY},    {"bin", T_BINARY},        {"end", T_END}};
 
-constexpr int max_word_length = 131071;
-constexpr int max_image_length = 255;
-constexpr int max_message_length = 4095;
-constexpr int max_plain_digits = 9; ///< so many always fit an int
-constexpr unsigned terms_in_sight = 32;
+constexpr int max_image_length = longest_number;
+static_assert(max_image_length > lpt_name_length);
 constexpr int longest_short_form = 20;
-constexpr size_t input_block = 65536;
-/// Room for all that `fill_buffer` keeps, and a block behind it.
-constexpr size_t input_buffer = size_t{2} * max_word_length + input_block;
 
 /// A column with what the reader alone needs to know of it.
 struct ReaderColumn : LPTCOL {
@@ -119,248 +74,110 @@ struct ReaderColumn : LPTCOL {
   LPTLFE* element;
 };
 
-/// A term that stands in the buffer as one word, as nearly all do: a sign, perhaps a short number
-/// and "*", and a name.
-struct PlainTerm {
-  const char* start;
-  const char* end; ///< where white space stands
-  const char* name;
-  int coef;
-  std::uint64_t code; ///< of the name
-  size_t length() const { return static_cast<size_t>(end - name); }
-};
-
 /// The working state of one read.
 struct dsa {
-  std::FILE* in;
-  bool in_ended;       ///< nothing more can be read
-  int in_error;        ///< the number of the error that kept it from being read; 0 for none
-  char* in_next;       ///< the next character, in `buffer`
-  char* in_end;        ///< behind the last character there, where a zero stands
-  const char* seen;    ///< what lies before has been looked over for plain terms
-  unsigned first_term; ///< of those found and not passed yet; in `terms` modulo its size
-  unsigned last_term;  ///< behind them
-  PlainTerm terms[terms_in_sight];
-  const PlainTerm* term; ///< of the current token if it is one
-  LPT* lpt;
-  AVLTREE* trow;     ///< row names, but not those from `unindexed` on
-  LPTROW* unindexed; ///< null: `trow` has all rows
-  AVLTREE* tcol;     ///< column names
-  std::jmp_buf jump;
-  int count;       ///< words and comments read so far; messages give it as the position
-  bool line_ended; ///< the current word was ended by its line's end
-  char* line;      ///< the current word, in `buffer`
-  int pos;         ///< of the next unread character in `line`
-  int token;       ///< a Token
-  int imlen;
-  int value;                        ///< of the current token if it is a number
-  char image[max_image_length + 1]; ///< the current token's text
-  char buffer[input_buffer + 1];    ///< the current word, and input that has not been looked at
+  /// The problem as far as it has been read; the caller's to release.
+  LPT* const lpt = new (glp_lib_umalloc(sizeof(LPT))) LPT{};
+  /// Row names, but not those from `unindexed` on; if that is null, all.
+  AVLTREE* const trow = glp_avl_create_tree(glp_avl_strcmp);
+  LPTROW* unindexed = nullptr;
+  /// Column names.
+  AVLTREE* const tcol = glp_avl_create_tree(glp_avl_strcmp);
+
+  Input input;
+  int pos = 0; ///< of the next unread character in the current word
+
+  // The current token:
+  Token token = T_NONE;
+  int value = 0;                         ///< a number's, or 1 or -1 for a sign
+  const PlainTerm* term = nullptr;       ///< if it is one
+  char image[max_image_length + 1] = ""; ///< its text, unless it is a term
+  int imlen = 0;
+
+  explicit dsa(std::FILE* in) : input(in, tcol) {
+    lpt->pool = glp_dmp_create_pool(0);
+    lpt->col_pool = glp_dmp_create_pool(0);
+  }
+  ~dsa() {
+    glp_avl_delete_tree(trow);
+    glp_avl_delete_tree(tcol);
+  }
+  dsa(const dsa&) = delete;
+  dsa& operator=(const dsa&) = delete;
+
+  /// What is left of the current word.
+  const char* rest() const { return input.word() + pos; }
+  char next() const { return *rest(); }
 };
-
-/// Leaves the read without a word, because a signal asks the program to wind up.
-[[noreturn]] void interrupt(dsa& d) {
-  std::longjmp(d.jump, 1);
-}
-
-/// Leaves the read with a message about the current word.
-[[noreturn, gnu::format(printf, 2, 3)]] void fatal(dsa& d, const char* fmt, ...) {
-  char message[max_message_length + 1];
-  va_list arg;
-  va_start(arg, fmt);
-  std::vsnprintf(message, sizeof message, fmt, arg);
-  va_end(arg);
-  glp_lib_print("c %d: %s", d.count, message);
-  std::longjmp(d.jump, 1);
-}
-
-// ------------------------------------------------------------------------------------------------
-// Characters
-
-/// Waits until there is something to read. A termination signal ends the wait even if it comes just
-/// before, because outside the wait itself signals are held back.
-void awaitInput(int fd) {
-  sigset_t before;
-  holdStopSignals(&before);
-  pollfd input{fd, POLLIN, 0};
-  while (stop_signal == 0 && ppoll(&input, 1, nullptr, &before) < 0 && errno == EINTR) {
-  }
-  sigprocmask(SIG_SETMASK, &before, nullptr);
-}
-
-/// Reads the next block behind what there is of the current word, which moves to the front of the
-/// buffer. It stays where it is if it is longer than all before it, so that moving costs no more
-/// than reading has. \return false at the end of input and on an error.
-bool fill_buffer(dsa& d, size_t length) {
-  if (d.in_ended) return false;
-  if (length <= static_cast<size_t>(d.line - d.buffer)) {
-    std::memcpy(d.buffer, d.line, length);
-    d.line = d.buffer;
-  }
-  d.seen = d.in_next = d.in_end = d.line + length;
-  d.first_term = d.last_term;
-  insist(d.buffer + input_buffer - d.in_end >= static_cast<std::ptrdiff_t>(input_block));
-  size_t filled = 0;
-  const int fd = fileno(d.in);
-  if (fd < 0) { // not a file of the system's
-    filled = std::fread(d.in_end, 1, input_block, d.in);
-    if (filled == 0 && std::ferror(d.in)) d.in_error = errno;
-  } else {
-    ssize_t got;
-    do {
-      awaitInput(fd);
-      if (stop_signal != 0) interrupt(d);
-      got = read(fd, d.in_end, input_block);
-    } while (got < 0 && errno == EINTR);
-    if (got < 0) d.in_error = errno;
-    if (got > 0) filled = static_cast<size_t>(got);
-  }
-  if (stop_signal != 0) interrupt(d);
-  d.in_end += filled;
-  *d.in_end = '\0';
-  d.in_ended = filled == 0;
-  return !d.in_ended;
-}
-
-// ------------------------------------------------------------------------------------------------
-// Words
-
-void raise_count(dsa& d) {
-  if (d.count == INT_MAX) glp_lib_too_large();
-  d.count++;
-}
-
-/// Makes the next word the current one, or, with `isComment`, skips the rest of the input line. A
-/// word that white space ends at once is empty. Characters that are dropped leave no gap: the word
-/// closes up in place.
-/// \return false at the end of input.
-bool read_line(dsa& d, bool isComment) {
-  if (stop_signal != 0) interrupt(d);
-  raise_count(d);
-  d.line = d.in_next;
-  d.pos = 0;
-  size_t length = 0;
-  for (;;) {
-    const char* const run = d.in_next; // of characters to be stored
-    while (!isOf(*d.in_next, is_space | is_control)) d.in_next++;
-    if (!isComment) {
-      const size_t run_length = static_cast<size_t>(d.in_next - run);
-      if (d.line + length != run) std::memmove(d.line + length, run, run_length);
-      length += run_length;
-      if (length > max_word_length) fatal(d, "word length exceeds %d characters", max_word_length);
-    }
-    if (d.in_next == d.in_end) {
-      if (fill_buffer(d, length)) continue;
-      d.line[length] = '\0';
-      if (d.in_error != 0) fatal(d, "read error - %s", std::strerror(d.in_error));
-      if (length == 0) {
-        d.count--;
-        return false;
-      }
-      glp_lib_print("c %d: warning: missing final LF", d.count);
-      d.line_ended = false;
-      return true;
-    }
-    const char c = *d.in_next++;
-    if (c == '\r') continue;
-    if (isComment ? c == '\n' : isOf(c, is_space)) {
-      d.line_ended = c == '\n';
-      break;
-    }
-    if (isOf(c, is_control)) fatal(d, "invalid control character 0x%02X", unsigned(c));
-  }
-  d.line[length] = '\0';
-  return true;
-}
-
-/// Skips a comment that the current word opened. A comment is one line: when the word was the last
-/// of its line there is nothing left to skip, but it counts all the same. \return false at the end
-/// of input.
-bool skip_comment(dsa& d) {
-  d.line[0] = '\0';
-  d.pos = 0;
-  if (d.line_ended) {
-    raise_count(d);
-    return true;
-  }
-  return read_line(d, true);
-}
 
 // ------------------------------------------------------------------------------------------------
 // Tokens
 
-/// Appends `line[pos]` to the image, which must have room for it, and advances.
-void add_char(dsa& d) {
-  insist(d.imlen < max_image_length);
-  d.image[d.imlen++] = d.line[d.pos++];
+/// Moves the next `n` characters of the word to the end of the image, which must have room.
+void take_chars(dsa& d, int n) {
+  insist(n <= max_image_length - d.imlen);
+  std::memcpy(d.image + d.imlen, d.rest(), static_cast<size_t>(n));
+  d.pos += n;
+  d.imlen += n;
   d.image[d.imlen] = '\0';
 }
 
 /// Takes the whole word as `keyword` if it is that in upper or lower case.
 bool scan_keyword(dsa& d, const char* keyword) {
   insist(d.pos == 0);
+  const char* const word = d.input.word();
   int length = 0;
   for (; keyword[length] != '\0'; length++)
-    if (lowered(d.line[length]) != keyword[length]) return false;
-  if (d.line[length] != '\0') return false;
-  while (d.pos < length) add_char(d);
+    if (lowered(word[length]) != keyword[length]) return false;
+  if (word[length] != '\0') return false;
+  take_chars(d, length);
   return true;
 }
 
 void scan_name(dsa& d) {
-  while (isOf(d.line[d.pos], is_letter | is_digit | is_mark)) {
-    add_char(d);
-    if (d.imlen > lpt_name_length) {
-      d.image[lpt_name_length] = '\0';
-      fatal(d, "c name `%s...' too long > %d characters", d.image, lpt_name_length);
-    }
-  }
+  const std::ptrdiff_t length = behindName(d.rest()) - d.rest();
+  take_chars(d, static_cast<int>(std::min<std::ptrdiff_t>(length, lpt_name_length)));
+  if (length > lpt_name_length)
+    d.input.fatal("c name `%s...' too long > %d characters", d.image, lpt_name_length);
   d.token = T_NAME;
 }
 
 [[noreturn]] void number_out_of_range(dsa& d) {
-  fatal(d, "numeric constant `%s' out of range (%d)", d.image, INT_MAX);
+  d.input.fatal("numeric constant `%s' out of range (%d)", d.image, INT_MAX);
 }
 
-void add_number_char(dsa& d) {
-  if (d.imlen == max_image_length) number_out_of_range(d);
-  add_char(d);
-}
-
-void add_digits(dsa& d) {
-  while (isOf(d.line[d.pos], is_digit)) add_number_char(d);
+/// Takes what lies before `end` as a part of a number.
+void add_to_number(dsa& d, const char* end) {
+  const std::ptrdiff_t length = end - d.rest();
+  const int room = longest_number - d.imlen;
+  take_chars(d, static_cast<int>(std::min<std::ptrdiff_t>(length, room)));
+  if (length > room) number_out_of_range(d);
 }
 
 /// Takes all that looks like a number, so that a fraction or an exponent is reported as a whole
 /// although only plain integers are accepted.
 void scan_number(dsa& d) {
-  add_digits(d);
-  if (d.line[d.pos] == '.') {
-    add_number_char(d);
-    if (d.imlen == 1 && !isOf(d.line[d.pos], is_digit)) fatal(d, "invalid use of decimal point");
-    add_digits(d);
+  add_to_number(d, behindDigits(d.rest()));
+  if (d.next() == '.') {
+    add_to_number(d, d.rest() + 1);
+    if (d.imlen == 1 && !isOf(d.next(), is_digit)) d.input.fatal("invalid use of decimal point");
+    add_to_number(d, behindDigits(d.rest()));
   }
-  if (d.line[d.pos] == 'e' || d.line[d.pos] == 'E') {
-    add_number_char(d);
-    if (d.line[d.pos] == '+' || d.line[d.pos] == '-') add_number_char(d);
-    if (!isOf(d.line[d.pos], is_digit)) fatal(d, "numeric constant `%s' incomplete", d.image);
-    add_digits(d);
+  if (d.next() == 'e' || d.next() == 'E') {
+    add_to_number(d, d.rest() + 1);
+    if (signOf(d.next()) != 0) add_to_number(d, d.rest() + 1);
+    if (!isOf(d.next(), is_digit)) d.input.fatal("numeric constant `%s' incomplete", d.image);
+    add_to_number(d, behindDigits(d.rest()));
   }
   if (glp_lib_str2int(d.image, &d.value) != 0) number_out_of_range(d);
   d.token = T_NUMBER;
 }
 
 void scan_symbol(dsa& d) {
-  const char first = d.line[d.pos];
-  const char second = d.line[d.pos + 1];
+  const char first = d.rest()[0];
+  const char second = d.rest()[1];
   bool has_two = false;
   switch (first) {
-  case '+':
-    d.token = T_PLUS;
-    break;
-  case '-':
-    d.token = T_MINUS;
-    break;
   case '*':
     d.token = T_ASTERISK;
     break;
@@ -383,10 +200,11 @@ void scan_symbol(dsa& d) {
     has_two = d.token != T_EQ;
     break;
   default:
-    fatal(d, "character `%c' not recognized", first);
+    d.value = signOf(first);
+    if (d.value == 0) d.input.fatal("character `%c' not recognized", first);
+    d.token = T_SIGN;
   }
-  add_char(d);
-  if (has_two) add_char(d);
+  take_chars(d, has_two ? 2 : 1);
 }
 
 /// Goes on to the next token of the input, skipping comments.
@@ -396,14 +214,15 @@ void scan_token(dsa& d) {
   d.imlen = 0;
   d.value = 0;
   for (;;) {
-    while (d.line[d.pos] == '\0') {
-      if (!read_line(d, false)) {
+    while (d.next() == '\0') {
+      d.pos = 0;
+      if (!d.input.takeWord()) {
         d.token = T_EOF;
         return;
       }
     }
-    if (d.pos == 0 && isOf(d.line[0], is_letter)) {
-      const char initial = lowered(d.line[0]);
+    if (d.pos == 0 && isOf(d.next(), is_letter)) {
+      const char initial = lowered(d.next());
       for (const Lexeme& keyword : keywords) {
         if (keyword.text[0] == initial && scan_keyword(d, keyword.text)) {
           d.token = keyword.token;
@@ -411,93 +230,30 @@ void scan_token(dsa& d) {
         }
       }
     }
-    if (d.line[d.pos] != '\\' && !(d.line[d.pos] == '*' && d.pos == 0)) break;
-    if (!skip_comment(d)) {
+    if (d.next() != '\\' && !(d.next() == '*' && d.pos == 0)) break;
+    d.pos = 0;
+    if (!d.input.skipComment()) {
       d.token = T_EOF;
       return;
     }
   }
-  const char first = d.line[d.pos];
-  if (first == '.' || isOf(first, is_digit)) {
+  if (beginsNumber(d.next())) {
     scan_number(d);
-  } else if (isOf(first, is_letter | is_mark)) {
+  } else if (beginsName(d.next())) {
     scan_name(d);
   } else {
     scan_symbol(d);
   }
 }
 
-// ------------------------------------------------------------------------------------------------
-// Plain terms. They are looked for ahead of the parser, and the memory is told which names are
-// going to be looked up: were each look-up to wait for the memory, loading would do little else.
-
-/// Looks the next word over. It is a plain term, which is noted, or passed. \return false if it may
-/// go on beyond the buffer.
-bool look_ahead(dsa& d) {
-  const char* next = d.seen;
-  PlainTerm& term = d.terms[d.last_term % terms_in_sight];
-  term.start = next;
-  bool is_plain = *next == '+' || *next == '-';
-  if (is_plain) {
-    const int sign = *next++ == '-' ? -1 : 1;
-    term.coef = sign;
-    if (isOf(*next, is_digit)) {
-      const char* const too_far = next + max_plain_digits;
-      int value = 0;
-      do value = 10 * value + (*next++ - '0');
-      while (next < too_far && isOf(*next, is_digit));
-      term.coef = sign * value;
-      is_plain = *next == '*';
-      if (is_plain) next++;
-    }
-    term.name = next;
-    is_plain = is_plain && *next != '.' && isOf(*next, is_letter | is_mark);
-    while (isOf(*next, is_letter | is_digit | is_mark)) next++;
-    term.end = next;
-    is_plain = is_plain && isOf(*next, is_space) && next - term.name <= lpt_name_length;
-  }
-  while (!isOf(*next, is_space | is_control)) next++;
-  d.seen = next;
-  if (next == d.in_end) return false; // nor is there anything to see until the buffer is refilled
-  d.seen++;
-  if (is_plain) {
-    term.code = glp_avl_code(term.name, term.length());
-    glp_avl_expect(d.tcol, term.code);
-    d.last_term++;
-  }
-  return true;
-}
-
-/// Takes the input's next word if it is a plain term and all there. \return null, with nothing
-/// done, if it is not.
-const PlainTerm* take_plain_term(dsa& d) {
-  if (d.seen < d.in_next) d.seen = d.in_next;
-  while (d.first_term != d.last_term && d.terms[d.first_term % terms_in_sight].start < d.in_next)
-    d.first_term++; // passed otherwise
-  while (d.last_term - d.first_term < terms_in_sight && look_ahead(d)) {
-  }
-  if (d.first_term == d.last_term) return nullptr;
-  const PlainTerm* const term = &d.terms[d.first_term % terms_in_sight];
-  if (term->start != d.in_next) return nullptr;
-  d.first_term++;
-  return term;
-}
-
 /// Goes on to the next token where a term may follow. A plain term is one token here, not all those
 /// that it consists of; everything else is as with `scan_token`.
 void scan_form_token(dsa& d) {
-  if (d.line[d.pos] == '\0') {
-    const PlainTerm* const term = take_plain_term(d);
-    if (term != nullptr) {
-      if (stop_signal != 0) interrupt(d);
-      raise_count(d);
-      d.term = term;
-      d.token = T_TERM;
-      d.line_ended = *term->end == '\n';
-      d.in_next += term->end + 1 - term->start;
-      d.line = d.in_next - 1;
-      *d.line = '\0';
+  if (d.next() == '\0') {
+    d.term = d.input.takeTerm();
+    if (d.term != nullptr) {
       d.pos = 0;
+      d.token = T_TERM;
       return;
     }
   }
@@ -515,7 +271,7 @@ void copy_name(char (&name)[lpt_name_length + 1], const dsa& d) {
 
 /// Whether the current token names what follows, rather than a variable.
 bool at_label(const dsa& d) {
-  return d.token == T_NAME && d.line[d.pos] == ':';
+  return d.token == T_NAME && d.next() == ':';
 }
 
 /// Goes past a label that the caller has noted.
@@ -528,8 +284,9 @@ void skip_label(dsa& d) {
 /// Goes past a sign if there is one.
 /// \return -1 after "-", otherwise 1.
 int parse_optional_sign(dsa& d) {
-  const int sign = d.token == T_MINUS ? -1 : 1;
-  if (d.token == T_PLUS || d.token == T_MINUS) scan_token(d);
+  if (d.token != T_SIGN) return 1;
+  const int sign = d.value;
+  scan_token(d);
   return sign;
 }
 
@@ -559,7 +316,7 @@ void merge(dsa& d, LPTLFE* element, int coef) {
   const int64 sum = static_cast<int64>(element->coef) + coef;
   if (sum < INT_MIN || sum > INT_MAX) {
     glp_lib_print("c sum of numeric constants out of range [0]");
-    fatal(d, "c number out of RANGE");
+    d.input.fatal("c number out of RANGE");
   }
   element->coef = static_cast<int>(sum);
 }
@@ -641,7 +398,7 @@ LPTLFE* parse_linear_form(dsa& d) {
       if (d.token == T_NUMBER) {
         coef = sign * d.value;
         scan_token(d);
-        if (d.token != T_ASTERISK) fatal(d, "expecting '*' instead of %s", d.image);
+        if (d.token != T_ASTERISK) d.input.fatal("expecting '*' instead of %s", d.image);
         scan_token(d);
       }
       complete = d.token == T_NAME;
@@ -650,7 +407,7 @@ LPTLFE* parse_linear_form(dsa& d) {
       add_term(d, form, coef, find_col(d, d.image, length, glp_avl_code(d.image, length)));
     }
     scan_form_token(d);
-  } while (d.token == T_TERM || d.token == T_PLUS || d.token == T_MINUS);
+  } while (d.token == T_TERM || d.token == T_SIGN);
 
   release_columns(form);
   return complete ? form.first : nullptr;
@@ -687,15 +444,16 @@ void parse_row(dsa& d) {
 
   if (at_label(d)) {
     copy_name(row->name, d);
-    if (find_row(d, row->name) != nullptr) fatal(d, "constraint `%s' multiply defined", row->name);
+    if (find_row(d, row->name) != nullptr)
+      d.input.fatal("constraint `%s' multiply defined", row->name);
     skip_label(d);
   } else {
     std::memcpy(row->name, "r.", 2);
-    *std::to_chars(row->name + 2, row->name + lpt_name_length, d.count).ptr = '\0';
+    *std::to_chars(row->name + 2, row->name + lpt_name_length, d.input.count()).ptr = '\0';
   }
 
   row->ptr = parse_linear_form(d);
-  if (row->ptr == nullptr) fatal(d, "missing variable name");
+  if (row->ptr == nullptr) d.input.fatal("missing variable name");
 
   switch (d.token) {
   case T_LE:
@@ -708,12 +466,12 @@ void parse_row(dsa& d) {
     row->sense = LPT_EQ;
     break;
   default:
-    fatal(d, "missing constraint sense");
+    d.input.fatal("missing constraint sense");
   }
   scan_token(d);
 
   const int sign = parse_optional_sign(d);
-  if (d.token != T_NUMBER) fatal(d, "missing right-hand side");
+  if (d.token != T_NUMBER) d.input.fatal("missing right-hand side");
   row->rhs = sign * d.value;
 
   (lpt->last_row == nullptr ? lpt->first_row : lpt->last_row->next) = row;
@@ -721,10 +479,10 @@ void parse_row(dsa& d) {
   if (d.unindexed == nullptr) d.unindexed = row;
 
   scan_token(d);
-  if (d.token != T_SEMICOLON) fatal(d, "expecting ';'");
-  const char behind = d.line[d.pos];
+  if (d.token != T_SEMICOLON) d.input.fatal("expecting ';'");
+  const char behind = d.next();
   if (behind != '\0' && behind != '\\' && behind != ';')
-    fatal(d, "invalid symbol(s) beyond right-hand side");
+    d.input.fatal("invalid symbol(s) beyond right-hand side");
   scan_form_token(d);
 }
 
@@ -732,8 +490,7 @@ void parse_row(dsa& d) {
 void parse_constraints(dsa& d) {
   if (d.token == T_SEMICOLON) scan_token(d); // ends the objective
   do parse_row(d);
-  while (d.token == T_TERM || d.token == T_NAME || d.token == T_NUMBER || d.token == T_PLUS ||
-         d.token == T_MINUS);
+  while (d.token == T_TERM || d.token == T_NAME || d.token == T_NUMBER || d.token == T_SIGN);
 }
 
 void parse_problem(dsa& d) {
@@ -742,52 +499,29 @@ void parse_problem(dsa& d) {
   parse_constraints(d);
   if (d.token == T_END) {
     scan_token(d);
-    if (d.token != T_EOF) fatal(d, "extra symbol(s) detected beyond `end'");
+    if (d.token != T_EOF) d.input.fatal("extra symbol(s) detected beyond `end'");
   } else if (d.token != T_EOF) {
-    fatal(d, "symbol `%s' in wrong position", d.image);
+    d.input.fatal("symbol `%s' in wrong position", d.image);
   }
 }
 
 /// The place to which errors jump. It has no variables of its own that a jump could spoil.
 /// \return false if there was an error.
 bool parsed(dsa& d) {
-  if (setjmp(d.jump) != 0) return false;
+  if (setjmp(d.input.way_out) != 0) return false;
   parse_problem(d);
   return true;
 }
 
 } // namespace
 
-LPT* glp_lpt_read_prob(std::FILE* in) {
-  dsa d; // the long buffer stays as it is: it is written before it is read
-  d.in = in;
-  d.in_ended = false;
-  d.in_error = 0;
-  d.seen = d.in_next = d.in_end = d.line = d.buffer;
-  d.first_term = d.last_term = 0;
-  d.buffer[0] = '\0';
-  d.lpt = new (glp_lib_umalloc(sizeof(LPT))) LPT{};
-  d.lpt->pool = glp_dmp_create_pool(0);
-  d.lpt->col_pool = glp_dmp_create_pool(0);
-  d.trow = glp_avl_create_tree(glp_avl_strcmp);
-  d.tcol = glp_avl_create_tree(glp_avl_strcmp);
-  d.unindexed = nullptr;
-  d.count = 0;
-  d.line_ended = false;
-  d.pos = 0;
-  d.token = T_NONE;
-  d.imlen = 0;
-  d.value = 0;
-  d.image[0] = '\0';
+} // namespace glp
 
-  LPT* lpt = d.lpt;
-  if (!parsed(d)) {
-    glp_lpt_free_prob(lpt);
-    lpt = nullptr;
-  }
-  glp_avl_delete_tree(d.trow);
-  glp_avl_delete_tree(d.tcol);
-  return lpt;
+LPT* glp_lpt_read_prob(std::FILE* in) {
+  glp::dsa d(in);
+  if (glp::parsed(d)) return d.lpt;
+  glp_lpt_free_prob(d.lpt);
+  return nullptr;
 }
 
 LPT* glp_lpt_read_prob() {

@@ -101,6 +101,23 @@ TEST(Memory, MayBeShortFromTheStart) {
   EXPECT_GT(seen[Phase::loading], 0);
 }
 
+TEST(Memory, NeedsLittleStack) {
+  constexpr long stack = 128 << 10; // 32 kB do, but not with the sanitizers
+  std::string row;
+  for (int i = 1; i <= 100000; i++)
+    row += " +" + std::to_string(i % 977) + "*x" + std::to_string(i);
+  const struct {
+    std::string input;
+    int exit;
+  } table[] = {{slurp(TEST_DATA_DIR "/instances/bm23.in"), 30},
+               {slurp(TEST_DATA_DIR "/golden/hand_long_word.in"), 0},
+               {"min: x1 ;\n" + row + " >= 2 ;\n", 30}};
+  for (const auto& [input, exit] : table) {
+    const Finished f = run({.program = "quillon", .input = input, .stack = stack});
+    EXPECT_EQ(f.exit, exit) << f.signal << f.out.substr(0, 200);
+  }
+}
+
 TEST(Memory, MayRunOutInTheTools) {
   if (!own_allocator) GTEST_SKIP() << why_skipped;
   const std::string opb = testing::TempDir() + "faults_" + std::to_string(getpid()) + ".opb";

@@ -217,6 +217,11 @@ TEST(Reader, Limits) {
       {digits + "7*x >= 1;\n", "| r.1: 7*x > 1 | x"},
       {digits + "07*x >= 1;\n",
        "c 1: numeric constant `" + digits + "0' out of range (2147483647)\n"},
+      {"x +" + digits + "7*y >= 1;\n", "| r.1: 1*x 7*y > 1 | x y"},
+      {"x +" + digits + "07*y >= 1;\n",
+       "c 2: numeric constant `" + digits + "0' out of range (2147483647)\n"},
+      {"x +2147483647*y -2147483648*z >= 1;\n",
+       "c 3: numeric constant `2147483648' out of range (2147483647)\n"},
       {digits + "0.\n", "c 1: numeric constant `" + digits + "0' out of range (2147483647)\n"},
       {times(1000, 'a'), "c 1: warning: missing final LF\nc 1: c name `" + times(32, 'a') +
                              "...' too long > 32 characters\n"},

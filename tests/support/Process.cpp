@@ -47,10 +47,10 @@ Process::Process(const Setup& setup) {
   dup2(setup.error_fd >= 0 ? setup.error_fd : open(err.c_str(), O_WRONLY | O_TRUNC), 2);
   if (setup.close_input) close(0);
   if (setup.close_output) close(1);
-  if (setup.address_space > 0) {
-    const rlimit limit{static_cast<rlim_t>(setup.address_space),
-                       static_cast<rlim_t>(setup.address_space)};
-    setrlimit(RLIMIT_AS, &limit);
+  for (const auto& [resource, bytes] :
+       {std::pair(RLIMIT_AS, setup.address_space), std::pair(RLIMIT_STACK, setup.stack)}) {
+    const rlimit limit{static_cast<rlim_t>(bytes), static_cast<rlim_t>(bytes)};
+    if (bytes > 0) setrlimit(resource, &limit);
   }
   for (const auto& [name, value] : setup.environment) setenv(name.c_str(), value.c_str(), 1);
   execv(program.c_str(), argv.data());

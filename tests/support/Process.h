@@ -34,6 +34,7 @@ class Process {
     bool close_output = false;    ///< or nowhere
     int error_fd = -1;            ///< standard error goes there instead of being collected
     long address_space = 0;       ///< limit in bytes; 0 for none
+    long stack = 0;               ///< the same
   };
 
   explicit Process(const Setup& setup);
