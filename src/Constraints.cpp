@@ -1,38 +1,10 @@
 /// \file
-/// Watch-list maintenance, and the clause with its two watched literals (M. Moskewicz et al.,
-/// Chaff: Engineering an Efficient SAT Solver, 2001).
+/// Building clauses, with two watched literals each (M. Moskewicz et al., Chaff: Engineering an
+/// Efficient SAT Solver, 2001).
 #include "Constraints.h"
 
 #include "Solver.h"
 #include "Sort.h"
-
-namespace {
-
-/// Removes the first entry of `ws` for which `matches` holds; there must be one.
-template <class List, class Matches> void removeFirst(List& ws, Matches matches) {
-  int j = 0;
-  while (j < ws.size() && !matches(ws[j])) j++;
-  assert(j < ws.size());
-  for (; j < ws.size() - 1; j++) ws[j] = ws[j + 1];
-  ws.shrink(1);
-}
-
-} // namespace
-
-void removeWatch(WatchList<Constr*>& ws, Constr* elem) {
-  removeFirst(ws, [elem](const Constr* c) { return c == elem; });
-}
-
-void removeWatchTerm(WatchList<pbWatchTerm>& ws, Constr* elem) {
-  removeFirst(ws, [elem](const pbWatchTerm& entry) { return entry.pb == elem; });
-}
-
-void removeUndo(vec<Constr*>& ws, Constr* elem) {
-  removeFirst(ws, [elem](const Constr* c) { return c == elem; });
-}
-
-// ------------------------------------------------------------------------------------------------
-// Building clauses
 
 Clause::Clause(const Lit* literals, int nlits, bool is_learnt, int num)
     : size_learnt((static_cast<unsigned>(nlits) << 1) | static_cast<unsigned>(is_learnt)) {
@@ -117,51 +89,4 @@ bool Clause_add(Solver& S, const vec<Lit>& ps_, Clause*& out_clause) {
   if (watch == ps_.size()) watch = c->highestLevel(S, 1);
   out_clause = Clause::finish(S, c, watch, ps_);
   return true;
-}
-
-// ------------------------------------------------------------------------------------------------
-// The clause as a constraint
-
-bool Clause::locked(const Solver& S) const {
-  return S.reason[var(lits()[0])] == this;
-}
-
-void Clause::remove(Solver& S, bool just_dealloc) {
-  if (!just_dealloc) {
-    removeWatch(S.watches[index(~lits()[0])], this);
-    removeWatch(S.watches[index(~lits()[1])], this);
-  }
-  const size_t size_in_bytes = bytes();
-  this->~Clause();
-  S.pool.give(this, size_in_bytes);
-}
-
-void Clause::leaveLists(Solver& S) {
-  S.leaveList(~lits()[0]);
-  S.leaveList(~lits()[1]);
-  constraintnum = num_leaving;
-}
-
-bool Clause::calcReason(Solver& S, Lit p, vec<Lit>& out_reason, vec<Lit>& /*out_not_reason*/) {
-  const Lit* const data = lits();
-  assert(p == lit_Undef || p == data[0]);
-  for (int i = p == lit_Undef ? 0 : 1; i < size(); i++) {
-    assert(S.value(data[i]) == l_False);
-    out_reason.push(~data[i]);
-  }
-  if (learnt()) S.claBumpActivity(this);
-  return false;
-}
-
-bool Clause::simplify(Solver& S) {
-  assert(S.decisionLevel() == 0);
-  for (int i = 0; i < size(); i++)
-    if (S.value(lits()[i]) == l_True) return true;
-  return false;
-}
-
-bool Clause::checkModel(const Solver& S) const {
-  for (int i = 0; i < size(); i++)
-    if (S.model[var(lits()[i])] != sign(lits()[i])) return true;
-  return false;
 }

@@ -38,9 +38,10 @@ class Constr {
   /// A variable in whose `undos` list the constraint stands has been unassigned.
   virtual void undo(Solver&) {}
   /// Appends to `out_reason` the true literals that together force p, or with p = `lit_Undef` the
-  /// conflict. A true result says that the constraint has already merged itself into the learnt
-  /// pseudo-Boolean constraint, entering literals new to that in `out_not_reason`. Within one
-  /// analysis a constraint may leave out literals that it has given before.
+  /// conflict. A true result says that the constraint has merged itself into the pseudo-Boolean
+  /// constraint being learnt, as far as that was worth while, and appended the literals new to that
+  /// to `out_not_reason`. Within one analysis a constraint may leave out literals that it has given
+  /// before.
   virtual bool calcReason(Solver& S, Lit p, vec<Lit>& out_reason, vec<Lit>& out_not_reason) = 0;
   virtual bool learnt() const { return false; }
   virtual bool initialize(Solver&) { return true; }
@@ -221,6 +222,10 @@ class PseudoBool final : public Constr {
                              Clause*& c_out);
   friend bool convertPBtoCNF(Solver& S, PseudoBool*& pb, Clause*& c_out, bool learnt);
 
+  bool implyLargest(Solver& S);
+  void merge(Solver& S, Lit p, vec<Lit>& entered) const;
+  void collectFalse(const Solver& S, vec<Lit>& out) const;
+
   /// The first watches and the literals implied at level 0; the second half of `PseudoBool_new`.
   bool chooseFirstWatches(Solver& S);
   /// After a backjump to `assertion_level`, with no term watched: asserts what the constraint
@@ -255,7 +260,7 @@ class PseudoBool final : public Constr {
   void remove(Solver& S, bool just_dealloc) override;
   bool propagate(Solver& S, Lit p, bool& keep_watch) override;
   bool simplify(Solver& S) override;
-  void undo(Solver& S) override;
+  void undo(Solver&) override {}
   bool calcReason(Solver& S, Lit p, vec<Lit>& out_reason, vec<Lit>& out_not_reason) override;
   bool checkModel(const Solver& S) const override;
   void leaveLists(Solver& S) override;
@@ -264,9 +269,10 @@ class PseudoBool final : public Constr {
   /// Whether the constraint is the reason of one of its true literals and so must not be removed.
   bool locked(const Solver& S) const;
 
-  /// Learning: adds `lit` with weight `mul2` * `coeff`, both at least 1, to the solver's learnt
-  /// constraint, and gives that up if a coefficient grows past its bound.
-  static void UpdateLearned(Solver& S, int64 mul2, Lit lit, int coeff);
+  /// Learning: adds `lit` with weight `mul2` * `coeff`, both at least 1, to the solver's
+  /// accumulator, and gives learning up if that coefficient grows past its bound. True if the
+  /// variable was not there before.
+  static bool UpdateLearned(Solver& S, int64 mul2, Lit lit, int coeff);
 
   /// Objective: the degree that only better assignments reach, 0 when there can be none because
   /// every objective literal is fixed at the root. Sets the solver's `objResult` to the value of

@@ -70,9 +70,8 @@ bool PseudoBool::newObjConstraint(Solver& S, bool isSAT) {
   rhs_goal = rhs_max = static_cast<int>(new_goal);
   assert(lhs_max >= rhs_goal);
 
-  const int64 open_sum =
-      levels.findAssertionLevel(S.decisionLevel(), lhs_max, rhs_goal,
-                                [&S](Var v) { S.accumulator[v].tmpCoef = LevelSums::mark; });
+  const int64 open_sum = levels.findAssertionLevel(S.decisionLevel(), lhs_max, rhs_goal,
+                                                   [&S](Var v) { S.accumulator.mark(v); });
   const int assertion_level = levels.assertionLevel();
   assert(assertion_level >= S.root_level);
   S.cancelUntil(assertion_level);

@@ -1,10 +1,9 @@
 /// \file
 /// Propagation: the loops over the watch lists and the steps of clauses and pseudo-Boolean
-/// constraints, with watched sums and fake watches; and the reasons that the latter give.
+/// constraints, with watched sums and fake watches.
 #include <bit>
 
 #include "Constraints.h"
-#include "LevelSums.h"
 #include "Prefetch.h"
 #include "Solver.h"
 
@@ -13,9 +12,6 @@
 namespace {
 
 constexpr int guard_watch_sum = 2;
-
-/// Bound on the degree while a constraint is being learnt; beyond it the learning is given up.
-constexpr int64 merged_degree_limit = 10000;
 
 } // namespace
 
@@ -72,8 +68,7 @@ void PseudoBool::assertAndWatch(Solver& S, int64 open_sum, int assertion_level) 
     }
     if (S.value(term.lit) != l_False) {
       if (amaxpos == -1 || watchsum < amax + goal) setWatch(S, i, false);
-    } else if (S.level[var(term.lit)] == assertion_level ||
-               S.accumulator[var(term.lit)].tmpCoef == LevelSums::mark) {
+    } else if (S.level[var(term.lit)] == assertion_level || S.accumulator.isMarked(var(term.lit))) {
       setfakeWatch(S, i);
     }
     assert(!is_watched(i) || S.value(term.lit) != l_False);
@@ -87,6 +82,23 @@ bool PseudoBool::propagate(Solver& S, Lit p, bool& /*keep_watch*/) {
   int p_pos = 0;
   while (terms()[p_pos].lit != ~p) p_pos++;
   return falsified(S, p_pos);
+}
+
+/// All terms that are not false being watched: enqueues those too large to be missed, which are in
+/// order of size. A watched false term is one whose falsification is still in the queue: then the
+/// result is false, and there is a conflict.
+inline bool PseudoBool::implyLargest(Solver& S) {
+  const PBTerm* const term = terms();
+  const MarkWord* const marks = watched();
+  const int words = markWords(nterms);
+  for (int w = 0; w < words; w++) {
+    for (MarkWord rest = marks[w]; rest != 0; rest &= rest - 1) {
+      const int i = w * word_bits + std::countr_zero(rest);
+      if (i >= nterms || watchsum >= term[i].coeff() + static_cast<int64>(rhs_max)) return true;
+      if (!S.enqueue(term[i].lit, this, term[i].coeff())) return false;
+    }
+  }
+  return true;
 }
 
 bool PseudoBool::falsified(Solver& S, int iterm) {
@@ -114,23 +126,11 @@ bool PseudoBool::falsified(Solver& S, int iterm) {
   }
   if (watchsum >= safe_sum) return true;
 
-  // Now all terms that are not false are watched. Those too large to be missed are implied; the
-  // terms are in order of size. A watched false term is one whose falsification is still in the
-  // queue: a conflict.
-  for (int w = 0; w < words; w++) {
-    for (MarkWord rest = marks[w]; rest != 0; rest &= rest - 1) {
-      const int i = w * word_bits + std::countr_zero(rest);
-      if (i >= nterms || watchsum >= term[i].coeff() + G) {
-        w = words;
-        break;
-      }
-      if (!S.enqueue(term[i].lit, this, term[i].coeff())) {
-        setWatch(S, iterm, false);
-        return false;
-      }
-    }
+  if (!implyLargest(S)) {
+    setWatch(S, iterm, false);
+    return false;
   }
-  if (S.decisionLevel() > 0) S.trail_pb.last() = 1;
+  S.notePBImplication();
   setfakeWatch(S, iterm);
   assert(watchsum >= G);
   return true;
@@ -221,130 +221,4 @@ Clause* Solver::propagateClauses(Lit p) {
   while (i < ws.size()) ws[j++] = ws[i++];
   ws.shrink(i - j);
   return confl;
-}
-
-// ------------------------------------------------------------------------------------------------
-// Reasons
-
-bool PseudoBool::calcReason(Solver& S, Lit p, vec<Lit>& out_reason, vec<Lit>& out_not_reason) {
-  if (learnt_) S.pbBumpActivity(this);
-  char& learning = S.trail_pb.last();
-  const bool is_conflict = p == lit_Undef;
-  int64 mul2 = 0; // the weight with which this constraint enters the learnt one
-  if (learning == 1 && (is_conflict || S.PB_qualified)) {
-    mul2 = is_conflict ? 1 : S.accumulator[var(p)].tmpCoef;
-    S.tmpGoal += mul2 * rhs_max;
-    if (S.tmpGoal < 0 || S.tmpGoal > merged_degree_limit) learning = 0;
-  }
-  const PBTerm* const term = terms();
-  int i = 0;
-  if (mul2 != 0) {
-    for (; i < nterms && learning == 1; i++) {
-      const Lit lit = term[i].lit;
-      if (lit == p) {
-        S.tmpGoal -= mul2 * term[i].coeff();
-        continue;
-      }
-      if (S.accumulator[var(lit)].inLearnedPB == 0) out_not_reason.push(lit);
-      UpdateLearned(S, mul2, lit, term[i].coeff());
-      if (S.value(lit) == l_False) out_reason.push(~lit);
-    }
-  }
-  // In one analysis, what is false now was false in an earlier reason, too.
-  if (explained) return true;
-  explained = true;
-  S.explained.push(this);
-  // The false ones of the other terms; p itself is true or, being explained, unassigned. What has
-  // been false since before the last propagated literal is not watched.
-  Lit* end = out_reason.room(nterms - i);
-  const auto pushIfFalse = [&](int k) { // without a branch, which nobody could predict
-    *end = ~term[k].lit;
-    end += S.value(term[k].lit) == l_False ? 1 : 0;
-  };
-  if (i == 0 && S.trail.size() <= S.propagated) {
-    const int words = markWords(nterms);
-    for (int w = 0; w < words; w++)
-      for (MarkWord open = ~watched()[w]; open != 0; open &= open - 1)
-        pushIfFalse(w * word_bits + std::countr_zero(open));
-  } else {
-    for (; i < nterms; i++) pushIfFalse(i);
-  }
-  out_reason.pushedUpTo(end);
-  return true;
-}
-
-// ------------------------------------------------------------------------------------------------
-// The rest of the interface
-
-void PseudoBool::remove(Solver& S, bool just_dealloc) {
-  if (!just_dealloc) {
-    for (int i = 0; i < nterms; i++)
-      if (is_watched(i) || is_fakewatched(i))
-        removeWatchTerm(S.pb_watches[index(~terms()[i].lit)], this);
-  }
-  destroy(S, this);
-}
-
-void PseudoBool::leaveLists(Solver& S) {
-  for (int i = 0; i < nterms; i++)
-    if (is_watched(i) || is_fakewatched(i)) S.leaveList(~terms()[i].lit);
-  constraintnum = num_leaving;
-}
-
-bool PseudoBool::simplify(Solver& S) {
-  assert(S.decisionLevel() == 0);
-  int64 sum = 0;
-  for (int i = 0; i < nterms; i++) {
-    if (S.value(terms()[i].lit) != l_True) continue;
-    sum += terms()[i].coeff();
-    if (sum >= rhs_goal) return true;
-  }
-  return false;
-}
-
-void PseudoBool::undo(Solver&) {}
-
-bool PseudoBool::locked(const Solver& S) const {
-  for (int i = 0; i < nterms; i++) {
-    const Lit lit = terms()[i].lit;
-    if (S.value(lit) == l_True && S.reason[var(lit)] == this) return true;
-    if (S.value(lit) == l_Undef) return false;
-  }
-  return false;
-}
-
-bool PseudoBool::checkModel(const Solver& S) const {
-  if (rhs_max == 0 || rhs_goal <= 0) return true;
-  int64 sum = 0;
-  for (int i = 0; i < nterms; i++) {
-    if (S.model[var(terms()[i].lit)] == sign(terms()[i].lit)) continue;
-    sum += terms()[i].coeff();
-    if (sum >= rhs_goal) return true;
-  }
-  return false;
-}
-
-void PseudoBool::printWatch(const Solver& S, const char* msg) const {
-  std::printf("%-*d%s(C%d)Watch: ", 3 * S.decisionLevel() + 3, S.decisionLevel(), msg,
-              constraintnum);
-  for (int i = 0; i < nterms; i++)
-    if (is_watched(i)) std::printf("%sx%d ", sign(terms()[i].lit) ? "" : "~", var(terms()[i].lit));
-  std::printf(" w=%d amax=%d v1= v2=\n", watchsum, amax);
-}
-
-void PseudoBool::printAssignment(const Solver& S, const char* /*msg*/) const {
-  for (int i = 0; i < nterms; i++) {
-    const PBTerm& term = terms()[i];
-    const lbool value = S.value(term.lit);
-    std::printf("+ %d* ", term.coeff());
-    std::printf("%sx%d%s (@%d)%s", sign(term.lit) ? "~" : "", var(term.lit),
-                value == l_True    ? "/T"
-                : value == l_False ? "/F"
-                                   : "/U",
-                S.level[var(term.lit)],
-                is_watched(i)       ? "**"
-                : is_fakewatched(i) ? "*"
-                                    : "");
-  }
-  std::printf(" >= %d - w = %d\n\n", rhs_goal, watchsum);
 }

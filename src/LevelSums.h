@@ -38,9 +38,6 @@ class LevelSums {
   }
 
  public:
-  /// What `tmpCoef` holds for a variable whose falsified term shall get a fake watch.
-  static constexpr int64 mark = -1;
-
   /// The memory it takes.
   size_t bytes() const { return levels.bytes() + touched.bytes(); }
 

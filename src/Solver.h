@@ -3,6 +3,7 @@
 #ifndef QUILLON_SOLVER_H
 #define QUILLON_SOLVER_H
 
+#include "Accumulator.h"
 #include "Constraints.h"
 #include "Global.h"
 #include "LevelSums.h"
@@ -184,19 +185,10 @@ class Solver {
   int root_level = 0;         ///< the level that search never goes below
   int simplified = 0;         ///< number of facts at the last `simplifyDB`
 
-  // Conflict analysis, and the accumulator of the learnt pseudo-Boolean constraint: the sum over
-  // the variables with inLearnedPB of tmpCoef times the literal is at least tmpGoal.
-  struct Learned {
-    int64 tmpCoef = 0;    ///< coefficient; stale where inLearnedPB is 0, and may hold -1 marks
-    int inLearnedPB = 0;  ///< 0, or the stamp of the last pass that visited the variable
-    bool tmpSign = false; ///< whether its literal is the negated one
-  };
+  // Conflict analysis
   vec<char> analyze_seen;     ///< per variable; all 0 between calls
-  vec<Learned> accumulator;   ///< per variable
-  int64 tmpGoal = 0;          ///< degree
-  int64 tmpTrueSum = 0;       ///< sum over the literals not false, as of the last scaling pass
-  int marker = 0;             ///< stamp of the current scaling pass
-  vec<Var> learnedVars;       ///< whose entries of inLearnedPB may not be 0
+  Accumulator accumulator;    ///< the pseudo-Boolean constraint being learnt
+  bool learning = false;      ///< whether that is still of use in this analysis, or was to the last
   vec<PBTerm> collected;      ///< terms of the constraint being installed
   vec<Lit> analyze_reason;    ///< the reason being resolved
   vec<PseudoBool*> explained; ///< have given a reason in this analysis
@@ -218,6 +210,13 @@ class Solver {
   SearchHost* host = nullptr; ///< not owned; null: there is no time limit, and nobody is told
 
  private:
+  /// Notes that a pseudo-Boolean constraint implies something at the current level, and tells
+  /// whether one has; such a level's conflict may teach another one.
+  void notePBImplication() {
+    if (decisionLevel() > 0) trail_pb.last() = 1;
+  }
+  bool pbImpliedHere() const { return trail_pb.last() != 0; }
+
   // Propagation of one literal that has become true
   PseudoBool* propagatePBs(Lit p);
   Clause* propagateClauses(Lit p);
@@ -248,11 +247,11 @@ class Solver {
   void forgetExplained();
   void record(const vec<Lit>& clause);
   bool record_PB(const vec<Lit>& constraint, const vec<Lit>& clause, int bt);
-  void resolveOn(Lit p, const vec<Lit>& out_PB_learnt);
-  void multiplytmpLearned(Lit p, int64 mul, const vec<Lit>& first_vec);
-  void abandonUnlessConflicting();
+  /// Whether the reason of p, or with `lit_Undef` the conflict, is to enter the accumulator.
+  bool mergesReasonOf(Lit p) const { return learning && (p == lit_Undef || PB_qualified); }
+  void resolveOn(Lit p);
+  void multiplytmpLearned(Lit p, int64 mul);
   void incrLearned(Lit q, Lit lit, vec<Lit>& learnt_vec);
-  bool addToLearned(Lit lit, int64 amount);
   static int64 GCD(int64 a, int64 b);
   void store(Clause* c);
 
@@ -286,6 +285,20 @@ inline bool Solver::enqueue(Lit p, Constr* from, int coeff) {
   prefetch(&watches[index(p)]);
   prefetch(&pb_watches[index(p)]);
   return true;
+}
+
+inline void Solver::undoOne() {
+  const Lit p = trail.last();
+  const Var x = var(p);
+  trail.pop();
+  setValue(p, l_Undef);
+  reason[x] = nullptr;
+  level[x] = -1;
+  order.undo(x);
+  while (x < undos.size() && undos[x].size() > 0) {
+    undos[x].last()->undo(*this);
+    undos[x].pop();
+  }
 }
 
 /// Where a search stands when it calls `search_audit`.

@@ -324,7 +324,5 @@ void SolverAudit::enable() {
 
 void SolverAudit::emptyAccumulator(Solver& S) {
   S.accumulator.growTo(S.nVars());
-  for (Var x = 0; x < S.nVars(); x++) S.accumulator[x].inLearnedPB = 0;
-  S.tmpGoal = S.tmpTrueSum = 0;
-  S.marker = 1;
+  S.accumulator.clear();
 }

@@ -35,7 +35,8 @@ class SolverAudit {
   static WatchList<pbWatchTerm>& pbWatches(Solver& S, Lit p) { return S.pb_watches[index(p)]; }
   static Queue<Lit>& propQ(Solver& S) { return S.propQ; }
   static vec<Lit>& trail(Solver& S) { return S.trail; }
-  static char& pbFlag(Solver& S) { return S.trail_pb.last(); }
+  static bool pbImpliedHere(const Solver& S) { return S.pbImpliedHere(); }
+  static bool& learning(Solver& S) { return S.learning; }
   static Constr* reason(const Solver& S, Var x) { return S.reason[x]; }
   static int reasonCoeff(const Solver& S, Var x) { return S.reason_coeff[x]; }
   static int level(const Solver& S, Var x) { return S.level[x]; }
@@ -48,11 +49,15 @@ class SolverAudit {
   static void forgetExplained(Solver& S) { S.forgetExplained(); }
 
   // The accumulator of the learnt pseudo-Boolean constraint
-  static int64& goal(Solver& S) { return S.tmpGoal; }
-  static int64& coef(Solver& S, Var x) { return S.accumulator[x].tmpCoef; }
-  static bool negated(Solver& S, Var x) { return S.accumulator[x].tmpSign; }
-  static bool entered(Solver& S, Var x) { return S.accumulator[x].inLearnedPB != 0; }
-  static int64 trueSum(const Solver& S) { return S.tmpTrueSum; }
+  static int64& degree(Solver& S) { return S.accumulator.degree; }
+  static int64 coef(Solver& S, Var x) {
+    return S.accumulator.contains(x) ? S.accumulator.coeff(x) : 0;
+  }
+  static bool negated(Solver& S, Var x) { return sign(S.accumulator.literal(x)); }
+  static bool entered(Solver& S, Var x) { return S.accumulator.contains(x); }
+  static bool isMarked(const Solver& S, Var x) { return S.accumulator.isMarked(x); }
+  static int64 passWork(const Solver& S) { return S.accumulator.work(); }
+  static int64 trueSum(const Solver& S) { return S.accumulator.trueSum(); }
   /// Sizes the accumulator as `Solver::solve` does and empties it as `Solver::analyze` does.
   static void emptyAccumulator(Solver& S);
 
@@ -76,11 +81,10 @@ class SolverAudit {
   static bool recordPB(Solver& S, const vec<Lit>& constraint, const vec<Lit>& clause, int bt) {
     return S.record_PB(constraint, clause, bt);
   }
-  static void scale(Solver& S, Lit p, int64 mul, const vec<Lit>& literals) {
-    S.multiplytmpLearned(p, mul, literals);
+  static void scale(Solver& S, Lit p, int64 mul) { S.multiplytmpLearned(p, mul); }
+  static bool add(Solver& S, Lit lit, int64 amount) {
+    return S.accumulator.add(lit, amount).entered;
   }
-  static void abandonUnlessConflicting(Solver& S) { S.abandonUnlessConflicting(); }
-  static bool add(Solver& S, Lit lit, int64 amount) { return S.addToLearned(lit, amount); }
   static int64 gcd(int64 a, int64 b) { return Solver::GCD(a, b); }
   static void bump(Solver& S, Lit p) { S.varBumpActivity(p, 1); }
   static void reduceClauses(Solver& S) { S.reduceDB(); }

@@ -189,7 +189,7 @@ void learning(benchmark::State& state, int nvars, const std::vector<Row>& rows) 
     bool impossible = false;
     const auto start = std::chrono::steady_clock::now();
     SolverAudit::analyze(*S, conflict, clause, sum, level);
-    const bool learns_sum = SolverAudit::pbFlag(*S) == 1 && SolverAudit::goal(*S) != 1;
+    const bool learns_sum = SolverAudit::learning(*S) && SolverAudit::degree(*S) != 1;
     if (learns_sum) {
       impossible = SolverAudit::recordPB(*S, sum, clause, level);
     } else {

@@ -106,10 +106,10 @@ TEST_F(AlgorithmsDocument, LearningByCuttingPlanes) {
   EXPECT_EQ(name(clause[0]), "b");
   EXPECT_EQ(name(clause[1]), "a");
   EXPECT_EQ(backjump_level, 1);
-  ASSERT_NE(SolverAudit::pbFlag(S), 0); // the sum has not been given up
+  ASSERT_TRUE(SolverAudit::learning(S)); // the sum has not been given up
 
   // 1 * second + 2 * first, d cancelled: 6a + 7b + 6c >= 8.
-  EXPECT_EQ(SolverAudit::goal(S), 8);
+  EXPECT_EQ(SolverAudit::degree(S), 8);
   const std::pair<Var, int64> expected[] = {{a, 6}, {b, 7}, {c, 6}};
   for (const auto& [x, coeff] : expected) {
     EXPECT_TRUE(SolverAudit::entered(S, x));

@@ -139,12 +139,11 @@ TEST(Propagation, ImpliesAndKeepsAFakeWatch) {
     EXPECT_EQ(S.decide(~Lit(x)), nullptr);
     EXPECT_EQ(S.nAssigns(), 3);
     EXPECT_TRUE(pbAt(S, 0).is_fakewatched(x));
-    EXPECT_EQ(SolverAudit::pbFlag(S), 1);
+    EXPECT_TRUE(SolverAudit::pbImpliedHere(S));
     EXPECT_EQ(SolverAudit::reason(S, 2), &pbAt(S, 0));
     EXPECT_TRUE(pbAt(S, 0).locked(S) || x == 0); // the first term says no if it is not true
     EXPECT_EQ(SolverAudit::checkFixpoint(S), "");
     vec<Lit> why, other;
-    SolverAudit::pbFlag(S) = 0; // nothing is being learnt
     pbAt(S, 0).calcReason(S, Lit(2), why, other);
     EXPECT_EQ(show(why), show(~Lit(x)));
     pbAt(S, 0).calcReason(S, Lit(2), why, other);
@@ -171,7 +170,7 @@ TEST(Propagation, EnoughWatchedLetsTheFalseTermGo) {
   S.add({{1, 1}, {2, 1}, {3, 1}, {4, 1}, {5, 1}}, pb_at_least, 2);
   EXPECT_EQ(S.decide(~Lit(1)), nullptr);
   EXPECT_EQ(constraints(S), "1*x0 1 x1 1*x2 1*x3 1 x4 >= 2");
-  EXPECT_EQ(SolverAudit::pbFlag(S), 0);
+  EXPECT_FALSE(SolverAudit::pbImpliedHere(S));
   EXPECT_EQ(SolverAudit::checkFixpoint(S), "");
 }
 
@@ -184,7 +183,6 @@ TEST(Propagation, MeetsLiteralsFalsifiedButNotYetVisited) {
   EXPECT_EQ(constraints(S), "1*x0 1*x1 1*x2 >= 2"); // watched again
   EXPECT_EQ(SolverAudit::watchsum(pbAt(S, 0)), 3);
   vec<Lit> why, other;
-  SolverAudit::pbFlag(S) = 0;
   pbAt(S, 0).calcReason(S, lit_Undef, why, other);
   EXPECT_EQ(show(why), "~x0 ~x1");
 }
@@ -284,7 +282,7 @@ TEST(LearntConstraint, InstalledWhereItFirstImplies) {
       literals.push(Lit(static_cast<Var>(v)));
       SolverAudit::add(S, literals.last(), c.coeffs[v]);
     }
-    SolverAudit::goal(S) = c.goal;
+    SolverAudit::degree(S) = c.goal;
     for (const Falsified& f : c.falsified) S.assign(f.literal, f.level);
     PseudoBool* pb = nullptr;
     Clause* clause = nullptr;

@@ -2,7 +2,10 @@
 /// Assignment, clauses, conflict analysis, learning arithmetic, reductions, and the audit itself.
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <functional>
+#include <map>
+#include <random>
 #include <vector>
 
 #include "EngineTest.h"
@@ -240,8 +243,8 @@ TEST_F(CuttingPlane, IsLearntBesideTheClause) {
   analyzeConflict();
   EXPECT_EQ(show(learnt), "x0");
   EXPECT_EQ(level, 0);
-  EXPECT_EQ(SolverAudit::pbFlag(S), 1);
-  EXPECT_EQ(SolverAudit::goal(S), 2);
+  EXPECT_TRUE(SolverAudit::learning(S));
+  EXPECT_EQ(SolverAudit::degree(S), 2);
   EXPECT_FALSE(SolverAudit::entered(S, 1)); // cancelled
   EXPECT_FALSE(SolverAudit::recordPB(S, pb_learnt, learnt, level));
   ASSERT_EQ(S.pb_nLearnts(), 1);
@@ -289,11 +292,11 @@ TEST(Learning, OppositeLiteralsCancel) {
   };
   for (const auto& c : cases) {
     TestSolver S(1);
-    SolverAudit::goal(S) = 10;
+    SolverAudit::degree(S) = 10;
     EXPECT_TRUE(SolverAudit::add(S, ~Lit(0), 5));
     EXPECT_FALSE(SolverAudit::add(S, Lit(0, c.negative), c.amount));
     EXPECT_EQ(SolverAudit::coef(S, 0), c.coeff);
-    EXPECT_EQ(SolverAudit::goal(S), c.goal);
+    EXPECT_EQ(SolverAudit::degree(S), c.goal);
     EXPECT_EQ(SolverAudit::entered(S, 0), c.coeff != 0);
     EXPECT_TRUE(c.coeff == 0 || SolverAudit::negated(S, 0) == c.sign);
   }
@@ -301,70 +304,184 @@ TEST(Learning, OppositeLiteralsCancel) {
 
 TEST(Learning, ScalingSaturatesMeasuresAndMultiplies) {
   TestSolver S(4);
-  const Lits literals{Lit(0), Lit(1), Lit(1), Lit(2), Lit(3)};
   S.assign(~Lit(1), 1);
-  for (Var x = 0; x < 4; x++) SolverAudit::add(S, Lit(x), 3 + x);
-  SolverAudit::goal(S) = 5;
-  SolverAudit::coef(S, 0) = 1;
-  SolverAudit::coef(S, 2) = 2;
-  SolverAudit::scale(S, ~Lit(3), 4, literals);
+  for (const Var x : {1, 3}) SolverAudit::add(S, Lit(x), 3 + x);
+  for (const Var x : {0, 2}) SolverAudit::add(S, Lit(x), 1);
+  SolverAudit::add(S, Lit(2), 1);
+  SolverAudit::degree(S) = 4;
+  SolverAudit::scale(S, ~Lit(3), 4);
   EXPECT_EQ(SolverAudit::coef(S, 0), 4);
-  EXPECT_EQ(SolverAudit::coef(S, 1), 16); // once, though listed twice
+  EXPECT_EQ(SolverAudit::coef(S, 1), 16); // saturated before
   EXPECT_EQ(SolverAudit::coef(S, 2), 8);
   EXPECT_EQ(SolverAudit::coef(S, 3), 6); // the literal being resolved is left out
-  EXPECT_EQ(SolverAudit::goal(S), 20);
+  EXPECT_EQ(SolverAudit::degree(S), 16);
   EXPECT_EQ(SolverAudit::trueSum(S), 3);
-  SolverAudit::scale(S, ~Lit(3), 1, literals);
-  EXPECT_EQ(SolverAudit::coef(S, 1), 16);
-  SolverAudit::goal(S) = 13;
-  SolverAudit::scale(S, ~Lit(3), 1, literals);
+  SolverAudit::degree(S) = 13;
+  SolverAudit::scale(S, ~Lit(3), 1);
   EXPECT_EQ(SolverAudit::coef(S, 1), 13);
 }
 
-TEST(Learning, GivenUpBeyondItsBounds) {
-  // A coefficient after a scaling pass
-  for (const int64 coeff : {25000, 25001}) {
-    TestSolver S(2);
-    S.assign(~Lit(0), 1);
-    SolverAudit::pbFlag(S) = 1;
-    SolverAudit::add(S, Lit(0), coeff);
-    SolverAudit::goal(S) = 30000;
-    SolverAudit::scale(S, Lit(1), 4, Lits{Lit(0)});
-    EXPECT_EQ(SolverAudit::goal(S), coeff == 25000 ? 120000 : 1001);
+/// The sum as its definition has it: every pass goes through all terms.
+struct PlainSum {
+  std::map<Var, int64> coeff; ///< of the positive literal, or negated of the negative one
+  int64 degree = 0;
+  int64 true_sum = 0;
+
+  void add(Lit lit, int64 amount) {
+    int64& c = coeff[var(lit)];
+    const int64 old_size = std::abs(c);
+    c += sign(lit) ? -amount : amount;
+    degree -= (old_size + amount - std::abs(c)) / 2; // what has cancelled
+    if (c == 0) coeff.erase(var(lit));
   }
+  template <class IsFalse> bool scale(Var without, int64 mul, IsFalse isFalse) {
+    true_sum = 0;
+    for (auto& [x, c] : coeff) {
+      if (x == without) continue;
+      const int64 size = std::min(std::abs(c), degree);
+      if (!isFalse(Lit(x, c < 0))) true_sum += size;
+      c = (c < 0 ? -size : size) * mul;
+    }
+    degree *= mul;
+    return true_sum * mul < degree && degree <= 1000;
+  }
+};
+
+TEST(Learning, PassesThatAreCaughtUpWithLaterComeToTheSame) {
+  std::mt19937 random(5);
+  const auto upTo = [&random](int n) { return static_cast<int>(random() % n) + 1; };
+  int passes = 0;
+  int scaled = 0;
+  for (int run = 0; run < 300; run++) {
+    constexpr int nvars = 12;
+    Accumulator sum;
+    sum.growTo(nvars);
+    for (int again = 0; again < 2; again++) {
+      PlainSum plain;
+      sum.clear();
+      std::vector<int> value;
+      for (int x = 0; x < nvars; x++) value.push_back(upTo(12) > 2 ? -1 : upTo(2) - 1);
+      const auto isFalse = [&value](Lit q) {
+        return value[static_cast<size_t>(var(q))] == (sign(q) ? 1 : -1);
+      };
+      sum.degree = plain.degree = 4;
+      for (bool useful = true; useful;) {
+        for (int k = upTo(4); k > 0; k--) {
+          const Lit lit(upTo(nvars) - 1, upTo(4) == 1);
+          const int amount = upTo(6);
+          plain.add(lit, amount);
+          const Accumulator::Added added = sum.add(lit, amount);
+          ASSERT_EQ(added.coeff, plain.coeff.count(var(lit)) ? std::abs(plain.coeff[var(lit)]) : 0);
+        }
+        const int raised = upTo(5);
+        plain.degree += raised;
+        sum.degree += raised;
+        const Var resolved = upTo(nvars) - 1;
+        value[static_cast<size_t>(resolved)] = 0;
+        const int mul = upTo(3) == 1 ? upTo(3) : 1;
+        useful = plain.degree > 0 && plain.scale(resolved, mul, isFalse);
+        ASSERT_EQ(sum.scale(resolved, mul, isFalse), useful);
+        if (!useful) break;
+        passes++;
+        scaled += mul > 1 ? 1 : 0;
+        ASSERT_EQ(sum.degree, plain.degree);
+        ASSERT_EQ(sum.trueSum(), plain.true_sum);
+        plain.coeff.erase(resolved);
+        sum.remove(resolved);
+        if (upTo(4) > 1) continue;
+        for (Var x = 0; x < nvars; x++) {
+          ASSERT_EQ(sum.contains(x), plain.coeff.count(x) != 0);
+          if (!sum.contains(x)) continue;
+          ASSERT_EQ(sum.coeff(x), std::abs(plain.coeff[x]));
+          ASSERT_EQ(sign(sum.literal(x)), plain.coeff[x] < 0);
+        }
+      }
+    }
+  }
+  EXPECT_GT(passes, 1000);
+  EXPECT_GT(scaled, 100);
+}
+
+/// A conflict at the end of a long chain: each resolution brings in a literal that stays.
+class LateConflict : public testing::Test {
+ protected:
+  static constexpr int length = 5000;
+  // The constants, the chain, and for each of its links a literal that is false already.
+  static constexpr Var off = 0, start = 1, a = 2, b = 3, chain = 4, side = chain + length;
+  TestSolver S{side + length};
+  vec<Lit> learnt, pb_learnt;
+  int level = -1;
+
+  Constr* conflict() {
+    S.add({{start + 1, 1}, {a + 1, 1}, {b + 1, 1}}, pb_at_least, 2);
+    S.addClause(Lits{Lit(start), Lit(chain)});
+    for (int i = 0; i < length; i++) {
+      S.addClause(Lits{Lit(off), ~Lit(side + i)});
+      const bool last = i == length - 1;
+      S.addClause(Lits{~Lit(chain + i), Lit(side + i), last ? ~Lit(a) : Lit(chain + i + 1)});
+    }
+    EXPECT_EQ(S.decide(~Lit(off)), nullptr);
+    return S.decide(~Lit(start));
+  }
+};
+
+TEST_F(LateConflict, TakesTimeInWhatEntersTheSum) {
+  Constr* const confl = conflict();
+  SolverAudit::analyze(S, confl, learnt, pb_learnt, level);
+  EXPECT_TRUE(SolverAudit::learning(S));
+  EXPECT_EQ(SolverAudit::degree(S), 2); // the sides, b and twice the start
+  EXPECT_EQ(SolverAudit::coef(S, start), 2);
+  EXPECT_EQ(learnt.size(), length + 1);
+  EXPECT_GE(pb_learnt.size(), 2 * length);
+  EXPECT_LT(SolverAudit::passWork(S), 4 * length);
+}
+
+TEST_F(LateConflict, TeachesNoSumOnceTheRunIsToEnd) {
+  Constr* const confl = conflict();
+  stop_signal = SIGTERM;
+  SolverAudit::analyze(S, confl, learnt, pb_learnt, level);
+  stop_signal = 0;
+  EXPECT_FALSE(SolverAudit::learning(S));
+  EXPECT_EQ(SolverAudit::passWork(S), 0);
+  EXPECT_EQ(learnt.size(), length + 1); // the clause leaves the state in order
+}
+
+TEST(Learning, GivenUpBeyondItsBounds) {
   // The degree after a scaling pass, and a constraint that is no longer falsified
   const struct {
-    int64 goal, open;
-    int flag;
-  } passes[] = {{1000, 999, 1}, {1001, 0, 0}, {500, 500, 0}};
+    int64 degree, open, mul;
+    bool useful;
+  } passes[] = {{1000, 999, 1, true}, {1001, 1, 1, false}, {500, 1, 2, true}, {501, 1, 2, false},
+                {500, 500, 1, false}, {0, 1, 1, false},    {-1, 1, 1, false}};
   for (const auto& c : passes) {
     TestSolver S(2);
     S.assign(Lit(1), 1);
-    SolverAudit::pbFlag(S) = 1;
+    SolverAudit::learning(S) = true;
     SolverAudit::add(S, Lit(0), c.open);
-    SolverAudit::goal(S) = c.goal;
-    SolverAudit::scale(S, Lit(1), 1, Lits{Lit(0)});
-    SolverAudit::abandonUnlessConflicting(S);
-    EXPECT_EQ(SolverAudit::pbFlag(S), c.flag) << c.goal;
+    SolverAudit::degree(S) = c.degree;
+    SolverAudit::scale(S, Lit(1), c.mul);
+    EXPECT_EQ(SolverAudit::learning(S), c.useful) << c.degree;
+    EXPECT_EQ(SolverAudit::isMarked(S, 0),
+              c.degree == -1); // what the objective watches depends on it
   }
   // A coefficient and the degree while a constraint is merged
   for (const int over : {0, 1}) {
     TestSolver S(3);
     S.add({{1, 1}, {2, 1}, {3, 1}}, pb_at_least, 2);
     S.assign(~Lit(0), 1);
-    SolverAudit::pbFlag(S) = 1;
+    SolverAudit::learning(S) = true;
     PseudoBool::UpdateLearned(S, 2500, Lit(0), 4);
     PseudoBool::UpdateLearned(S, 9999 + over, Lit(1), 1);
-    EXPECT_EQ(SolverAudit::pbFlag(S), 1);
+    EXPECT_TRUE(SolverAudit::learning(S));
     PseudoBool::UpdateLearned(S, 1, Lit(1), 1);
-    EXPECT_EQ(SolverAudit::pbFlag(S), over == 0);
+    EXPECT_EQ(SolverAudit::learning(S), over == 0);
 
     SolverAudit::emptyAccumulator(S);
-    SolverAudit::pbFlag(S) = 1;
-    SolverAudit::goal(S) = 9998 + over;
+    SolverAudit::learning(S) = true;
+    SolverAudit::degree(S) = 9998 + over;
     vec<Lit> why, list;
     EXPECT_TRUE(SolverAudit::constrs(S)[0]->calcReason(S, lit_Undef, why, list));
-    EXPECT_EQ(SolverAudit::pbFlag(S), over == 0);
+    EXPECT_EQ(SolverAudit::learning(S), over == 0);
     EXPECT_EQ(show(list), over == 0 ? "x0 x1 x2" : "");
     EXPECT_EQ(show(why), "~x0");
   }
@@ -427,7 +544,7 @@ TEST(Reduction, KeepsTheActiveAndTheLocked) {
       for (size_t i = 0; i < c.activities.size(); i++) {
         if (pb) {
           for (const Var x : {0, 1, 2}) SolverAudit::add(S, Lit(x), 1);
-          SolverAudit::goal(S) = 2;
+          SolverAudit::degree(S) = 2;
           PseudoBool* out = nullptr;
           Clause* clause = nullptr;
           ASSERT_TRUE(PseudoBool_add(S, Lits{Lit(0), Lit(1), Lit(2)}, out, clause));
