@@ -46,7 +46,8 @@ def suite_for(path):
         return FORMATS
     if path.startswith("src/glp"):
         return READER
-    return FRONT_END if path == "src/Main.cpp" else ENGINE
+    front_end = path.startswith("process/") or path in ("src/Main.cpp", "src/Results.cpp")
+    return FRONT_END if front_end else ENGINE
 
 
 class Mutant:

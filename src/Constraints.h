@@ -6,6 +6,7 @@
 
 #include "BlockPool.h"
 #include "Global.h"
+#include "RunEnd.h"
 #include "SolverTypes.h"
 #include "WatchList.h"
 

@@ -43,7 +43,7 @@ int64 PseudoBool::newGoal(Solver& S, int selStrategy, bool isSAT) {
   if (done) return no_better;
   if (selStrategy == strategy_next_better) return lhs_sum + 1;
   std::printf("c strategy not yet supported\n");
-  endRun(exit_none);
+  std::exit(exit_none);
 }
 
 bool PseudoBool::newObjConstraint(Solver& S, bool isSAT) {

@@ -1,112 +1,28 @@
 /// \file
-/// What every other file of the engine stands on: the ends of a run, memory, random numbers, the
-/// growable array and the three-valued truth value.
+/// What every other file of the engine stands on: memory, random numbers, the growable array and
+/// the three-valued truth value.
 #ifndef QUILLON_GLOBAL_H
 #define QUILLON_GLOBAL_H
 
 #include <cassert>
 #include <climits>
-#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <new>
 #include <utility>
 
 using int64 = std::int64_t;
 
 // ------------------------------------------------------------------------------------------------
-// The ends of a run
-
-/// Exit codes. The first four carry the verdict; the last two say that there is none to be had.
-enum ExitCode : int {
-  exit_none = 0,           ///< nothing decided: option error, input error, arithmetic overflow
-  exit_satisfiable = 10,   ///< a solution, or the time limit passed
-  exit_unsatisfiable = 20, ///< no solution exists
-  exit_optimum = 30,       ///< an optimal solution
-  exit_no_memory = 71,     ///< memory exhausted outside the reader
-  exit_no_output = 74      ///< the results could not be written
-};
-
-/// Ends the process with `code` after standard output has been flushed. If any of the output could
-/// not be written, a message goes to standard error and the code is `exit_no_output` instead, so
-/// that no script takes a lost answer for an answer.
-[[noreturn]] inline void endRun(int code) {
-  const bool earlier_failure = std::ferror(stdout) != 0;
-  if (std::fflush(stdout) != 0 || earlier_failure) {
-    std::fputs("quillon: error: standard output cannot be written, the results are lost\n", stderr);
-    // The stream still holds what it could not write; exit() would try in vain again.
-    std::_Exit(exit_no_output);
-  }
-  std::exit(code);
-}
-
-/// Called before a run that fails says so, to clear away what a display has left on the terminal.
-inline void (*clear_display)() = nullptr;
-
-/// Ends the process because an allocation failed.
-[[noreturn]] inline void outOfMemory() {
-  if (clear_display != nullptr) clear_display();
-  std::fputs("quillon: error: memory exhausted\n", stderr);
-  std::fflush(stdout);
-  std::_Exit(exit_no_memory);
-}
-
-/// Ends the process because a sum on problem data would leave the 32-bit signed range. `guard` is
-/// the number of the guard that noticed, 1 to 4: construction, watching, objective value,
-/// tightening or watching bound.
-[[noreturn]] inline void numericOverflow(int guard) {
-  if (clear_display != nullptr) clear_display();
-  std::printf("c sum of numeric constants out of range [%d]\n", guard);
-  std::printf("s UNKNOWN\n");
-  endRun(exit_none);
-}
-
-/// Set by the handlers of the termination signals to the signal's number, 0 before. Whoever does
-/// long work looks at it and winds up as if the time limit had just passed.
-inline volatile std::sig_atomic_t stop_signal = 0;
-
-/// Set by a timer's handler when the search is to report to its listener.
-inline volatile std::sig_atomic_t report_due = 0;
-
-/// The signals that ask for an orderly end.
-constexpr int stop_signals[] = {SIGTERM, SIGINT, SIGXCPU};
-
-/// Keeps the termination signals waiting; `before`, if not null, receives the mask to restore.
-inline void holdStopSignals(sigset_t* before) {
-  sigset_t held;
-  sigemptyset(&held);
-  for (const int s : stop_signals) sigaddset(&held, s);
-  sigprocmask(SIG_BLOCK, &held, before);
-}
-
-/// Ticks of the processor clock in a second, as `clock` counts them.
-constexpr int64 ticks_per_second = 1000000;
-static_assert(CLOCKS_PER_SEC == ticks_per_second, "the processor clock ticks in microseconds");
-
-/// Whole seconds of processor time from the clock reading `start` until now.
-inline int64 secondsSince(int64 start) {
-  return (static_cast<int64>(std::clock()) - start) / ticks_per_second;
-}
-
-/// Microseconds on the wall, by a clock that nobody sets; cheap to read and safe in signal
-/// handlers.
-inline int64 monotonicTicks() {
-  timespec t = {};
-  clock_gettime(CLOCK_MONOTONIC, &t);
-  return static_cast<int64>(t.tv_sec) * ticks_per_second + t.tv_nsec / 1000;
-}
-
-/// Seconds of processor time between two clock readings, as the total time line reports them. The
-/// difference is taken as a 32-bit signed number of ticks, so it wraps after 2147 s.
-inline double reportedSeconds(int64 from, int64 to) {
-  return static_cast<double>(static_cast<std::int32_t>(to - from)) /
-         static_cast<double>(ticks_per_second);
-}
-
-// ------------------------------------------------------------------------------------------------
 // Memory
+
+/// Ends the process because an allocation failed, as a failing `new` would.
+[[noreturn]] inline void outOfMemory() {
+  if (const std::new_handler handler = std::get_new_handler()) handler();
+  std::fputs("memory exhausted\n", stderr);
+  std::abort();
+}
 
 /// Room for `size` elements of T, which are left uninitialised. Does not return when there is none.
 template <class T> inline T* xmalloc(size_t size) {

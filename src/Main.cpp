@@ -1,50 +1,28 @@
 /// \file
-/// The front end: options and time limit, termination signals, loading of the problem, and the
-/// results. Built a second time with QUILLON_TRACE as the developers' program that reports the
-/// search counters, too.
-#include <cerrno>
-#include <csignal>
+/// The front end: options and time limit, loading of the problem, and the verdict. Built a second
+/// time with QUILLON_TRACE as the developers' program that reports the search counters, too.
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #ifdef __GLIBC__
 #include <malloc.h>
 #endif
 
-#include "BlockPool.h"
-#include "Global.h"
+#include "Interrupt.h"
 #include "Prefetch.h"
 #include "Progress.h"
+#include "Results.h"
+#include "RunEnd.h"
 #include "Solver.h"
 #include "glplib.h"
 #include "glplpt.h"
 #include "process/Clock.h"
+#include "process/Program.h"
+#include "process/Signals.h"
 
 namespace {
-
-/// The names of the variables as the input spells them, by solver variable.
-class NameVec {
-  BlockPool pool;
-  vec<char*> names;
-
- public:
-  ~NameVec() {
-    for (int i = 0; i < names.size(); i++) pool.give(names[i], std::strlen(names[i]) + 1);
-  }
-  void push(const char* name) {
-    const size_t length = std::strlen(name) + 1;
-    names.push(static_cast<char*>(pool.take(length)));
-    std::memcpy(names.last(), name, length);
-  }
-  void reserve(int nvars) { names.reserve(nvars); }
-  int size() const { return names.size(); }
-  const char* operator[](int i) const { return names[i]; }
-  /// The memory it takes.
-  size_t bytes() const {
-    size_t sum = 0;
-    for (int i = 0; i < names.size(); i++) sum += sizeof(char*) + std::strlen(names[i]) + 1;
-    return sum;
-  }
-};
 
 NameVec varNameVec;
 vec<Lit> assumps; ///< none: the program decides the problem as it stands
@@ -54,79 +32,11 @@ constexpr int default_time_limit = 1200;
 /// strikes.
 constexpr double time_limit_share = 0.99;
 
-// ------------------------------------------------------------------------------------------------
-// Signals
-
-/// A signal that comes again this soon is the same request: timeout(1), for one, signals its child
-/// and then the child's process group.
-constexpr int64 echo_ticks = ticks_per_second / 20;
-
-/// The first signal asks for an orderly end; a second one ends the process at once by its own
-/// default action, which takes effect when this handler returns. Handlers do not interrupt each
-/// other.
-extern "C" void onStopSignal(int signal_number) {
-  static int64 first_time = 0;
-  if (stop_signal == 0) {
-    first_time = monotonicTicks();
-    stop_signal = signal_number;
-  } else if (signal_number != stop_signal || monotonicTicks() - first_time >= echo_ticks) {
-    std::signal(signal_number, SIG_DFL);
-    std::raise(signal_number);
-  }
-}
-
-void installSignalHandlers() {
-  struct sigaction action = {};
-  action.sa_handler = onStopSignal; // without SA_RESTART: a read that waits is interrupted
-  sigemptyset(&action.sa_mask);
-  for (const int s : stop_signals) sigaddset(&action.sa_mask, s);
-  for (const int s : stop_signals) {
-    struct sigaction inherited = {};
-    // Whoever started us with a signal ignored (nohup, a shell's background job) wants it so.
-    if (sigaction(s, nullptr, &inherited) == 0 && inherited.sa_handler != SIG_IGN)
-      sigaction(s, &action, nullptr);
-  }
-  std::signal(SIGPIPE, SIG_IGN); // a closed pipe is noticed as an output error instead
-}
-
-// ------------------------------------------------------------------------------------------------
-// Results
-
-enum class Verdict { satisfiable, unsatisfiable, optimum, unknown };
-
-void printVerdict(Verdict verdict) {
-  switch (verdict) {
-  case Verdict::satisfiable:
-    std::printf("s SATISFIABLE\n");
-    break;
-  case Verdict::unsatisfiable:
-    std::printf("s UNSATISFIABLE\n");
-    break;
-  case Verdict::optimum:
-    std::printf("s OPTIMUM FOUND\n");
-    break;
-  case Verdict::unknown:
-    std::printf("s UNKNOWN\n");
-    break;
-  }
-}
-
 /// Ends a run that has come to nothing before the search.
 [[noreturn]] void endUnknown() {
-  holdStopSignals(nullptr); // so that nothing cuts the verdict off
+  process::beginResults();
   printVerdict(Verdict::unknown);
-  endRun(exit_none);
-}
-
-void printModel(const Solver& S) {
-  if (varNameVec.size() == 0) return;
-  std::printf("v ");
-  for (Var x = 0; x < S.nVars(); x++) std::printf("%s%s ", S.model[x] ? "" : "-", varNameVec[x]);
-  std::printf("\n");
-}
-
-void printStats(const SolverStats& /*stats*/, double cpu_time) {
-  std::printf("c total time              : %g s\n", cpu_time);
+  std::exit(exit_none);
 }
 
 #ifdef QUILLON_TRACE
@@ -203,20 +113,20 @@ double parse_cmdline(int argc, char* argv[]) {
       i++;
       if (i == argc || argv[i][0] == '\0' || argv[i][0] == '-') {
         std::printf("No time limit specified");
-        endRun(exit_none);
+        std::exit(exit_none);
       }
       int seconds;
       if (glp_lib_str2int(argv[i], &seconds) != 0 || seconds < 0) {
         std::printf("Invalid time limit `%s'\n", argv[i]);
-        endRun(exit_none);
+        std::exit(exit_none);
       }
       limit = seconds;
     } else if (std::strcmp(argv[i], "--help") == 0) {
       display_help();
-      endRun(exit_none);
+      std::exit(exit_none);
     } else if (argv[i][0] == '-') {
       std::printf("Invalid option `%s'; try %s --help\n", argv[i], argv[0]);
-      endRun(exit_none);
+      std::exit(exit_none);
     }
   }
   return limit;
@@ -310,9 +220,9 @@ bool parse_LPT(Solver& S) {
 } // namespace
 
 int main(int argc, char* argv[]) {
-  const int64 T0 = std::clock();
-  installSignalHandlers();
-  std::set_new_handler(outOfMemory);
+  const process::Ticks T0 = process::processorTicks();
+  process::begin({.prefix = "quillon: error: "});
+  process::catchStopSignals([] { stop_signal = process::stopSignal(); });
   std::fprintf(stderr,
                "c Quillon version %s (September 2005)\nc Developed @ Tessaly\n"
                "c  by Maravel\n",
@@ -324,10 +234,10 @@ int main(int argc, char* argv[]) {
   limit.processor_end = T0 + limitTicks(parse_cmdline(argc, argv));
 
   if (!parse_LPT(S)) {
-    holdStopSignals(nullptr);
+    process::beginResults();
     std::printf("here\n");
     printVerdict(Verdict::unsatisfiable);
-    endRun(exit_unsatisfiable);
+    std::exit(exit_unsatisfiable);
   }
   std::printf("c starting to Solve\n");
 #ifdef QUILLON_TRACE
@@ -338,25 +248,25 @@ int main(int argc, char* argv[]) {
   const SolveResult st = S.solve(assumps);
   traceStats(S);
 
-  holdStopSignals(nullptr); // so that a verdict is not cut off from its value line
-  printStats(S.stats, reportedSeconds(T0, std::clock()));
+  process::beginResults();
+  printTotalTime(reportedSeconds(T0, process::processorTicks()));
   switch (st) {
   case solve_unsatisfiable:
     printVerdict(Verdict::unsatisfiable);
-    endRun(exit_unsatisfiable);
+    std::exit(exit_unsatisfiable);
   case solve_done:
     printVerdict(S.isOBJ() ? Verdict::optimum : Verdict::satisfiable);
-    printModel(S);
-    endRun(S.isOBJ() ? exit_optimum : exit_satisfiable);
+    printModel(S, varNameVec);
+    std::exit(S.isOBJ() ? exit_optimum : exit_satisfiable);
   case solve_stopped:
     break;
   }
   // Stopped: with an objective the best solution so far is worth having.
   if (S.solutionFound()) {
     printVerdict(Verdict::satisfiable);
-    printModel(S);
+    printModel(S, varNameVec);
   } else {
     printVerdict(Verdict::unknown);
   }
-  endRun(exit_satisfiable);
+  std::exit(exit_satisfiable);
 }

@@ -6,6 +6,7 @@
 #include "Accumulator.h"
 #include "Constraints.h"
 #include "Global.h"
+#include "Interrupt.h"
 #include "LevelSums.h"
 #include "Prefetch.h"
 #include "Queue.h"

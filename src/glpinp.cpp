@@ -3,6 +3,7 @@
 #include "glpinp.h"
 
 #include "Global.h"
+#include "Interrupt.h"
 #include "glpchr.h"
 #include "glplib.h"
 #include "glplpt.h"
@@ -23,11 +24,13 @@ constexpr size_t input_block = 65536;
 /// Room for all that `fillBuffer` keeps, and a block behind it.
 constexpr size_t input_buffer = size_t{2} * max_word_length + input_block;
 
-/// Waits until there is something to read. A termination signal ends the wait even if it comes just
-/// before, because outside the wait itself signals are held back.
+/// Waits until there is something to read. A signal that sets `stop_signal` ends the wait even if
+/// it comes just before, because outside the wait itself signals are held back.
 void awaitInput(int fd) {
+  sigset_t all;
   sigset_t before;
-  holdStopSignals(&before);
+  sigfillset(&all);
+  sigprocmask(SIG_BLOCK, &all, &before);
   pollfd input{fd, POLLIN, 0};
   while (stop_signal == 0 && ppoll(&input, 1, nullptr, &before) < 0 && errno == EINTR) {
   }

@@ -1,10 +1,13 @@
 // See glplib.h. Nothing here depends on the locale.
 #include "glplib.h"
 
-#include "Global.h"
+#include "RunEnd.h"
 #include "glpchr.h"
 
+#include <climits>
 #include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
 
 namespace {
 
@@ -27,7 +30,7 @@ void glp_lib_fault(const char* fmt, ...) {
   va_start(arg, fmt);
   printLine(fmt, arg);
   va_end(arg);
-  endRun(exit_none);
+  std::exit(exit_none);
 }
 
 void glp_lib_insist(const char* expr, const char* file, int line) {

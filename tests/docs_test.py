@@ -253,7 +253,8 @@ class Manual(unittest.TestCase):
             self.assertNotRegex(page, "@[A-Z_]+@")
         for variable in ["PBTIMEOUT", "QUILLON_PROGRESS"]:
             self.assertIn(variable, self.page("quillon"))
-        codes = re.findall(r"exit_\w+ = (\d+)", (ROOT / "src/Global.h").read_text())
+        sources = [ROOT / "src/RunEnd.h", ROOT / "process/Program.h"]
+        codes = [code for s in sources for code in re.findall(r"exit_\w+ = (\d+)", s.read_text())]
         self.assertGreater(len(codes), 4)
         for code in codes:
             self.assertRegex(self.page("quillon"), rf"(?m)^\.B {code}$")

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "EngineTest.h"
+#include "Results.h"
 #include "Sort.h"
 
 namespace {

@@ -1,6 +1,7 @@
 // The reader, through its public face: what it makes of a text, or what it says about it; then the
 // services below it where a fault would stay hidden in most texts.
-#include "Global.h"
+#include "Interrupt.h"
+#include "RunEnd.h"
 #include "glpavl.h"
 #include "glpdmp.h"
 #include "glplib.h"
