@@ -4,6 +4,7 @@
 
 #include "formats/Integer.h"
 #include "formats/Lexical.h"
+#include "process/Program.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -16,15 +17,6 @@
 namespace {
 
 const char* tool_name = "";
-
-[[noreturn]] void endWithoutMemory() {
-  std::fprintf(stderr, "%s: memory exhausted\n", tool_name);
-  std::_Exit(exit_io);
-}
-
-int print(const std::string& text) {
-  return writeOutput("-", text) ? 0 : complain(exit_io, std::strerror(errno));
-}
 
 } // namespace
 
@@ -72,14 +64,15 @@ std::optional<std::size_t> parseSize(std::string_view text) {
 
 int runTool(const Tool& tool, int argc, char** argv) {
   tool_name = tool.name;
-  std::set_new_handler(endWithoutMemory); // there may be no memory left to throw an exception with
   try {
     const CommandLine line(argc, argv, tool.options);
-    if (line.help) return print(tool.help);
-    if (line.version) return print(std::string(tool.name) + " " QUILLON_VERSION "\n");
+    if (line.help || line.version) {
+      writeOutput("-", line.help ? tool.help : std::string(tool.name) + " " QUILLON_VERSION "\n");
+      return 0;
+    }
     return line.wrong.empty() ? tool.run(line) : complain(exit_usage, line.wrong);
   } catch (const std::bad_alloc&) { // a decoder's
-    endWithoutMemory();
+    process::outOfMemory();
   }
 }
 
@@ -89,12 +82,15 @@ int complain(int code, std::string_view message) {
 }
 
 bool writeOutput(const std::string& path, std::string_view text) {
-  const bool standard = path == "-";
-  std::FILE* const file = standard ? stdout : std::fopen(path.c_str(), "wb");
+  if (path == "-") {
+    std::fwrite(text.data(), 1, text.size(), stdout); // a failure is told at the end
+    return true;
+  }
+  std::FILE* const file = std::fopen(path.c_str(), "wb");
   if (file == nullptr) return false;
   const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
   const int reason = errno;
-  const bool closed = (standard ? std::fflush(file) : std::fclose(file)) == 0;
+  const bool closed = std::fclose(file) == 0;
   if (!written) errno = reason;
   return written && closed;
 }

@@ -49,8 +49,8 @@ struct Tool {
   int (*run)(const CommandLine&); ///< gets command lines with nothing wrong; the exit code
 };
 
-/// Runs `tool`, having seen to `--help`, `--version` and wrong usage; the exit code. When memory is
-/// exhausted the process ends with `exit_io` and a message.
+/// Runs `tool`, having seen to `--help`, `--version` and wrong usage; the exit code. Comes after
+/// `process::begin`.
 int runTool(const Tool& tool, int argc, char** argv);
 
 /// Writes `message` behind the tool's name to standard error, control characters made visible, and
@@ -58,7 +58,8 @@ int runTool(const Tool& tool, int argc, char** argv);
 int complain(int code, std::string_view message);
 
 /// Writes `text` to the file `path`, or to standard output for "-". False, with the reason in
-/// `errno`, when any of it could not be written.
+/// `errno`, when any of it could not be written; what standard output refuses ends the process
+/// later, see `process::begin`.
 bool writeOutput(const std::string& path, std::string_view text);
 
 /// `text` with each control character as \xNN, fit for a line that people read.

@@ -6,6 +6,7 @@
 #include "formats/OpbReader.h"
 #include "formats/StarForm.h"
 #include "formats/StarWriter.h"
+#include "process/Program.h"
 
 #include <cerrno>
 #include <cstring>
@@ -105,6 +106,7 @@ int run(const CommandLine& line) {
 } // namespace
 
 int main(int argc, char** argv) {
+  process::begin({.prefix = "opb2quillon: ", .no_memory = exit_io, .no_output = exit_io});
   return runTool({"opb2quillon", help, {{"--map", "a file"}, {"--limit", "a size"}}, run}, argc,
                  argv);
 }

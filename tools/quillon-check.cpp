@@ -5,6 +5,7 @@
 #include "formats/NameMap.h"
 #include "formats/ProblemReader.h"
 #include "formats/QuillonOutput.h"
+#include "process/Program.h"
 
 #include <string>
 #include <string_view>
@@ -39,11 +40,10 @@ constexpr const char* help =
     "A row or objective whose variable has no value is a false claim, and so are a name\n"
     "that the problem does not have and a variable with both values.\n";
 
-/// Prints `sentence` as a line; `code`, or the code for unwritable files when it could not be
-/// printed.
+/// Prints `sentence` as a line; `code`.
 int conclude(int code, const std::string& sentence) {
-  if (writeOutput("-", visible(sentence) + "\n")) return code;
-  return complain(exit_io, "standard output cannot be written");
+  writeOutput("-", visible(sentence) + "\n");
+  return code;
 }
 
 /// What `reader` makes of the file `path`. When it fails, so does this, after a message.
@@ -99,6 +99,7 @@ int run(const CommandLine& line) {
 } // namespace
 
 int main(int argc, char** argv) {
+  process::begin({.prefix = "quillon-check: ", .no_memory = exit_io, .no_output = exit_io});
   return runTool({"quillon-check", help, {{"--map", "a file"}, {"--limit", "a size"}}, run}, argc,
                  argv);
 }
