@@ -155,25 +155,6 @@ TEST(Propagation, ImpliesAndKeepsAFakeWatch) {
   }
 }
 
-TEST(Propagation, StopsAtTermsTooSmallToBeImplied) {
-  TestSolver S(3);
-  S.add({{1, 5}, {2, 4}, {3, 1}}, pb_at_least, 5);
-  EXPECT_EQ(S.nAssigns(), 0);
-  EXPECT_EQ(S.decide(~Lit(1)), nullptr);
-  EXPECT_EQ(show(SolverAudit::trail(S)), "~x1 x0");
-  EXPECT_EQ(SolverAudit::reasonCoeff(S, 0), 5);
-  EXPECT_EQ(constraints(S), "5*x0 4'x1 1*x2 >= 5");
-}
-
-TEST(Propagation, EnoughWatchedLetsTheFalseTermGo) {
-  TestSolver S(5);
-  S.add({{1, 1}, {2, 1}, {3, 1}, {4, 1}, {5, 1}}, pb_at_least, 2);
-  EXPECT_EQ(S.decide(~Lit(1)), nullptr);
-  EXPECT_EQ(constraints(S), "1*x0 1 x1 1*x2 1*x3 1 x4 >= 2");
-  EXPECT_FALSE(SolverAudit::pbImpliedHere(S));
-  EXPECT_EQ(SolverAudit::checkFixpoint(S), "");
-}
-
 TEST(Propagation, MeetsLiteralsFalsifiedButNotYetVisited) {
   TestSolver S(3);
   S.add({{1, 1}, {2, 1}, {3, 1}}, pb_at_least, 2);
@@ -385,12 +366,6 @@ TEST(Objective, EndsWhenNothingCanBeGained) {
   }
 }
 
-TEST(Objective, WithoutTermsIsNone) {
-  TestSolver S(1);
-  EXPECT_TRUE(S.add({}, pb_at_most, 0, true));
-  EXPECT_FALSE(S.isOBJ());
-}
-
 TEST(Objective, LargestSumThatFits) {
   TestSolver S(2);
   addObjective(S, {{1, INT_MAX - 5}, {2, 5}}, true);
@@ -407,70 +382,54 @@ TEST(Objective, LargestSumThatFits) {
 
 TEST(OverflowDeathTest, EveryGuardNamesItself) {
   const struct {
-    const char* guard;
-    std::function<void(TestSolver&)> run;
-  } cases[] = {
-      {"1",
-       [](TestSolver& S) {
-         S.add({{1, -1}, {2, 1}}, pb_at_least, INT_MAX);
-       }},
-      {"1",
-       [](TestSolver& S) {
-         S.add({{1, INT_MIN}, {2, 1}}, pb_at_least, 0);
-       }},
-      {"1",
-       [](TestSolver& S) {
-         S.add({{1, INT_MIN}, {2, 1}}, pb_at_most, 0);
-       }},
-      {"1",
-       [](TestSolver& S) {
-         S.add({{1, 2}, {2, 1}}, pb_at_most, INT_MIN);
-       }},
-      {"1", [](TestSolver& S) { S.add({}, pb_at_most, INT_MIN); }},
-      {"4",
-       [](TestSolver& S) {
-         S.add({{1, 1}, {2, 1}}, pb_at_least, INT_MAX);
-       }},
-      {"4",
-       [](TestSolver& S) {
-         S.add({{1, 2}, {2, 1}}, pb_at_least, INT_MAX - 1);
-       }},
-      {"2",
-       [](TestSolver& S) {
-         S.add({{1, 2000000000}, {2, 2000000000}}, pb_at_least, 100);
-       }},
-      // The value of a minimum needs the sum of all coefficients.
-      {"3",
-       [](TestSolver& S) {
-         addObjective(S, {{1, INT_MAX}, {2, -1}}, false);
-         S.solve(Lits{});
-       }},
-      // A maximum does not; its value may still be too large, or else the tightened degree.
-      {"3",
-       [](TestSolver& S) {
-         addObjective(S, {{1, INT_MAX}, {2, 1}}, true);
-         S.addUnit(Lit(0));
-         S.addUnit(Lit(1));
-         S.solve(Lits{});
-       }},
-      {"4",
-       [](TestSolver& S) {
-         addObjective(S, {{1, INT_MAX}, {2, 1}}, true);
-         S.solve(Lits{});
-       }},
+    int guard;
+    std::vector<vnumcoef> form;
+    PBRelation relation;
+    int bound;
+  } rows[] = {
+      {1, {{1, -1}, {2, 1}}, pb_at_least, INT_MAX},
+      {1, {{1, INT_MIN}, {2, 1}}, pb_at_least, 0},
+      {1, {{1, INT_MIN}, {2, 1}}, pb_at_most, 0},
+      {1, {{1, 2}, {2, 1}}, pb_at_most, INT_MIN},
+      {1, {}, pb_at_most, INT_MIN},
+      {4, {{1, 1}, {2, 1}}, pb_at_least, INT_MAX},
+      {4, {{1, 2}, {2, 1}}, pb_at_least, INT_MAX - 1},
+      {2, {{1, 2000000000}, {2, 2000000000}}, pb_at_least, 100},
   };
-  for (size_t i = 0; i < std::size(cases); i++) {
-    SCOPED_TRACE(i);
-    const auto act = [&] {
+  const struct {
+    int guard;
+    int coefficient; // of x0 in the objective
+    bool maximise;
+    bool all_true;
+  } objectives[] = {
+      {3, -1, false, false}, // the value of a minimum needs the sum of all coefficients
+      {3, 1, true, true},    // that of a maximum does not, but it may be too large itself,
+      {4, 1, true, false},   // or else the tightened degree
+  };
+  const auto expect = [](int guard, const std::function<void(TestSolver&)>& act) {
+    const auto run = [&act] {
       dup2(STDERR_FILENO, STDOUT_FILENO);
       TestSolver S(2);
-      cases[i].run(S);
+      act(S);
       std::_Exit(1);
     };
-    EXPECT_EXIT(act(), testing::ExitedWithCode(exit_none),
-                std::string("c sum of numeric constants out of range \\[") + cases[i].guard +
+    EXPECT_EXIT(run(), testing::ExitedWithCode(exit_none),
+                "c sum of numeric constants out of range \\[" + std::to_string(guard) +
                     "\\]\ns UNKNOWN\n$");
-  }
+  };
+  for (const auto& row : rows)
+    expect(row.guard, [&row](TestSolver& S) {
+      vec<vnumcoef> form;
+      for (const vnumcoef& t : row.form) form.push(t);
+      S.addPBConstraint(row.bound, row.relation, form, -1, -1, false);
+    });
+  for (const auto& objective : objectives)
+    expect(objective.guard, [&objective](TestSolver& S) {
+      addObjective(S, {{1, INT_MAX}, {2, objective.coefficient}}, objective.maximise);
+      for (const Var x : {0, 1})
+        if (objective.all_true) S.addUnit(Lit(x));
+      S.solve(Lits{});
+    });
 }
 
 } // namespace

@@ -1,5 +1,5 @@
 /// \file
-/// Arrays, queue, random numbers, sorts and the decision order.
+/// Arrays, sorts, pools and the decision order.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -13,28 +13,6 @@
 #include "Sort.h"
 
 namespace {
-
-TEST(Values, LiteralsAndTruth) {
-  static_assert(index(Lit(5, true)) == 11 && var(Lit(5, true)) == 5 && sign(Lit(5, true)));
-  static_assert(index(~Lit(5, true)) == 10 && ~lit_Undef == lit_Error && var(lit_Error) == -1);
-  static_assert(~l_True == l_False && ~l_Undef == l_Undef && lbool(true) == l_True);
-  static_assert(toInt(l_False) == -1 && lbool() == l_Undef);
-}
-
-TEST(Vec, CapacityGrowsGeometrically) {
-  const struct {
-    int first, then, expected;
-  } cases[] = {{1, 1, 16}, {16, 17, 48}, {20, 20, 20}, {20, 100, 128}, {48, 49, 112}};
-  for (const auto& c : cases) {
-    vec<int> v;
-    v.growTo(c.first);
-    v.growTo(c.then, 7);
-    EXPECT_EQ(v.capacity(), c.expected) << c.first << " then " << c.then;
-    EXPECT_EQ(v.size(), c.then);
-    v.growTo(1); // never shrinks
-    EXPECT_EQ(v.size(), c.then);
-  }
-}
 
 TEST(Vec, ContentsMoveAsAWhole) {
   vec<vec<int>> from;
@@ -63,30 +41,6 @@ TEST(Vec, ContentsMoveAsAWhole) {
   EXPECT_EQ(adopted.capacity(), 1);
   adopted.clear(true);
   EXPECT_EQ(adopted.capacity(), 0);
-}
-
-TEST(Queue, FirstInFirstOut) {
-  Queue<Lit> q;
-  for (Var x = 0; x < 3; x++) q.insert(Lit(x));
-  EXPECT_EQ(q.dequeue(), Lit(0));
-  EXPECT_EQ(q.dequeue(), Lit(1));
-  EXPECT_EQ(q.size(), 1);
-  EXPECT_TRUE(q.has(Lit(2)));
-  EXPECT_FALSE(q.has(Lit(0))); // taken out, though still stored
-  q.clear();
-  q.insert(Lit(9));
-  EXPECT_EQ(q.dequeue(), Lit(9));
-}
-
-TEST(Random, SequenceIsFixed) {
-  double seed = 91648253;
-  EXPECT_EQ(drand(seed), 0.38433611597136413);
-  for (const double expected : {1710755348.0, 1534951076.0, 1560363636.0, 171059187.0}) {
-    drand(seed);
-    EXPECT_EQ(seed, expected);
-  }
-  EXPECT_EQ(irand(seed = 91648253, 16), 6);
-  EXPECT_EQ(irand(seed = 91648253, 100), 38);
 }
 
 // ------------------------------------------------------------------------------------------------
@@ -239,15 +193,6 @@ TEST(Sort, PartitionsAreTheSameWithTheIndex) {
   }
 }
 
-TEST(Sort, UniqueDropsRepeats) {
-  Lits v{Lit(3, true), Lit(1, true), Lit(3, true), Lit(1)};
-  sortUnique(v);
-  EXPECT_EQ(show(v), "x1 ~x1 ~x3");
-  vec<Lit> empty;
-  sortUnique(empty);
-  EXPECT_EQ(empty.size(), 0);
-}
-
 // ------------------------------------------------------------------------------------------------
 // Blocks and lists in a pool
 
@@ -312,15 +257,6 @@ class Order : public testing::Test {
     order.update(x);
   }
 };
-
-TEST_F(Order, MostActiveFirstAndTiesStay) {
-  newVars(4, true);
-  raise(2, 1);
-  EXPECT_EQ(sequence(), (std::vector<Var>{2, 0, 1, 3}));
-  raise(3, 1);
-  EXPECT_EQ(sequence(), (std::vector<Var>{2, 3, 0, 1}));
-  EXPECT_EQ(order.select(0), 2);
-}
 
 TEST_F(Order, ScanStartFollowsAssignments) {
   newVars(6, true);

@@ -14,34 +14,6 @@
 namespace {
 
 // ------------------------------------------------------------------------------------------------
-// Assignment
-
-TEST(Assignment, EnqueueStoresReasonsAboveLevelZeroOnly) {
-  TestSolver S(4);
-  S.addClause(Lits{Lit(0), Lit(1)});
-  Constr* const c = SolverAudit::constrs(S)[0];
-  EXPECT_TRUE(S.enqueue(Lit(0), c, 5));
-  EXPECT_EQ(SolverAudit::reason(S, 0), nullptr);
-  EXPECT_EQ(SolverAudit::reasonCoeff(S, 0), 0);
-  S.propagate();
-  S.decide(Lit(2));
-  EXPECT_TRUE(S.enqueue(Lit(3), c, 0));
-  EXPECT_EQ(SolverAudit::reason(S, 3), c);
-  EXPECT_EQ(SolverAudit::reasonCoeff(S, 3), 1);
-  EXPECT_TRUE(S.enqueue(Lit(3), nullptr, 7)); // true already: nothing changes
-  EXPECT_EQ(SolverAudit::reason(S, 3), c);
-  EXPECT_FALSE(S.enqueue(~Lit(0), nullptr, 1));
-  EXPECT_TRUE(S.okay());
-  SolverAudit::propQ(S).clear();
-  S.cancelUntil(3);
-  EXPECT_EQ(S.nAssigns(), 3);
-  S.cancelUntil(0);
-  EXPECT_EQ(show(SolverAudit::trail(S)), "x0");
-  EXPECT_FALSE(S.addUnit(~Lit(0)));
-  EXPECT_FALSE(S.okay());
-}
-
-// ------------------------------------------------------------------------------------------------
 // Clauses
 
 TEST(Clauses, ProblemClausesAreNormalised) {
@@ -143,18 +115,6 @@ TEST(Clauses, ConflictKeepsTheRestOfTheList) {
   EXPECT_EQ(show(why), "~x2 ~x0");
 }
 
-TEST(Clauses, RemovedWithTheirWatches) {
-  BlockPool pool;
-  WatchList<Constr*> ws;
-  Constr* const a = reinterpret_cast<Constr*>(8);
-  Constr* const b = reinterpret_cast<Constr*>(16);
-  for (Constr* const c : {b, a, b, a}) ws.push(pool, c);
-  removeWatch(ws, a);
-  ASSERT_EQ(ws.size(), 3);
-  EXPECT_TRUE(ws[0] == b && ws[1] == b && ws[2] == a);
-  ws.release(pool);
-}
-
 TEST(Memory, IsCountedByWhatThereIs) {
   TestSolver S(6);
   const MemoryUse empty = S.memoryUse();
@@ -199,25 +159,6 @@ TEST(Analysis, FirstUniqueImplicationPoint) {
   EXPECT_EQ(SolverAudit::reason(S, 2), SolverAudit::learnts(S)[0]);
   EXPECT_EQ(S.value(Lit(2)), l_False);
   EXPECT_EQ(SolverAudit::check(S), "");
-}
-
-TEST(Analysis, UnitClausesBecomeFacts) {
-  TestSolver S(3);
-  S.addClause(Lits{~Lit(0), Lit(1), ~Lit(2)});
-  S.addClause(Lits{~Lit(0), ~Lit(1), ~Lit(2)});
-  S.addUnit(Lit(2)); // facts are not learnt again
-  S.propagate();
-  Constr* const confl = S.decide(Lit(0));
-  ASSERT_NE(confl, nullptr);
-  vec<Lit> learnt, pb_learnt;
-  int level;
-  SolverAudit::analyze(S, confl, learnt, pb_learnt, level);
-  EXPECT_EQ(show(learnt), "~x0");
-  EXPECT_EQ(level, 0);
-  S.cancelUntil(0);
-  SolverAudit::record(S, learnt);
-  EXPECT_EQ(S.nLearnts(), 0);
-  EXPECT_EQ(show(SolverAudit::trail(S)), "x2 ~x0");
 }
 
 /// x0 + x1 + x2 >= 2 and ~x1 + ~x2 + x3 >= 2 add up to x0 + x3 >= 2.
@@ -485,13 +426,6 @@ TEST(Learning, GivenUpBeyondItsBounds) {
     EXPECT_EQ(show(list), over == 0 ? "x0 x1 x2" : "");
     EXPECT_EQ(show(why), "~x0");
   }
-}
-
-TEST(Learning, GreatestCommonDivisor) {
-  EXPECT_EQ(SolverAudit::gcd(12, 18), 6);
-  EXPECT_EQ(SolverAudit::gcd(-12, 18), 6);
-  EXPECT_EQ(SolverAudit::gcd(7, 1), 1);
-  EXPECT_EQ(SolverAudit::gcd(0, 5), 5);
 }
 
 // ------------------------------------------------------------------------------------------------

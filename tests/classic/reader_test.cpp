@@ -302,25 +302,6 @@ TEST(Reader, BlocksCutWords) {
                          "r.10: 1*x > 1 | x abc longer_than_8 x5");
 }
 
-TEST(Reader, RowsAreTakenOffOneByOne) {
-  std::string input = "max: x0 ;\n";
-  for (int i = 0; i < 5000; i++) input += "+x" + std::to_string(i) + " +x0 >= 1 ;\n";
-  FILE* const in = std::tmpfile();
-  std::fputs(input.c_str(), in);
-  std::rewind(in);
-  LPT* const lpt = glp_lpt_read_prob(in);
-  std::fclose(in);
-  ASSERT_NE(lpt, nullptr);
-  for (int i = 1; i <= 5000; i++) {
-    const LPTROW* const first = glp_lpt_next_row(lpt);
-    ASSERT_NE(first, nullptr);
-    EXPECT_EQ(first->i, i);
-    EXPECT_EQ(first->ptr->col->j, i); // columns stay
-  }
-  EXPECT_EQ(glp_lpt_next_row(lpt), nullptr);
-  glp_lpt_free_prob(lpt);
-}
-
 TEST(Reader, ReadError) {
   EXPECT_EQ(outcome(std::fopen("/", "r")),
             std::string("c 1: read error - ") + strerror(EISDIR) + "\n");
