@@ -76,7 +76,7 @@ def execute(words, stdin, out, err, limit, grace=2, wall=False):
         killed.set()
         end_group()
 
-    timers = [threading.Timer(limit + grace + 3 if wall else 3 * limit + 30, kill)]
+    timers = [threading.Timer(limit + grace + 3 if wall else 10 * limit + 60, kill)]
     if wall:
         timers.append(threading.Timer(limit + grace, end_group, [signal.SIGTERM]))
     for timer in timers:
