@@ -19,11 +19,15 @@ bool holds(Int left, Relation relation, Int bound) {
   return false;
 }
 
+std::string quoted(std::string_view text) {
+  return "\"" + std::string(text) + "\"";
+}
+
 /// "row 3", with its name or its line where it has one.
 std::string describe(const Problem& problem, size_t index) {
-  const Row& row = problem.rows[index];
+  const Row row = problem.rows[index];
   std::string text = "row " + std::to_string(index + 1);
-  if (row.named) text += " \"" + row.name + "\"";
+  if (!row.label.empty()) text += " " + quoted(row.label);
   if (row.place.line != 0) text += " (line " + std::to_string(row.place.line) + ")";
   return text;
 }
@@ -69,9 +73,9 @@ bool isBetter(Sense sense, Int a, Int b) {
 
 } // namespace
 
-std::optional<Int> valueOf(const Form& form, const Assignment& assignment, int* unset) {
+std::optional<Int> valueOf(Form form, const Assignment& assignment, int* unset) {
   Int sum = 0;
-  for (const Term& term : form) {
+  for (const Term term : form) {
     const Value value = assignment[static_cast<size_t>(term.variable)];
     if (term.coefficient == 0 || value == Value::negative) continue;
     if (value == Value::unset) {
@@ -85,7 +89,7 @@ std::optional<Int> valueOf(const Form& form, const Assignment& assignment, int* 
 
 Evaluation evaluate(const Problem& problem, const Assignment& assignment) {
   for (size_t i = 0; i < problem.rows.size(); i++) {
-    const Row& row = problem.rows[i];
+    const Row row = problem.rows[i];
     int unset = -1;
     const std::optional<Int> left = valueOf(row.form, assignment, &unset);
     if (!left) return {Evaluation::Kind::undetermined, i, 0, unset};
@@ -105,8 +109,8 @@ Result<Assignment> assignmentOf(const Problem& problem, const std::vector<ValueE
     Value& value = assignment[static_cast<size_t>(meaning.variable)];
     const Value stated = meaning.positive ? Value::positive : Value::negative;
     if (value != Value::unset && value != stated)
-      return Error{entry.place,
-                   "the value line has \"" + problem.variables[meaning.variable] + "\" both ways"};
+      return Error{entry.place, "the value line has " +
+                                    quoted(problem.variables[meaning.variable]) + " both ways"};
     value = stated;
   }
   return assignment;
@@ -139,10 +143,10 @@ Report checkOutput(const Problem& problem, const SolverOutput& output, const Nam
   if (!assignment) return falseClaim(assignment.error().message);
   const Evaluation found = evaluate(problem, *assignment);
   if (found.kind == Evaluation::Kind::undetermined)
-    return falseClaim(describe(problem, found.row) + " uses \"" +
-                      problem.variables[found.variable] + "\", which has no value");
+    return falseClaim(describe(problem, found.row) + " uses " +
+                      quoted(problem.variables[found.variable]) + ", which has no value");
   if (found.kind == Evaluation::Kind::violated) {
-    const Row& row = problem.rows[found.row];
+    const Row row = problem.rows[found.row];
     return falseClaim(describe(problem, found.row) + " does not hold: " + toString(found.left) +
                       " " + signOf(row.relation) + " " + toString(row.bound) + " is false");
   }
@@ -158,8 +162,8 @@ Report checkOutput(const Problem& problem, const SolverOutput& output, const Nam
   int unset = -1;
   const std::optional<Int> sum = valueOf(objective.form, *assignment, &unset);
   if (!sum)
-    return falseClaim("the objective uses \"" + problem.variables[unset] +
-                      "\", which has no value");
+    return falseClaim("the objective uses " + quoted(problem.variables[unset]) +
+                      ", which has no value");
   const Int value = *sum + objective.constant;
   report.objective = value;
   if (report.stated && output.objectives.back() != value)

@@ -39,7 +39,7 @@ Evaluation evaluate(const Problem& problem, const Assignment& assignment);
 
 /// The sum of `form` under `assignment`. Without a value when a variable with a coefficient other
 /// than 0 is unset; its number is then stored in `unset` if that is not null.
-std::optional<Int> valueOf(const Form& form, const Assignment& assignment, int* unset = nullptr);
+std::optional<Int> valueOf(Form form, const Assignment& assignment, int* unset = nullptr);
 
 /// The assignment that the value entries describe. An entry is a name of the problem, or "-" or "~"
 /// and a name; a name that is a key of `map` stands for the name it is mapped to, or for no

@@ -36,7 +36,7 @@ bool isPadding(std::string_view input) {
 template <class Decoder> Result<Bytes> decode(std::string_view input, size_t limit) {
   Bytes output;
   while (!input.empty()) {
-    if (Decoder::may_be_padded && !output.empty() && isPadding(input)) break;
+    if (Decoder::may_be_padded && isPadding(input)) break;
     Decoder decoder;
     if (!decoder.ready) throw std::bad_alloc();
     bool ended = false;

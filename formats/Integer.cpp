@@ -3,6 +3,10 @@
 #include "Integer.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdint>
+#include <limits>
 
 namespace formats {
 
@@ -10,14 +14,32 @@ std::optional<Int> parseInt(std::string_view text) {
   const bool negative = !text.empty() && text.front() == '-';
   if (negative || (!text.empty() && text.front() == '+')) text.remove_prefix(1);
   if (text.empty()) return std::nullopt;
-  Int value = 0;
-  for (const char c : text) {
+  // As many digits as 64 bits can hold are cheaper there.
+  constexpr size_t narrow = std::numeric_limits<std::uint64_t>::digits10;
+  std::uint64_t low = 0;
+  for (const char c : text.substr(0, narrow)) {
+    if (c < '0' || c > '9') return std::nullopt;
+    low = 10 * low + static_cast<unsigned>(c - '0');
+  }
+  Int value = static_cast<Int>(low);
+  for (const char c : text.substr(std::min(narrow, text.size()))) {
     if (c < '0' || c > '9') return std::nullopt;
     const int digit = c - '0';
     if (value > (largest_int - digit) / 10) return std::nullopt;
     value = value * 10 + digit;
   }
   return negative ? -value : value;
+}
+
+void append(std::string& text, Int value) {
+  const auto narrow = static_cast<std::int64_t>(value);
+  if (value != narrow) {
+    text += toString(value);
+    return;
+  }
+  std::array<char, 20> digits;
+  text.append(digits.data(),
+              std::to_chars(digits.data(), digits.data() + digits.size(), narrow).ptr);
 }
 
 std::string toString(Int value) {

@@ -32,6 +32,8 @@ std::optional<Int> parseInt(std::string_view text);
 
 /// `value` in decimal, with a minus sign when negative.
 std::string toString(Int value);
+/// Adds `value` in decimal to `text`.
+void append(std::string& text, Int value);
 
 /// The magnitude of `value`, which must not be the smallest Int.
 inline Int magnitude(Int value) {

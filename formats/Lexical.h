@@ -5,6 +5,7 @@
 #ifndef QUILLON_FORMATS_LEXICAL_H
 #define QUILLON_FORMATS_LEXICAL_H
 
+#include <array>
 #include <cstddef>
 #include <string_view>
 
@@ -15,29 +16,41 @@ inline constexpr std::size_t longest_name = 32;
 /// A number in a text is an unsigned decimal integer up to this one.
 inline constexpr long long largest_number = 2147483647;
 
-inline bool isDigit(char c) {
+inline constexpr bool isDigit(char c) {
   return c >= '0' && c <= '9';
 }
-inline bool isLetter(char c) {
+inline constexpr bool isLetter(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
-inline bool isControl(char c) {
+inline constexpr bool isControl(char c) {
   return (c >= 0 && c < 32) || c == 127;
 }
 /// Blank, tab, line end, vertical tab, form feed and carriage return.
-inline bool isSpace(char c) {
+inline constexpr bool isSpace(char c) {
   return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
-/// Whether `c` may begin a name of our format.
-inline bool beginsName(char c) {
+/// A set of characters.
+class CharacterSet {
+  std::array<bool, 256> members{};
+
+ public:
+  template <class Predicate> constexpr explicit CharacterSet(Predicate isMember) {
+    for (int c = 0; c < 256; c++)
+      members[static_cast<std::size_t>(c)] = isMember(static_cast<char>(c));
+  }
+  constexpr bool operator()(char c) const { return members[static_cast<unsigned char>(c)]; }
+};
+
+/// Whether a character may begin a name of our format.
+inline constexpr CharacterSet beginsName([](char c) {
   constexpr std::string_view others = "!\"#$%&'(),/?@_`{|}~";
-  return isLetter(c) || (c != 0 && others.find(c) != std::string_view::npos);
-}
-/// Whether `c` may stand inside a name of our format.
-inline bool continuesName(char c) {
+  return isLetter(c) || others.find(c) != std::string_view::npos;
+});
+/// Whether a character may stand inside a name of our format.
+inline constexpr CharacterSet continuesName([](char c) {
   return beginsName(c) || isDigit(c) || c == '.';
-}
+});
 
 /// Whether `name` can stand in our format as it is, in any word it shares with other tokens.
 inline bool isLegalName(std::string_view name) {

@@ -4,6 +4,7 @@
 #ifndef QUILLON_FORMATS_NAME_MAP_H
 #define QUILLON_FORMATS_NAME_MAP_H
 
+#include "KeyedHash.h"
 #include "Result.h"
 
 #include <string>
@@ -15,7 +16,7 @@
 namespace formats {
 
 /// From the new name to the old one, which is empty for a variable that the source does not have.
-using NameMap = std::unordered_map<std::string, std::string>;
+using NameMap = std::unordered_map<std::string, std::string, KeyedHash>;
 
 /// The text of a map file with `pairs` as in a `NameMap`. The names hold no white space, and none
 /// is "-".

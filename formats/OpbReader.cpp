@@ -2,8 +2,13 @@
 /// The OPB reader: one statement after the other, one character of lookahead.
 #include "OpbReader.h"
 
+#include "Assembler.h"
 #include "Lexical.h"
 
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -14,22 +19,22 @@ bool isNameStart(char c) {
   return isLetter(c) || c == '_' || static_cast<unsigned char>(c) >= 128;
 }
 
-/// Characters that end a name because they mean something by themselves.
-bool isOperator(char c) {
-  return std::string_view(";:<>=+-*~").find(c) != std::string_view::npos;
-}
+/// Whether a character ends a name: white space, control characters and those that mean
+/// something by themselves. A '!' is looked at more closely.
+constexpr CharacterSet endsName([](char c) {
+  constexpr std::string_view operators = ";:<>=+-*~!";
+  return isSpace(c) || isControl(c) || operators.find(c) != std::string_view::npos;
+});
 
 /// Every member that can fail returns false after it has stored the error; the caller passes the
 /// false on.
 class Reader {
-  std::string_view text;
-  size_t next = 0;
+  const char* next; ///< the next unread character
+  const char* const end;
+  const char* line_start;
   size_t line = 1;
-  size_t line_start = 0;
-  bool line_blank = true; ///< only white space so far on this line
 
-  Problem problem;
-  FormBuilder builder;
+  Assembler assembler;
   /// Sum of the magnitudes of the statement's numbers, those of negated literals counted twice.
   /// While it is an Int, so is every sum that the rewriting and any evaluation can come to.
   Int weight = 0;
@@ -41,43 +46,49 @@ class Reader {
   }
   bool fail(std::string message) { return fail(std::move(message), here()); }
 
-  Place here() const { return Place::at(line, next - line_start + 1); }
-  bool atEnd() const { return next >= text.size(); }
+  Place here() const { return Place::at(line, static_cast<size_t>(next - line_start) + 1); }
+  bool atEnd() const { return next == end; }
   char peek(size_t ahead = 0) const {
-    return next + ahead < text.size() ? text[next + ahead] : '\0';
+    return static_cast<size_t>(end - next) > ahead ? next[ahead] : '\0';
   }
-
-  void advance() {
-    if (text[next] == '\n') {
-      line++;
-      line_start = next + 1;
-      line_blank = true;
-    } else if (!isSpace(text[next])) {
-      line_blank = false;
-    }
-    next++;
+  std::string_view from(const char* start) const {
+    return {start, static_cast<size_t>(next - start)};
   }
 
   void skipComment() {
-    const size_t end = std::min(text.find('\n', next), text.size());
-    std::string_view comment = text.substr(next, end - next);
-    next = end;
+    std::string_view comment(next, static_cast<size_t>(end - next));
+    comment = comment.substr(0, comment.find('\n'));
+    next += comment.size();
     constexpr std::string_view key = "#variable=";
-    const size_t found = problem.declared == 0 ? comment.find(key) : std::string_view::npos;
+    const size_t found =
+        assembler.rest().declared == 0 ? comment.find(key) : std::string_view::npos;
     if (found == std::string_view::npos) return;
-    comment.remove_prefix(found + key.size());
+    comment = comment.substr(found + key.size());
     while (!comment.empty() && isSpace(comment[0])) comment.remove_prefix(1);
     size_t digits = 0;
     while (digits < comment.size() && isDigit(comment[digits])) digits++;
-    problem.declared = parseInt(comment.substr(0, digits)).value_or(0);
+    assembler.rest().declared = parseInt(comment.substr(0, digits)).value_or(0);
+    // What is promised is worth no more memory than the text that promises it.
+    const Int affordable = (end - line_start) / 4;
+    assembler.rest().variables.expect(
+        static_cast<size_t>(std::min(assembler.rest().declared, affordable)));
   }
 
+  /// Whether there is only white space so far on this line. Where a '*' is behind anything else,
+  /// the text is refused, so this looks at no character twice.
+  bool isLineBlank() const { return std::all_of(line_start, next, isSpace); }
+
   void skipBlanks() {
-    while (!atEnd() && (isSpace(peek()) || (peek() == '*' && line_blank))) {
-      if (peek() == '*')
+    while (next != end) {
+      if (*next == '*' && isLineBlank()) {
         skipComment();
-      else
-        advance();
+        continue;
+      }
+      if (!isSpace(*next)) return;
+      if (*next++ == '\n') {
+        line++;
+        line_start = next;
+      }
     }
   }
 
@@ -96,36 +107,37 @@ class Reader {
   /// Takes an unsigned integer, of which the first digit is next.
   bool readNumber(Int& number) {
     const Place place = here();
-    const size_t start = next;
-    while (isDigit(peek())) advance();
+    const char* const start = next;
+    std::uint64_t value = 0;
+    for (; next != end && isDigit(*next); next++)
+      value = 10 * value + static_cast<unsigned>(*next - '0');
     if (peek() == '.') return fail("the number is not an integer", place);
     if (isNameStart(peek()) || peek() == '~') return fail("a blank is missing behind the number");
-    const std::optional<Int> value = parseInt(text.substr(start, next - start));
-    if (!value)
+    number = static_cast<Int>(value);
+    if (next - start <= std::numeric_limits<std::uint64_t>::digits10) return true;
+    const std::optional<Int> wide = parseInt(from(start)); // `value` may have wrapped
+    if (!wide)
       return fail("the number of " + std::to_string(next - start) + " digits is beyond " +
                       int_width,
                   place);
-    number = *value;
+    number = *wide;
     return true;
   }
 
-  bool failOnWeight(Place place) {
-    return fail(std::string("the numbers of this statement add up to more than ") + int_width,
+  bool charge(Int amount, Place place) {
+    return addTo(weight, amount) ||
+           fail(std::string("the numbers of this statement add up to more than ") + int_width,
                 place);
   }
-
-  bool charge(Int amount, Place place) { return addTo(weight, amount) || failOnWeight(place); }
 
   /// Takes a literal, of which the first character is next, and adds it to the form.
   bool readLiteral(Int coefficient, Int& constant, Place place) {
     const bool negated = peek() == '~';
-    if (negated) advance();
+    if (negated) next++;
     if (!isNameStart(peek())) return fail("'~' must stand right in front of a name");
-    const size_t start = next;
-    while (!atEnd() && !isSpace(peek()) && !isControl(peek()) && !isOperator(peek()) &&
-           !(peek() == '!' && peek(1) == '='))
-      advance();
-    const std::string_view name = text.substr(start, next - start);
+    const char* const start = next;
+    while (next != end && (!endsName(*next) || (*next == '!' && peek(1) != '='))) next++;
+    const std::string_view name = from(start);
     const char c = peek();
     if (c == '~' || c == '+' || c == '-' || c == '*' || c == ':')
       return fail("a blank is missing behind the name");
@@ -135,9 +147,8 @@ class Reader {
       constant += coefficient;
       coefficient = -coefficient;
     }
-    return builder.add(problem.variables.add(name), coefficient, place, -largest_int,
-                       largest_int) ||
-           failOnWeight(place);
+    assembler.addTerm(name, coefficient, place);
+    return true;
   }
 
   bool atSumEnd() const {
@@ -147,12 +158,12 @@ class Reader {
   bool atLiteral() const { return isNameStart(peek()) || peek() == '~'; }
 
   /// Reads the weighted sum up to a relation, a ';' or the end of the text.
-  bool readSum(Form& form, Int& constant) {
+  bool readSum(Int& constant) {
     for (skipBlanks(); !atSumEnd(); skipBlanks()) {
       const Place place = here();
       const bool negative = peek() == '-';
       if (negative || peek() == '+') {
-        advance();
+        next++;
         skipBlanks();
       }
       if (atLiteral()) return fail("the literal has no coefficient");
@@ -174,7 +185,6 @@ class Reader {
         return unexpected();
       }
     }
-    form = builder.take();
     return true;
   }
 
@@ -185,18 +195,19 @@ class Reader {
     size_t colon = length;
     while (peek(colon) == ' ' || peek(colon) == '\t') colon++;
     if (length == 0 || peek(colon) != ':') return;
-    keyword = text.substr(next, length);
-    while (next < text.size() && peek() != ':') advance();
-    advance();
+    keyword = {next, length};
+    next += colon + 1;
   }
 
   bool readObjective(Sense sense, Place place) {
-    Objective& objective = problem.objective;
+    Objective& objective = assembler.rest().objective;
     if (objective.sense != Sense::none) return fail("a second objective", place);
-    if (!problem.rows.empty()) return fail("the objective must come before the rows", place);
+    if (assembler.hasRows()) return fail("the objective must come before the rows", place);
     objective.sense = sense;
     objective.place = place;
-    if (!readSum(objective.form, objective.constant)) return false;
+    assembler.beginObjective();
+    if (!readSum(objective.constant)) return false;
+    assembler.endObjective();
     if (peek() == ';') return true;
     return atEnd() ? unexpected() : fail("the objective has a relation");
   }
@@ -213,21 +224,21 @@ class Reader {
     if (c != '=' && second != '=')
       return fail(std::string("unknown relation ") + c + ", known are >=, <= and =");
     relation = c == '=' ? Relation::equal : c == '<' ? Relation::at_most : Relation::at_least;
-    advance();
-    if (c != '=') advance();
+    next++;
+    if (c != '=') next++;
     return true;
   }
 
   bool readRow(Place place) {
-    Row row;
+    RowHead row;
     row.place = place;
     Int constant = 0;
-    if (!readSum(row.form, constant) || !readRelation(row.relation)) return false;
+    if (!readSum(constant) || !readRelation(row.relation)) return false;
     skipBlanks();
     row.bound_place = here();
     const bool negative = peek() == '-';
     if (negative || peek() == '+') {
-      advance();
+      next++;
       skipBlanks();
     }
     if (!isDigit(peek())) return atEnd() ? unexpected() : fail("the right-hand side is no integer");
@@ -240,7 +251,7 @@ class Reader {
       if (atSumEnd()) return fail("the row has two relations");
       return fail("expecting ';' behind the right-hand side");
     }
-    problem.rows.push_back(std::move(row));
+    assembler.addRow(row);
     return true;
   }
 
@@ -257,18 +268,19 @@ class Reader {
   }
 
  public:
-  explicit Reader(std::string_view whole) : text(whole) {}
+  explicit Reader(std::string_view text)
+      : next(text.data()), end(text.data() + text.size()), line_start(next) {}
 
   Result<Problem> read() {
     for (skipBlanks(); !atEnd(); skipBlanks()) {
       if (!readStatement()) return error;
-      advance(); // the ';'
+      next++; // the ';'
     }
-    if (problem.rows.empty() && problem.objective.sense == Sense::none) {
+    if (!assembler.hasRows() && assembler.rest().objective.sense == Sense::none) {
       fail("there is neither a row nor an objective");
       return error;
     }
-    return std::move(problem);
+    return assembler.take();
   }
 };
 

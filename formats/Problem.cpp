@@ -1,51 +1,60 @@
 /// \file
-/// The name table, and the merging of repeated variables.
+/// The packing of rows, and their names.
 #include "Problem.h"
 
-#include <utility>
+#include <algorithm>
+#include <optional>
 
 namespace formats {
+namespace {
 
-int Names::find(std::string_view name) const {
-  const auto found = numbers.find(name);
-  return found == numbers.end() ? -1 : found->second;
+constexpr std::string_view made_up_prefix = "r.";
+
+std::string madeUpName(std::uint64_t ordinal) {
+  return std::string(made_up_prefix) + std::to_string(ordinal);
 }
 
-int Names::add(std::string_view name) {
-  const int known = find(name);
-  if (known >= 0) return known;
-  const int number = size();
-  names.emplace_back(name);
-  numbers.emplace(name, number);
-  return number;
-}
+} // namespace
 
 const char* signOf(Relation relation) {
   if (relation == Relation::at_most) return "<=";
   return relation == Relation::equal ? "=" : ">=";
 }
 
-bool FormBuilder::add(int variable, Int coefficient, Place place, Int lowest, Int highest) {
-  const size_t v = static_cast<size_t>(variable);
-  if (v >= position.size()) {
-    position.resize(v + 1, 0);
-    generation.resize(v + 1, 0);
-  }
-  if (generation[v] != current) {
-    generation[v] = current;
-    position[v] = form.size();
-    form.push_back({coefficient, variable, place});
-    return true;
-  }
-  Int sum = form[position[v]].coefficient;
-  if (!addTo(sum, coefficient) || sum < lowest || sum > highest) return false;
-  form[position[v]].coefficient = sum;
-  return true;
+std::string Row::name() const {
+  if (!label.empty()) return std::string(label);
+  return ordinal == 0 ? "" : madeUpName(ordinal);
 }
 
-Form FormBuilder::take() {
-  current++;
-  return std::exchange(form, {});
+Row Rows::operator[](std::size_t i) const {
+  const Packed& row = packed[i];
+  const std::uint64_t first = i == 0 ? 0 : packed[i - 1].end;
+  const Int bound = row.is_wide ? wide_bounds[static_cast<std::size_t>(row.bound)] : Int{row.bound};
+  const std::string_view label = row.label < 0 ? std::string_view() : labels[row.label];
+  return {{row.relation, bound, row.place, row.bound_place, label, row.ordinal},
+          store.form(first, row.end)};
+}
+
+void Rows::add(const RowHead& head) {
+  const bool is_wide = head.bound != static_cast<std::int64_t>(head.bound);
+  const Int bound = is_wide ? static_cast<Int>(wide_bounds.size()) : head.bound;
+  if (is_wide) wide_bounds.push(head.bound);
+  const int label = head.label.empty() ? -1 : labels.add(head.label);
+  packed.push({store.size(), static_cast<std::int64_t>(bound), head.place, head.bound_place,
+               head.ordinal, label, head.relation, is_wide});
+}
+
+bool Rows::hasName(std::string_view name) const {
+  if (labels.find(name) >= 0) return true;
+  if (!name.starts_with(made_up_prefix)) return false;
+  const std::optional<Int> ordinal = parseInt(name.substr(made_up_prefix.size()));
+  if (!ordinal) return false;
+  const Packed* const end = packed.data() + packed.size();
+  const Packed* const found =
+      std::lower_bound(packed.data(), end, *ordinal,
+                       [](const Packed& row, Int wanted) { return row.ordinal < wanted; });
+  return found != end && found->label < 0 && found->ordinal != 0 &&
+         madeUpName(found->ordinal) == name;
 }
 
 } // namespace formats

@@ -1,65 +1,96 @@
 /// \file
 /// The problem model that every front end builds and every check reads: named 0-1 variables, an
 /// optional linear objective and linear rows, as the text states them, with nothing normalised.
+/// Nothing in it is allocated by itself: a problem is a handful of arrays.
 #ifndef QUILLON_FORMATS_PROBLEM_H
 #define QUILLON_FORMATS_PROBLEM_H
 
 #include "Integer.h"
+#include "Names.h"
 #include "Result.h"
+#include "Terms.h"
 
-#include <functional>
-#include <optional>
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
-#include <unordered_map>
-#include <vector>
 
 namespace formats {
-
-/// The variables' names, numbered from 0 in order of first occurrence.
-class Names {
-  struct Hash {
-    using is_transparent = void;
-    std::size_t operator()(std::string_view s) const { return std::hash<std::string_view>()(s); }
-  };
-  std::vector<std::string> names;
-  std::unordered_map<std::string, int, Hash, std::equal_to<>> numbers;
-
- public:
-  /// How many there are.
-  int size() const { return static_cast<int>(names.size()); }
-  /// The number of `name`, or -1 when it is unknown.
-  int find(std::string_view name) const;
-  /// The number of `name`, which is entered when it is unknown.
-  int add(std::string_view name);
-  /// The name of variable `number`, 0 to `size() - 1`.
-  const std::string& operator[](int number) const { return names[static_cast<size_t>(number)]; }
-};
-
-/// One weighted variable of a form.
-struct Term {
-  Int coefficient = 0;
-  int variable = 0; ///< number in `Problem::variables`
-  Place place;      ///< of the variable's first occurrence in the form
-};
-
-/// A weighted sum; each variable occurs in at most one term. Coefficients may be 0.
-using Form = std::vector<Term>;
 
 enum class Relation { at_most, equal, at_least };
 
 /// The relation's sign: "<=", "=" or ">=".
 const char* signOf(Relation relation);
 
-/// One constraint: `form` `relation` `bound`.
-struct Row {
-  std::string name;   ///< empty when the format or the text gives none
-  bool named = false; ///< whether `name` stands in the text; false for a name made up by a reader
-  Form form;
+/// What a row is, but for its terms.
+struct RowHead {
   Relation relation = Relation::at_least;
   Int bound = 0;
   Place place;       ///< of the row's first character
   Place bound_place; ///< of the bound
+  /// The name that the text gives, empty when it gives none.
+  std::string_view label;
+  /// A reader that makes up names numbers the rows, in ascending order; 0 otherwise.
+  std::uint64_t ordinal = 0;
+};
+
+/// One constraint: `form` `relation` `bound`. It is a view into a problem, good until rows are
+/// added there.
+struct Row : RowHead {
+  Form form;
+
+  /// The label, or else "r." and the ordinal, or else nothing.
+  std::string name() const;
+};
+
+/// The rows of a problem, packed: 48 bytes a row, its terms and its label, and 16 bytes for a bound
+/// of more than 64 bits.
+class Rows {
+  struct Packed {
+    std::uint64_t
+        end; ///< index of the term behind the row's last one; the row before has the first
+    std::int64_t bound; ///< or the index of a wide one
+    Place place;
+    Place bound_place;
+    std::uint64_t ordinal;
+    std::int32_t label; ///< its number, -1 for none
+    Relation relation;
+    bool is_wide; ///< whether `bound` is such an index
+  };
+
+  Terms store;
+  Array<Packed> packed;
+  Array<Int> wide_bounds;
+  Names labels;
+
+ public:
+  class Iterator {
+    const Rows* rows;
+    std::size_t index;
+
+   public:
+    Iterator(const Rows* over, std::size_t at) : rows(over), index(at) {}
+    Row operator*() const { return (*rows)[index]; }
+    Iterator& operator++() {
+      index++;
+      return *this;
+    }
+    bool operator==(const Iterator& other) const { return index == other.index; }
+  };
+
+  std::size_t size() const { return packed.size(); }
+  bool empty() const { return packed.empty(); }
+  Row operator[](std::size_t i) const;
+  Iterator begin() const { return {this, 0}; }
+  Iterator end() const { return {this, size()}; }
+
+  /// Where the terms of the next row are added.
+  Terms& terms() { return store; }
+  /// Adds a row of the terms added since the last one.
+  void add(const RowHead& head);
+  /// Whether a row has the name `name`. Constant time on average for labels, logarithmic for
+  /// names made up.
+  bool hasName(std::string_view name) const;
 };
 
 enum class Sense { none, minimise, maximise };
@@ -68,7 +99,7 @@ enum class Sense { none, minimise, maximise };
 struct Objective {
   Sense sense = Sense::none;
   std::string name; ///< empty when the format or the text gives none
-  Form form;
+  Terms form;
   Int constant = 0;
   Place place; ///< of the first character of the keyword
 };
@@ -79,26 +110,10 @@ struct Objective {
 struct Problem {
   Names variables;
   Objective objective;
-  std::vector<Row> rows;
+  Rows rows;
   /// Variables x1 to x`declared` exist although they need not occur anywhere; outputs may mention
   /// them. 0 when the text declares none.
   Int declared = 0;
-};
-
-/// Collects the terms of one form after the other, merging repeated variables into the first term.
-/// Constant time per term.
-class FormBuilder {
-  Form form;
-  std::vector<size_t> position;   ///< per variable: index of its term
-  std::vector<size_t> generation; ///< per variable: the form for which `position` holds
-  size_t current = 1;
-
- public:
-  /// Adds `coefficient` to the variable's coefficient. False, and nothing changed, when an already
-  /// present coefficient would leave `lowest` to `highest`.
-  [[nodiscard]] bool add(int variable, Int coefficient, Place place, Int lowest, Int highest);
-  /// Hands over the form and starts the next one.
-  Form take();
 };
 
 } // namespace formats

@@ -16,8 +16,8 @@ Result<Problem> readProblem(std::string_view text) {
   if (opb) return opb;
   const Place& a = star.error().place;
   const Place& b = opb.error().place;
-  // cppcheck-suppress duplicateValueTernary ; two objects of one type, not one value
-  return std::pair(a.line, a.column) > std::pair(b.line, b.column) ? star : opb;
+  if (std::pair(a.line, a.column) > std::pair(b.line, b.column)) return star;
+  return opb;
 }
 
 } // namespace formats

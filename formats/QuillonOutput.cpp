@@ -31,7 +31,7 @@ Result<QuillonOutput> readQuillonOutput(std::string_view text) {
 Int reportedObjective(const Objective& objective, Int value) {
   Int negatives = 0;
   bool any_positive = false;
-  for (const Term& term : objective.form) {
+  for (const Term term : objective.form) {
     if (term.coefficient < 0) negatives += term.coefficient;
     if (term.coefficient > 0) any_positive = true;
   }

@@ -39,7 +39,7 @@ class Converter {
   int numberOf(int variable) {
     int& number = numbers[static_cast<size_t>(variable)];
     if (number >= 0) return number;
-    const std::string& name = source.variables[variable];
+    const std::string_view name = source.variables[variable];
     if (isLegalName(name)) {
       number = result.problem.variables.add(name);
     } else {
@@ -50,14 +50,14 @@ class Converter {
   }
 
   /// Copies the terms that count; `where` names the form in the message.
-  std::optional<Error> convert(const Form& from, Form& to, const std::string& where) {
-    for (const Term& term : from) {
+  std::optional<Error> convert(Form from, Terms& to, const std::string& where) {
+    for (const Term term : from) {
       if (term.coefficient == 0) continue;
       if (!isWritable(term.coefficient))
         return Error{term.place, where + ": the coefficient " + toString(term.coefficient) +
-                                     " of \"" + source.variables[term.variable] + "\" is beyond " +
-                                     std::to_string(largest_number)};
-      to.push_back({term.coefficient, numberOf(term.variable), term.place});
+                                     " of \"" + std::string(source.variables[term.variable]) +
+                                     "\" is beyond " + std::to_string(largest_number)};
+      to.add({term.coefficient, numberOf(term.variable), term.place});
     }
     return std::nullopt;
   }
@@ -90,21 +90,21 @@ class Converter {
       result.renamed.emplace_back(freshName(), "");
       names.add(result.renamed.back().first);
     }
-    Row row;
-    row.form.push_back({1, 0, {}});
+    result.problem.rows.terms().add({1, 0, {}});
+    RowHead row;
     row.bound = bound;
-    result.problem.rows.push_back(std::move(row));
+    result.problem.rows.add(row);
   }
 
   std::optional<Error> convertRows() {
     bool impossible = false;
     for (size_t i = 0; i < source.rows.size(); i++) {
-      const Row& row = source.rows[i];
+      const Row row = source.rows[i];
       const std::string where = "row " + std::to_string(i + 1);
-      Row made = row;
-      made.form.clear();
-      if (auto error = convert(row.form, made.form, where)) return error;
-      if (made.form.empty()) {
+      Terms& terms = result.problem.rows.terms();
+      const size_t before = terms.size();
+      if (auto error = convert(row.form, terms, where)) return error;
+      if (terms.size() == before) {
         impossible = impossible || !holdsEmpty(row);
         result.notes.push_back(where + " of the source has no variable and " +
                                (holdsEmpty(row) ? "always holds: dropped"
@@ -114,7 +114,7 @@ class Converter {
       if (!isWritable(row.bound))
         return Error{row.bound_place, where + ": the right-hand side " + toString(row.bound) +
                                           " is beyond " + std::to_string(largest_number)};
-      result.problem.rows.push_back(std::move(made));
+      result.problem.rows.add(row);
     }
     if (impossible) addRow(2);
     if (result.problem.rows.empty()) {

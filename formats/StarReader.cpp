@@ -6,8 +6,9 @@
 
 #include <algorithm>
 #include <string>
-#include <unordered_set>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 namespace formats {
 namespace {
@@ -54,6 +55,8 @@ bool equalsIgnoringCase(std::string_view word, std::string_view lower) {
   return true;
 }
 
+constexpr CharacterSet endsWord([](char c) { return isSpace(c) || isControl(c); });
+
 /// Every member that can fail returns false after it has stored the error; the caller passes the
 /// false on.
 class Reader {
@@ -66,7 +69,8 @@ class Reader {
   size_t line = 1;       ///< the line `next` is on
   size_t line_start = 0; ///< index of the first character of that line
 
-  std::string word;            ///< the current word, carriage returns dropped
+  std::string_view word;       ///< the current word, carriage returns dropped
+  std::string spliced;         ///< its characters if there were returns inside
   std::vector<size_t> dropped; ///< how many characters the word had when each return was dropped
   size_t pos = 0;              ///< index of the next unread character of the word
   Place word_place;
@@ -74,13 +78,12 @@ class Reader {
   size_t count = 0;         ///< ordinal of the word, comment skips included
 
   Token token = Token::end_of_input;
-  std::string image; ///< the token's characters
-  Int value = 0;     ///< of a number
-  Place place;       ///< of the token
+  std::string_view image; ///< the token's characters
+  Int value = 0;          ///< of a number
+  Place place;            ///< of the token
 
   Problem problem;
   FormBuilder builder;
-  std::unordered_set<std::string> row_names;
   Error error;
 
   bool fail(std::string message, Place where) {
@@ -110,38 +113,44 @@ class Reader {
   /// Reads the next word, which may be empty. `ended` tells that there was none before the end of
   /// the input.
   bool readWord(bool& ended) {
-    word.clear();
     dropped.clear();
     pos = 0;
     line_closed = false;
-    word_place = here();
     count++;
     ended = false;
-    while (next < text.size()) {
-      const Place where = here();
-      const char c = take();
-      if (c == '\r') {
-        if (word.empty())
-          word_place = here();
-        else
-          dropped.push_back(word.size());
-        continue;
-      }
-      if (isSpace(c)) {
-        line_closed = c == '\n';
-        return true;
-      }
-      if (isControl(c)) return failOnControl(c, where);
-      if (word.size() == longest_word)
-        return fail("word length exceeds " + std::to_string(longest_word) + " characters",
-                    word_place);
-      word += c;
+    while (next < text.size() && text[next] == '\r') next++;
+    word_place = here();
+    const size_t start = next;
+    while (next < text.size() && !endsWord(text[next])) next++;
+    word = text.substr(start, next - start);
+    if (next < text.size() && text[next] == '\r') splice();
+    if (word.size() > longest_word)
+      return fail("word length exceeds " + std::to_string(longest_word) + " characters",
+                  word_place);
+    if (next == text.size()) {
+      ended = word.empty();
+      if (ended) count--;
+      return true;
     }
-    if (word.empty()) {
-      ended = true;
-      count--;
-    }
+    const Place where = here();
+    const char c = take();
+    if (!isSpace(c)) return failOnControl(c, where);
+    line_closed = c == '\n';
     return true;
+  }
+
+  /// Goes on with a word in front of a carriage return, up to its end or beyond what a word holds.
+  void splice() {
+    spliced = word;
+    for (; next < text.size() && spliced.size() <= longest_word; next++) {
+      if (text[next] == '\r')
+        dropped.push_back(spliced.size());
+      else if (endsWord(text[next]))
+        break;
+      else
+        spliced += text[next];
+    }
+    word = spliced;
   }
 
   /// Drops the rest of the word and of its line; `ended` as for `readWord`.
@@ -170,7 +179,7 @@ class Reader {
 
   /// Scans the next token into `token`, `image`, `value` and `place`.
   bool scan() {
-    image.clear();
+    image = {};
     value = 0;
     while (true) {
       while (pos >= word.size()) {
@@ -208,15 +217,18 @@ class Reader {
   bool scanName() {
     const size_t start = pos;
     while (continuesName(peek())) pos++;
-    image.assign(word, start, pos - start);
+    image = word.substr(start, pos - start);
     token = Token::name;
     if (image.size() <= longest_name) return true;
-    return fail("c name `" + image.substr(0, longest_name) + "...' too long > 32 characters");
+    return fail("c name `" + std::string(image.substr(0, longest_name)) +
+                "...' too long > 32 characters");
   }
 
   bool scanNumber() {
     const size_t start = pos;
-    const auto scanned = [&] { return word.substr(start, std::min(pos - start, longest_image)); };
+    const auto scanned = [&] {
+      return std::string(word.substr(start, std::min(pos - start, longest_image)));
+    };
     const auto digits = [&] {
       while (isDigit(peek())) pos++;
     };
@@ -232,11 +244,11 @@ class Reader {
       if (!isDigit(peek())) return fail("numeric constant `" + scanned() + "' incomplete");
       digits();
     }
-    image = scanned();
+    image = word.substr(start, std::min(pos - start, longest_image));
     token = Token::number;
     const std::optional<Int> parsed = parseInt(image);
     if (pos - start > longest_image || !parsed || *parsed > largest_number)
-      return fail("numeric constant `" + image + "' out of range (" +
+      return fail("numeric constant `" + scanned() + "' out of range (" +
                   std::to_string(largest_number) + ")");
     value = *parsed;
     return true;
@@ -244,11 +256,11 @@ class Reader {
 
   bool scanSymbol() {
     const char c = word[pos++];
-    image = c;
+    image = word.substr(pos - 1, 1);
     // The second character of a two-character relation.
     const auto absorb = [&](char other) {
       if (peek() != other) return false;
-      image += word[pos++];
+      image = word.substr(pos++ - 1, 2);
       return true;
     };
     switch (c) {
@@ -289,10 +301,10 @@ class Reader {
     return (token != Token::plus && token != Token::minus) || scan();
   }
 
-  /// Reads a form. It is left empty when a sign or a coefficient is not followed by a name, even
-  /// after good terms; the names of those stay known.
-  bool readForm(Form& form) {
-    form.clear();
+  /// Reads a form behind the other terms of `terms`. It is left empty when a sign or a coefficient
+  /// is not followed by a name, even after good terms; the names of those stay known.
+  bool readForm(Terms& terms) {
+    builder.begin(terms);
     do {
       const Place start = place;
       int sign = 1;
@@ -301,11 +313,11 @@ class Reader {
       if (token == Token::number) {
         coefficient = value;
         if (!scan()) return false;
-        if (token != Token::asterisk) return fail("expecting '*' instead of " + image);
+        if (token != Token::asterisk) return fail("expecting '*' instead of " + std::string(image));
         if (!scan()) return false;
       }
       if (token != Token::name) {
-        builder.take();
+        builder.abandon();
         return true;
       }
       const int variable = problem.variables.add(image);
@@ -313,7 +325,6 @@ class Reader {
         return fail("c number out of RANGE");
       if (!scan()) return false;
     } while (token == Token::plus || token == Token::minus);
-    form = builder.take();
     return true;
   }
 
@@ -336,19 +347,20 @@ class Reader {
   }
 
   bool readRow() {
-    Row row;
+    RowHead row;
     row.place = place;
+    row.ordinal = count;
+    std::string label; // the words it came from will be gone
     if (atLabel()) {
-      row.name = image;
-      row.named = true;
-      if (row_names.contains(row.name))
-        return fail("constraint `" + row.name + "' multiply defined");
+      label = image;
+      row.label = label;
+      if (problem.rows.hasName(label)) return fail("constraint `" + label + "' multiply defined");
       if (!passLabel()) return false;
-    } else {
-      row.name = "r." + std::to_string(count);
     }
-    if (!readForm(row.form)) return false;
-    if (row.form.empty()) return fail("missing variable name");
+    Terms& terms = problem.rows.terms();
+    const size_t before = terms.size();
+    if (!readForm(terms)) return false;
+    if (terms.size() == before) return fail("missing variable name");
     if (token == Token::at_most)
       row.relation = Relation::at_most;
     else if (token == Token::at_least)
@@ -367,8 +379,7 @@ class Reader {
     if (token != Token::semicolon) return fail("expecting ';'");
     if (pos < word.size() && peek() != '\\' && peek() != ';')
       return fail("invalid symbol(s) beyond right-hand side", placeInWord());
-    row_names.insert(row.name);
-    problem.rows.push_back(std::move(row));
+    problem.rows.add(row);
     return true;
   }
 
@@ -384,7 +395,7 @@ class Reader {
       if (!scan()) return false;
       if (token != Token::end_of_input) return fail("extra symbol(s) detected beyond `end'");
     } else if (token != Token::end_of_input) {
-      return fail("symbol `" + image + "' in wrong position");
+      return fail("symbol `" + std::string(image) + "' in wrong position");
     }
     return true;
   }

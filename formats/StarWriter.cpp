@@ -10,17 +10,17 @@
 namespace formats {
 namespace {
 
-void writeTerm(std::string& out, Int coefficient, const std::string& name) {
+void writeTerm(std::string& out, Int coefficient, std::string_view name) {
   if (coefficient >= 0) out += '+';
-  out += toString(coefficient);
+  append(out, coefficient);
   out += '*';
   out += name;
   out += ' ';
 }
 
-void writeForm(std::string& out, const Form& form, const Names& names) {
-  for (const Term& term : form) {
-    const std::string& name = names[term.variable];
+void writeForm(std::string& out, Form form, const Names& names) {
+  for (const Term term : form) {
+    const std::string_view name = names[term.variable];
     if (term.coefficient < -largest_number) {
       // Only the sum of two terms can be this low: a number has no sign of its own.
       writeTerm(out, -largest_number, name);
@@ -50,12 +50,15 @@ std::string writeStar(const Problem& problem, const std::vector<std::string>& co
     writeForm(out, objective.form, problem.variables);
     out += ";\n";
   }
-  for (const Row& row : problem.rows) {
-    if (row.named && !isMadeUp(row.name)) out += row.name + ":";
+  for (const Row row : problem.rows) {
+    if (!row.label.empty() && !isMadeUp(row.label)) {
+      out += row.label;
+      out += ':';
+    }
     writeForm(out, row.form, problem.variables);
     out += signOf(row.relation);
     out += ' ';
-    out += toString(row.bound);
+    append(out, row.bound);
     out += " ;\n";
   }
   return out;

@@ -20,8 +20,7 @@ void require(bool condition) {
   if (!condition) std::abort();
 }
 
-bool same(const formats::Problem& a, const formats::Form& f, const formats::Problem& b,
-          const formats::Form& g) {
+bool same(const formats::Problem& a, formats::Form f, const formats::Problem& b, formats::Form g) {
   if (f.size() != g.size()) return false;
   for (size_t i = 0; i < f.size(); i++)
     if (f[i].coefficient != g[i].coefficient ||

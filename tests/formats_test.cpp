@@ -2,6 +2,7 @@
 /// The formats library: what each reader takes and refuses, that conversions keep the meaning, and
 /// that the check of outputs notices every kind of false claim.
 #include "formats/InputFile.h"
+#include "formats/KeyedHash.h"
 #include "formats/OpbReader.h"
 #include "formats/ProblemReader.h"
 #include "formats/QuillonOutput.h"
@@ -12,9 +13,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <functional>
 #include <optional>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace formats {
@@ -22,10 +27,10 @@ namespace {
 
 /// A problem in one line, without regard to the format it came from.
 std::string show(const Problem& problem) {
-  const auto form = [&](const Form& terms) {
+  const auto form = [&](Form terms) {
     std::string text;
-    for (const Term& term : terms)
-      text += toString(term.coefficient) + problem.variables[term.variable] + " ";
+    for (const Term term : terms)
+      text += toString(term.coefficient) + std::string(problem.variables[term.variable]) + " ";
     return text;
   };
   std::string text;
@@ -33,9 +38,9 @@ std::string show(const Problem& problem) {
   if (objective.sense != Sense::none)
     text += std::string(objective.sense == Sense::minimise ? "min " : "max ") +
             form(objective.form) + "+ " + toString(objective.constant) + "; ";
-  for (const Row& row : problem.rows)
-    text += (row.named ? row.name + ": " : "") + form(row.form) + signOf(row.relation) + " " +
-            toString(row.bound) + "; ";
+  for (const Row row : problem.rows)
+    text += (row.label.empty() ? "" : std::string(row.label) + ": ") + form(row.form) +
+            signOf(row.relation) + " " + toString(row.bound) + "; ";
   return text;
 }
 
@@ -58,6 +63,58 @@ TEST(Integer, ReadsAndWritesUpTo127BitsAndNothingBeyond) {
   for (const char* text : {"170141183460469231731687303715884105728", "", "-", "+-1", "1 ", "0x1",
                            "999999999999999999999999999999999999999999999999999999"})
     EXPECT_FALSE(parseInt(text)) << text;
+}
+
+// ------------------------------------------------------------------------------------------------
+// Names
+
+TEST(KeyedHash, IsSipHash) {
+  // From the appendix of the paper: the key's and the text's bytes count up from 0.
+  std::string text;
+  for (char c = 0; c < 15; c++) text += c;
+  EXPECT_EQ(keyedHash(text, {0x0706050403020100, 0x0f0e0d0c0b0a0908}), 0xa129ca6149be45e5);
+}
+
+TEST(Names, KeepTheirNumbersWhereverTheyAreKept) {
+  Names names;
+  // Too high an index for the number of names, then not so any more.
+  EXPECT_EQ(names.add("x5000"), 0);
+  EXPECT_EQ(names.add("x999999999"), 1);
+  for (const char* name : {"x", "x0", "x01", "x1", "x1a", "x1000000000", "x-1", "X1", ""}) {
+    const int next = names.size();
+    EXPECT_EQ(names.find(name), -1) << name;
+    EXPECT_EQ(names.add(name), next) << name;
+  }
+  const int first = names.size();
+  for (int i = 2; i < 6000; i++) names.add("x" + std::to_string(i));
+  EXPECT_EQ(names.size(), first + 6000 - 2 - 1);
+  EXPECT_EQ(names.find("x5000"), 0);
+  for (int i = 0; i < names.size(); i++) EXPECT_EQ(names.add(names[i]), i) << names[i];
+}
+
+TEST(Names, CannotBeMadeToCollide) {
+  // The standard library's hash of two words is (((s ^ f(a)) * m) ^ f(b)) * m, then mixed: for any
+  // a there is a b that leads to the same. If that mattered, this test would not end.
+  constexpr std::uint64_t m = 0xc6a4a7935bd1e995;
+  std::uint64_t inverse = m;
+  for (int i = 0; i < 6; i++) inverse *= 2 - m * inverse;
+  const auto mixed = [](std::uint64_t v) { return v ^ (v >> 47); };
+  Names names;
+  std::string text(16, '\0');
+  constexpr int many = 300000;
+  for (int i = 0; i < many; i++) {
+    const std::uint64_t a = static_cast<std::uint64_t>(i);
+    const std::uint64_t sum = ((0xc70f6907 ^ (16 * m)) ^ (mixed(a * m) * m)) * m;
+    const std::uint64_t b = mixed(sum * inverse) * inverse;
+    std::memcpy(text.data(), &a, 8);
+    std::memcpy(text.data() + 8, &b, 8);
+#ifdef __GLIBCXX__
+    static const std::size_t common = std::hash<std::string>()(text);
+    ASSERT_EQ(std::hash<std::string>()(text), common);
+#endif
+    names.add(text);
+  }
+  EXPECT_EQ(names.size(), many);
 }
 
 // ------------------------------------------------------------------------------------------------
@@ -208,6 +265,33 @@ TEST(OpbReader, Accepts) {
     EXPECT_EQ(show(*problem), entry.problem) << entry.text;
   }
   EXPECT_EQ(readOpb(table[0].text)->declared, 2);
+}
+
+TEST(OpbReader, MergesInLargeProblemsAsInSmallOnes) {
+  std::mt19937 random(5);
+  std::string text;
+  std::string expected;
+  for (int i = 0; i < 400; i++) {
+    std::vector<std::pair<std::string, long long>> merged;
+    for (auto k = random() % (i % 10 == 0 ? 200 : 4); k > 0; k--) {
+      const auto variable = random() % 150;
+      const std::string name = (variable % 2 == 0 ? "x" : "task_") + std::to_string(variable);
+      const long long weight = random() % 20 == 0 ? 3000000000 : 5;
+      text += std::to_string(weight) + " " + name + " ";
+      const auto known = std::find_if(merged.begin(), merged.end(),
+                                      [&](const auto& term) { return term.first == name; });
+      if (known == merged.end())
+        merged.emplace_back(name, weight);
+      else
+        known->second += weight;
+    }
+    for (const auto& [name, weight] : merged) expected += std::to_string(weight) + name + " ";
+    text += ">= 1 ;\n";
+    expected += ">= 1; ";
+  }
+  const Result<Problem> problem = readOpb(text);
+  ASSERT_TRUE(problem) << problem.error().text();
+  EXPECT_EQ(show(*problem), expected);
 }
 
 TEST(OpbReader, Refuses) {

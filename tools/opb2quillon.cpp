@@ -11,10 +11,12 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -67,21 +69,32 @@ bool isSameFile(const File& a, const File& b) {
   return whole(a) == whole(b);
 }
 
-int convert(const File& input, const File& output, const std::string& map, std::size_t limit) {
-  const auto bytes = formats::readInput(input.path, limit);
+/// Reads `input` into a form that can be written; otherwise the exit code after a message. What it
+/// was made from is gone when this returns.
+int read(const File& input, std::size_t limit, formats::StarForm& star) {
+  auto bytes = formats::readInput(input.path, limit);
   if (!bytes) return complain(exit_io, input.path + ": " + bytes.error().message);
   const auto problem = formats::readOpb(*bytes);
   if (!problem) return complain(exit_refused, input.path + ":" + problem.error().text());
-  auto star = formats::toStarForm(*problem);
-  if (!star) return complain(exit_refused, input.path + ":" + star.error().text());
+  *bytes = {};
+  auto form = formats::toStarForm(*problem);
+  if (!form) return complain(exit_refused, input.path + ":" + form.error().text());
+  star = std::move(*form);
+  return exit_converted;
+}
 
-  std::vector<std::string> comments = std::move(star->notes);
+int convert(const File& input, const File& output, const std::string& map, std::size_t limit) {
+  formats::StarForm star;
+  const int code = read(input, limit, star);
+  if (code != exit_converted) return code;
+
+  std::vector<std::string> comments = std::move(star.notes);
   if (map.empty())
-    for (const auto& [new_name, old_name] : star->renamed)
+    for (const auto& [new_name, old_name] : star.renamed)
       comments.push_back(new_name + " stands for " + (old_name.empty() ? "nothing" : old_name));
-  else if (!writeOutput(map, formats::writeNameMap(star->renamed)))
+  else if (!writeOutput(map, formats::writeNameMap(star.renamed)))
     return complain(exit_io, map + ": " + std::strerror(errno));
-  if (!writeOutput(output.path, formats::writeStar(star->problem, comments)))
+  if (!writeOutput(output.path, formats::writeStar(star.problem, comments)))
     return complain(exit_io, output.path + ": " + std::strerror(errno));
   return exit_converted;
 }

@@ -14,8 +14,8 @@
 
 namespace {
 
-void requireSameForm(const LPTLFE* form, const formats::Form& other) {
-  for (const formats::Term& term : other) {
+void requireSameForm(const LPTLFE* form, formats::Form other) {
+  for (const formats::Term term : other) {
     demand(form != nullptr, "length of a form");
     demand(form->coef == term.coefficient, "coefficient");
     demand(form->col->j == term.variable + 1, "variable");
@@ -40,10 +40,10 @@ void requireSame(const LPT* lpt, const formats::Problem& other) {
   requireSameForm(lpt->obj, other.objective.form);
 
   const LPTROW* row = lpt->first_row;
-  for (const formats::Row& wanted : other.rows) {
+  for (const formats::Row wanted : other.rows) {
     using formats::Relation;
     demand(row != nullptr, "number of rows");
-    demand(row->name == wanted.name, "name of a row");
+    demand(row->name == wanted.name(), "name of a row");
     demand(row->sense == (wanted.relation == Relation::at_most ? LPT_LE
                           : wanted.relation == Relation::equal ? LPT_EQ
                                                                : LPT_GE),
