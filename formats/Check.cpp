@@ -169,11 +169,12 @@ Report checkOutput(const Problem& problem, const SolverOutput& output, const Nam
   if (report.stated && output.objectives.back() != value)
     return falseClaim("the rows hold, but the objective is " + toString(value) + ", not " +
                       toString(output.objectives.back()));
-  if (output.answer == Answer::optimum)
+  if (output.answer == Answer::optimum) {
     for (const Int other : output.objectives)
       if (isBetter(objective.sense, other, value))
         return falseClaim("the verdict is OPTIMUM FOUND with the objective " + toString(value) +
                           ", but " + toString(other) + " was stated before");
+  }
   return report;
 }
 

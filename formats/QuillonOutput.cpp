@@ -45,11 +45,12 @@ Report checkQuillonOutput(const Problem& problem, const QuillonOutput& output, c
   if (!report.objective) return falseClaim("an objective is stated, but the problem has none");
   const Int expected =
       reportedObjective(problem.objective, *report.objective - problem.objective.constant);
-  for (const Int reported : output.reported)
+  for (const Int reported : output.reported) {
     if (reported != expected)
       return falseClaim("the rows hold, but the objective is " + toString(*report.objective) +
                         ", to be reported as " + toString(expected) + ", not " +
                         toString(reported));
+  }
   report.stated = true;
   return report;
 }
