@@ -1,0 +1,132 @@
+/// \file
+/// The public face: hands everything on.
+#include "estoc/Solver.h"
+
+#include "optimise/Coordinator.h"
+#include "search/Search.h"
+
+#include <atomic>
+#include <limits>
+
+namespace estoc {
+
+struct Solver::Inside {
+  const Options options;
+  std::atomic<bool> interrupted{false};
+  Search search;
+  Var problem_variables = 0;
+  std::optional<Objective> objective; ///< until the first `solve`
+  std::unique_ptr<Coordinator> coordinator;
+  std::vector<bool> solution;
+  std::vector<Lit> core;
+
+  explicit Inside(const Options& o) : options(o), search(options, interrupted) {}
+};
+
+Solver::Solver(const Options& options) : inside(std::make_unique<Inside>(options)) {}
+Solver::~Solver() = default;
+
+Var Solver::newVariable() {
+  inside->search.backToRoot();
+  inside->problem_variables++;
+  return inside->search.addVariable(false);
+}
+
+Var Solver::variables() const {
+  return inside->problem_variables;
+}
+
+bool Solver::addRow(std::vector<WideTerm> terms, Int128 bound) {
+  return inside->search.addRow({std::move(terms), bound});
+}
+
+void Solver::minimise(std::vector<WideTerm> terms, Int128 constant) {
+  inside->objective.emplace(std::move(terms), constant);
+  for (const WideTerm& t : inside->objective->terms)
+    inside->search.decisions().setPhase(t.literal.var(), t.literal.negated());
+}
+
+Verdict Solver::solve(const std::vector<Lit>& assumptions, Listener* listener) {
+  Inside& in = *inside;
+  if (in.objective) {
+    assert(assumptions.empty());
+    if (in.coordinator == nullptr)
+      in.coordinator = std::make_unique<Coordinator>(in.options, in.search, *in.objective,
+                                                     in.problem_variables);
+    const Verdict verdict = in.coordinator->run(listener);
+    in.interrupted = false;
+    return verdict;
+  }
+  const Outcome outcome =
+      in.search.run(assumptions, std::numeric_limits<std::uint64_t>::max() / 2);
+  in.interrupted = false;
+  in.core.clear();
+  switch (outcome) {
+  case Outcome::model:
+    in.solution.resize(static_cast<std::size_t>(in.problem_variables));
+    for (Var v = 0; v < in.problem_variables; v++)
+      in.solution[static_cast<std::size_t>(v)] = in.search.modelValue(v);
+    if (listener != nullptr) listener->onSolution(in.solution, 0, Strategy::linear);
+    return Verdict::satisfiable;
+  case Outcome::core:
+    for (const WideTerm& t : in.search.core().terms) in.core.push_back(~t.literal);
+    return Verdict::unsatisfiable;
+  case Outcome::unsatisfiable:
+    return Verdict::unsatisfiable;
+  case Outcome::exhausted:
+  case Outcome::interrupted:
+    break;
+  }
+  return Verdict::unknown;
+}
+
+void Solver::interrupt() noexcept {
+  inside->interrupted.store(true, std::memory_order_relaxed);
+}
+
+bool Solver::hasSolution() const {
+  return inside->coordinator != nullptr ? inside->coordinator->upperBound().has_value()
+                                        : !inside->solution.empty();
+}
+
+bool Solver::value(Var v) const {
+  const std::vector<bool>& values =
+      inside->coordinator != nullptr ? inside->coordinator->solution() : inside->solution;
+  return values[static_cast<std::size_t>(v)];
+}
+
+std::optional<Int128> Solver::upperBound() const {
+  return inside->coordinator != nullptr ? inside->coordinator->upperBound() : std::nullopt;
+}
+
+std::optional<Int128> Solver::lowerBound() const {
+  if (inside->coordinator == nullptr) return std::nullopt;
+  return inside->coordinator->lowerBound();
+}
+
+const std::vector<Lit>& Solver::core() const {
+  return inside->core;
+}
+
+Statistics Solver::statistics() const {
+  const SearchCounters& c = inside->search.counters();
+  const Propagation& p = inside->search.constraints();
+  Statistics s;
+  s.conflicts = c.conflicts;
+  s.decisions = c.decisions;
+  s.propagations = p.work().literals;
+  s.restarts = c.restarts;
+  s.reductions = c.reductions;
+  s.learnt_clauses = c.learnt_clauses;
+  s.learnt_cardinalities = c.learnt_cardinalities;
+  s.learnt_general = c.learnt_general;
+  s.facts = c.learnt_units;
+  s.cores = inside->coordinator != nullptr ? inside->coordinator->cores() : 0;
+  s.work = inside->search.work();
+  s.constraints = p.problemConstraints().size();
+  s.learnt = p.learntConstraints().size();
+  s.memory = p.bytes();
+  return s;
+}
+
+} // namespace estoc

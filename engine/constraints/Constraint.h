@@ -1,0 +1,118 @@
+/// \file
+/// Stored constraints as they lie in the arena. All kinds begin with the same header; what the
+/// constraint says never changes while it is attached, only what propagation keeps with it.
+#ifndef ESTOC_CONSTRAINTS_CONSTRAINT_H
+#define ESTOC_CONSTRAINTS_CONSTRAINT_H
+
+#include "Arena.h"
+#include "estoc/Types.h"
+
+namespace estoc {
+
+enum class Kind : std::uint8_t {
+  clause,      ///< at least one literal is true
+  cardinality, ///< at least `degree` literals are true
+  general32,   ///< coefficients of 32 bits, sums of 64
+  general64,   ///< coefficients of 64 bits, sums of 128
+  general128   ///< coefficients and sums of 128 bits; the row's sum is below 2^127
+};
+
+/// What every stored constraint begins with.
+struct Header {
+  std::uint64_t id;     ///< number in the order of derivation; never reused
+  std::uint32_t size;   ///< number of literals or terms
+  Kind kind;
+  std::uint8_t learnt : 1;
+  std::uint8_t removed : 1; ///< no longer part of the problem; space to be reclaimed
+  std::uint8_t marked : 1;  ///< scratch for whoever needs a mark for a while; 0 in between
+  std::uint8_t used : 2;    ///< reductions that it survives because it was of use lately
+  std::uint16_t glue;       ///< decision levels among its falsified literals when learnt or used
+};
+static_assert(sizeof(Header) == 16);
+
+struct Clause : Header {
+  Lit* literals() { return reinterpret_cast<Lit*>(this + 1); }
+  const Lit* literals() const { return reinterpret_cast<const Lit*>(this + 1); }
+  static std::size_t bytes(std::size_t size) { return sizeof(Clause) + size * sizeof(Lit); }
+};
+
+/// The first degree + 1 literals are watched.
+struct Cardinality : Header {
+  std::uint32_t degree; ///< 2 <= degree < size
+  std::uint32_t cursor; ///< where the search for another watch goes on, in [degree + 1, size)
+  Lit* literals() { return reinterpret_cast<Lit*>(this + 1); }
+  const Lit* literals() const { return reinterpret_cast<const Lit*>(this + 1); }
+  static std::size_t bytes(std::size_t size) { return sizeof(Cardinality) + size * sizeof(Lit); }
+};
+
+/// sum coefficient * literal >= degree, with positive coefficients in falling order.
+template <class C, class S> struct General : Header {
+  using Coefficient = C;
+  using Sum = S;
+  S slack; ///< sum over the literals not yet seen falsified, less the degree
+  S degree;
+  Term<C>* terms() { return reinterpret_cast<Term<C>*>(this + 1); }
+  const Term<C>* terms() const { return reinterpret_cast<const Term<C>*>(this + 1); }
+  C largest() const { return terms()[0].coefficient; }
+  static std::size_t bytes(std::size_t size) { return sizeof(General) + size * sizeof(Term<C>); }
+};
+using General32 = General<std::int32_t, std::int64_t>;
+using General64 = General<std::int64_t, Int128>;
+using General128 = General<Int128, Int128>;
+
+/// The bytes of a constraint in the arena.
+inline std::size_t bytesOf(const Header& c) {
+  switch (c.kind) {
+  case Kind::clause:
+    return Clause::bytes(c.size);
+  case Kind::cardinality:
+    return Cardinality::bytes(c.size);
+  case Kind::general32:
+    return General32::bytes(c.size);
+  case Kind::general64:
+    return General64::bytes(c.size);
+  case Kind::general128:
+    break;
+  }
+  return General128::bytes(c.size);
+}
+
+/// Calls `f` with the general constraint `c` as what it is.
+template <class F> decltype(auto) withGeneral(Header& c, F&& f) {
+  if (c.kind == Kind::general32) return f(static_cast<General32&>(c));
+  if (c.kind == Kind::general64) return f(static_cast<General64&>(c));
+  assert(c.kind == Kind::general128);
+  return f(static_cast<General128&>(c));
+}
+
+/// Calls `f(coefficient, literal)` for each term of `c`, coefficients as Int128.
+template <class F> void forEachTerm(Header& c, F&& f) {
+  switch (c.kind) {
+  case Kind::clause: {
+    const Lit* const l = static_cast<Clause&>(c).literals();
+    for (std::uint32_t i = 0; i < c.size; i++) f(Int128{1}, l[i]);
+    return;
+  }
+  case Kind::cardinality: {
+    const Lit* const l = static_cast<Cardinality&>(c).literals();
+    for (std::uint32_t i = 0; i < c.size; i++) f(Int128{1}, l[i]);
+    return;
+  }
+  default:
+    withGeneral(c, [&](auto& g) {
+      for (std::uint32_t i = 0; i < g.size; i++)
+        f(static_cast<Int128>(g.terms()[i].coefficient), g.terms()[i].literal);
+    });
+  }
+}
+
+/// The degree of any stored constraint.
+inline Int128 degreeOf(Header& c) {
+  if (c.kind == Kind::clause) return 1;
+  if (c.kind == Kind::cardinality) return static_cast<Cardinality&>(c).degree;
+  return withGeneral(c, [](auto& g) { return static_cast<Int128>(g.degree); });
+}
+
+} // namespace estoc
+
+#endif

@@ -1,0 +1,27 @@
+/// \file
+/// Normal form of rows, with what is known at level 0 taken into account.
+#ifndef ESTOC_CONSTRAINTS_NORMALISE_H
+#define ESTOC_CONSTRAINTS_NORMALISE_H
+
+#include "Row.h"
+#include "propagation/Trail.h"
+
+#include <vector>
+
+namespace estoc {
+
+enum class RowState {
+  trivial,       ///< always holds
+  contradiction, ///< never holds
+  row            ///< in normal form, at least two terms
+};
+
+/// Merges repeated variables, drops those assigned at level 0, makes coefficients positive, cuts
+/// them at the degree, divides by their common divisor and sorts them. Literals that the row alone
+/// implies are moved into `units`. All magnitudes of the row add up to less than 2^127. Takes
+/// O(n log n) time.
+RowState normalise(Row& row, const Trail& trail, std::vector<Lit>& units);
+
+} // namespace estoc
+
+#endif

@@ -1,0 +1,136 @@
+/// \file
+/// The alternation of the strategies.
+#include "Coordinator.h"
+
+namespace estoc {
+
+namespace {
+/// Conflicts of a slice.
+constexpr std::uint64_t slice = 1000;
+/// What the linear strategy gets before there is a solution.
+constexpr std::uint64_t first_slice = 5000;
+} // namespace
+
+Coordinator::Coordinator(const Options& o, Search& s, Objective what, Var n)
+    : options(o), search(s), objective(std::move(what)), problem_variables(n),
+      core_guided(s, objective) {}
+
+std::optional<Int128> Coordinator::upperBound() const {
+  if (!upper) return std::nullopt;
+  return objective.value(*upper);
+}
+
+void Coordinator::raiseLower(Listener* listener, Int128 cost, Strategy by) {
+  if (cost <= lower) return;
+  lower = cost;
+  if (listener != nullptr) listener->onLowerBound(objective.value(lower), by);
+}
+
+/// The trail holds a model. If it is better than the best one, it takes its place, and from now on
+/// a still better one is demanded.
+void Coordinator::takeModel(Listener* listener, Strategy by) {
+  std::vector<bool> values(static_cast<std::size_t>(search.variables()));
+  for (Var v = 0; v < search.variables(); v++)
+    values[static_cast<std::size_t>(v)] = search.modelValue(v);
+  const Int128 cost = objective.cost(values);
+  if (upper && cost >= *upper) return;
+  search.decisions().setSolution(values);
+  values.resize(static_cast<std::size_t>(problem_variables));
+  best = std::move(values);
+  const std::optional<Int128> before = upper;
+  upper = cost;
+  if (listener != nullptr) listener->onSolution(best, objective.value(cost), by);
+  if (closed()) return;
+  if (before)
+    search.raiseObjective(*before - cost);
+  else
+    search.addObjective(objective.atMost(cost - 1));
+}
+
+Coordinator::SliceEnd Coordinator::linearSlice(Listener* listener, std::uint64_t conflicts) {
+  const std::uint64_t end = search.counters().conflicts + conflicts;
+  bool moved = false;
+  while (search.counters().conflicts < end) {
+    switch (search.run({}, end - search.counters().conflicts)) {
+    case Outcome::model:
+      takeModel(listener, Strategy::linear);
+      moved = true;
+      if (closed()) return SliceEnd::proven;
+      break;
+    case Outcome::unsatisfiable:
+    case Outcome::core:
+      return upper ? SliceEnd::proven : SliceEnd::infeasible;
+    case Outcome::exhausted:
+      return moved ? SliceEnd::moved : SliceEnd::stuck;
+    case Outcome::interrupted:
+      return SliceEnd::interrupted;
+    }
+  }
+  return moved ? SliceEnd::moved : SliceEnd::stuck;
+}
+
+Coordinator::SliceEnd Coordinator::coreSlice(Listener* listener, std::uint64_t conflicts) {
+  const std::uint64_t end = search.counters().conflicts + conflicts;
+  bool moved = false;
+  if (upper && !core_guided.harden(*upper)) return SliceEnd::proven;
+  while (search.counters().conflicts < end) {
+    const std::vector<Lit> assumptions = core_guided.assumptions();
+    switch (search.run(assumptions, end - search.counters().conflicts)) {
+    case Outcome::model:
+      takeModel(listener, Strategy::core_guided);
+      moved = true;
+      if (closed()) return SliceEnd::proven;
+      if (!core_guided.lowerThreshold()) {
+        // Nothing costs less than what all assumptions together allow.
+        raiseLower(listener, *upper, Strategy::core_guided);
+        return SliceEnd::proven;
+      }
+      break;
+    case Outcome::core:
+      core_count++;
+      moved = true;
+      if (!core_guided.refine(search.core())) return upper ? SliceEnd::proven : SliceEnd::infeasible;
+      raiseLower(listener, core_guided.lowerCost(), Strategy::core_guided);
+      if (closed()) return SliceEnd::proven;
+      if (upper && !core_guided.harden(*upper)) return SliceEnd::proven;
+      break;
+    case Outcome::unsatisfiable:
+      return upper ? SliceEnd::proven : SliceEnd::infeasible;
+    case Outcome::exhausted:
+      return moved ? SliceEnd::moved : SliceEnd::stuck;
+    case Outcome::interrupted:
+      return SliceEnd::interrupted;
+    }
+  }
+  return moved ? SliceEnd::moved : SliceEnd::stuck;
+}
+
+Verdict Coordinator::run(Listener* listener) {
+  Strategy turn = Strategy::linear;
+  for (;;) {
+    const std::uint64_t before = search.work();
+    if (options.solution_phases) search.decisions().useSolution(slices % 4 == 3);
+    const std::uint64_t conflicts = slices == 0 ? first_slice : slice;
+    const SliceEnd end = turn == Strategy::linear ? linearSlice(listener, conflicts)
+                                                  : coreSlice(listener, conflicts);
+    slices++;
+    work_of[static_cast<int>(turn)] += search.work() - before;
+    switch (end) {
+    case SliceEnd::proven:
+      raiseLower(listener, *upper, turn);
+      return Verdict::optimal;
+    case SliceEnd::infeasible:
+      return Verdict::unsatisfiable;
+    case SliceEnd::interrupted:
+      return upper ? Verdict::satisfiable : Verdict::unknown;
+    case SliceEnd::moved:
+    case SliceEnd::stuck:
+      break;
+    }
+    if (!options.core_guided) continue;
+    if (end == SliceEnd::moved && slices % 8 != 0) continue;
+    turn = work_of[0] <= work_of[1] ? Strategy::linear : Strategy::core_guided;
+  }
+}
+
+} // namespace estoc

@@ -1,0 +1,55 @@
+/// \file
+/// Who works on the objective when, and what has been found.
+#ifndef ESTOC_OPTIMISE_COORDINATOR_H
+#define ESTOC_OPTIMISE_COORDINATOR_H
+
+#include "CoreGuided.h"
+#include "Objective.h"
+#include "estoc/Solver.h"
+#include "search/Search.h"
+
+#include <optional>
+#include <vector>
+
+namespace estoc {
+
+/// Alternates solution-improving and core-guided search over one set of constraints. Slices are
+/// measured in conflicts, shares in work; whoever moves a bound gets another slice.
+class Coordinator {
+ public:
+  /// `problem_variables` are those that solutions speak of; others are the strategies' own.
+  Coordinator(const Options& o, Search& s, Objective what, Var problem_variables);
+
+  /// Until the optimum is proven (`optimal`), it is clear that there is no solution, or the search
+  /// is interrupted.
+  Verdict run(Listener* listener);
+
+  const std::vector<bool>& solution() const { return best; }
+  std::optional<Int128> upperBound() const;
+  Int128 lowerBound() const { return objective.value(lower); }
+  std::uint64_t cores() const { return core_count; }
+
+ private:
+  const Options options;
+  Search& search;
+  const Objective objective;
+  const Var problem_variables;
+  CoreGuided core_guided;
+  std::vector<bool> best;
+  std::optional<Int128> upper; ///< the cost of `best`
+  Int128 lower = 0;
+  std::uint64_t core_count = 0;
+  std::uint64_t work_of[2] = {0, 0}; ///< by strategy
+  std::uint64_t slices = 0;
+
+  enum class SliceEnd { moved, stuck, proven, infeasible, interrupted };
+  SliceEnd linearSlice(Listener* listener, std::uint64_t conflicts);
+  SliceEnd coreSlice(Listener* listener, std::uint64_t conflicts);
+  void takeModel(Listener* listener, Strategy by);
+  void raiseLower(Listener* listener, Int128 cost, Strategy by);
+  bool closed() const { return upper && lower >= *upper; }
+};
+
+} // namespace estoc
+
+#endif

@@ -1,0 +1,218 @@
+/// \file
+/// The propagation loops, and taking assignments back.
+#include "Propagation.h"
+
+#include <algorithm>
+
+namespace estoc {
+
+/// Visits the clauses that watch `falsified`. A clause keeps its watched literals in front; one
+/// that has no other literal to watch implies the other watched one, or is in conflict. The
+/// blocking literal in the entry saves the look at a clause that it satisfies. Sources: Moskewicz,
+/// Madigan, Zhao, Zhang and Malik, Chaff (2001); Sörensson and Eén (2008) on blocking literals.
+Ref Propagation::propagateClauses(Lit falsified) {
+  CompactList<ClauseWatch>& list = clauses[falsified.index()];
+  ClauseWatch* keep = list.begin();
+  const ClauseWatch* const end = list.end();
+  done.clause_visits += list.size();
+  Ref conflict = no_ref;
+  const ClauseWatch* entry = list.begin();
+  while (entry != end) {
+    const ClauseWatch watch = *entry++;
+    const signed char blocking = trail.value(watch.blocker);
+    if (blocking > 0) {
+      *keep++ = watch;
+      continue;
+    }
+    if (watch.binary()) {
+      *keep++ = watch;
+      if (blocking < 0) {
+        conflict = watch.ref();
+        break;
+      }
+      trail.push(watch.blocker, watch.ref());
+      continue;
+    }
+    auto& c = static_cast<Clause&>(at(watch.ref()));
+    Lit* const literals = c.literals();
+    const Lit other = Lit::fromIndex(literals[0].index() ^ literals[1].index() ^ falsified.index());
+    const signed char other_value = trail.value(other);
+    if (other_value > 0) {
+      *keep++ = ClauseWatch(watch.ref(), false, other);
+      continue;
+    }
+    Lit* replacement = literals + 2;
+    const Lit* const last = literals + c.size;
+    while (replacement != last && trail.value(*replacement) < 0) replacement++;
+    done.terms += static_cast<std::uint64_t>(replacement - literals);
+    if (replacement != last) {
+      const Lit found = *replacement;
+      literals[0] = other;
+      literals[1] = found;
+      *replacement = falsified;
+      clauses[found.index()].push(ClauseWatch(watch.ref(), false, other));
+      continue;
+    }
+    *keep++ = ClauseWatch(watch.ref(), false, other);
+    if (other_value < 0) {
+      conflict = watch.ref();
+      break;
+    }
+    trail.push(other, watch.ref());
+  }
+  while (entry != end) *keep++ = *entry++; // behind a conflict
+  list.truncate(keep);
+  return conflict;
+}
+
+/// Enqueues each literal whose coefficient exceeds the slack.
+template <class G> void Propagation::implyGeneral(G& g, Ref ref) {
+  const auto* const terms = g.terms();
+  std::uint32_t i = 0;
+  for (; i < g.size && terms[i].coefficient > g.slack; i++)
+    if (trail.value(terms[i].literal) == 0) trail.push(terms[i].literal, ref);
+  done.terms += i;
+}
+
+/// Looks for another literal to watch instead of `falsified`, which stands at `place`. Without one
+/// all other watched literals are implied; false when one of them is false already. `keep` tells
+/// whether the entry stays.
+bool Propagation::visitCardinality(Ref ref, std::uint32_t place, Lit falsified, bool& keep) {
+  auto& c = static_cast<Cardinality&>(at(ref));
+  Lit* const literals = c.literals();
+  assert(literals[place] == falsified && place <= c.degree);
+  const std::uint32_t first = c.degree + 1;
+  std::uint32_t i = c.cursor;
+  for (std::uint32_t looked = first; looked < c.size; looked++) {
+    const Lit candidate = literals[i];
+    if (trail.value(candidate) >= 0) {
+      literals[i] = falsified;
+      literals[place] = candidate;
+      c.cursor = i;
+      rows[candidate.index()].push(RowWatch(ref, true, place));
+      done.terms += looked - first + 1;
+      keep = false;
+      return true;
+    }
+    if (++i == c.size) i = first;
+  }
+  done.terms += c.size;
+  keep = true;
+  for (std::uint32_t j = 0; j <= c.degree; j++)
+    if (j != place && trail.value(literals[j]) < 0) return false;
+  for (std::uint32_t j = 0; j <= c.degree; j++)
+    if (j != place && trail.value(literals[j]) == 0) trail.push(literals[j], ref);
+  return true;
+}
+
+/// Tells all rows that count `falsified`, and visits those that watch it. Behind a conflict the
+/// rest of the list is told, too, but nothing more is implied, so that every row has seen the
+/// same part of the trail.
+Ref Propagation::propagateRows(Lit falsified) {
+  CompactList<RowWatch>& list = rows[falsified.index()];
+  RowWatch* keep = list.begin();
+  const RowWatch* const end = list.end();
+  done.row_visits += list.size();
+  Ref conflict = no_ref;
+  for (const RowWatch* entry = list.begin(); entry != end; entry++) {
+    const RowWatch watch = *entry;
+    if (watch.cardinality()) {
+      bool stays = true;
+      if (conflict == no_ref && !visitCardinality(watch.ref(), watch.detail, falsified, stays))
+        conflict = watch.ref();
+      if (stays) *keep++ = watch;
+      continue;
+    }
+    *keep++ = watch;
+    Header& header = at(watch.ref());
+    if (header.kind == Kind::general32) {
+      auto& g = static_cast<General32&>(header);
+      g.slack -= watch.detail;
+      if (g.slack < g.largest() && conflict == no_ref) {
+        if (g.slack < 0)
+          conflict = watch.ref();
+        else
+          implyGeneral(g, watch.ref());
+      }
+      continue;
+    }
+    withGeneral(header, [&](auto& g) {
+      g.slack -= g.terms()[watch.detail].coefficient;
+      if (g.slack >= g.largest() || conflict != no_ref) return;
+      if (g.slack < 0)
+        conflict = watch.ref();
+      else
+        implyGeneral(g, watch.ref());
+    });
+  }
+  list.truncate(keep);
+  return conflict;
+}
+
+Ref Propagation::propagate() {
+  for (;;) {
+    while (clause_head < trail.size()) {
+      const Ref conflict = propagateClauses(~trail[clause_head++]);
+      if (conflict != no_ref) return conflict;
+    }
+    if (row_head == trail.size()) return no_ref;
+    done.literals++;
+    const Ref conflict = propagateRows(~trail[row_head++]);
+    if (conflict != no_ref) return conflict;
+  }
+}
+
+/// Undoes what general constraints know of the literal.
+void Propagation::giveBack(Lit falsified) {
+  for (const RowWatch watch : rows[falsified.index()]) {
+    if (watch.cardinality()) continue;
+    Header& header = at(watch.ref());
+    if (header.kind == Kind::general32)
+      static_cast<General32&>(header).slack += watch.detail;
+    else
+      withGeneral(header, [&](auto& g) { g.slack += g.terms()[watch.detail].coefficient; });
+  }
+}
+
+void Propagation::backjump(int level) {
+  if (level >= trail.level()) return;
+  const int target = trail.start(level + 1);
+  while (trail.size() > target) {
+    const Lit l = trail.pop();
+    if (trail.size() < row_head) giveBack(~l);
+    listener.onUnassign(l);
+  }
+  trail.closeLevels(level);
+  clause_head = std::min(clause_head, target);
+  row_head = std::min(row_head, target);
+}
+
+bool Propagation::imply(Ref ref) {
+  Header& header = at(ref);
+  switch (header.kind) {
+  case Kind::clause: {
+    const Lit* const l = static_cast<Clause&>(header).literals();
+    if (trail.value(l[1]) >= 0 || trail.value(l[0]) > 0) return true;
+    if (trail.value(l[0]) < 0) return false;
+    trail.push(l[0], ref);
+    return true;
+  }
+  case Kind::cardinality: {
+    auto& c = static_cast<Cardinality&>(header);
+    const Lit* const l = c.literals();
+    if (trail.value(l[c.degree]) >= 0) return true;
+    if (trail.value(l[c.degree - 1]) < 0) return false;
+    for (std::uint32_t i = 0; i < c.degree; i++)
+      if (trail.value(l[i]) == 0) trail.push(l[i], ref);
+    return true;
+  }
+  default:
+    return withGeneral(header, [&](auto& g) {
+      if (g.slack < 0) return false;
+      if (g.slack < g.largest()) implyGeneral(g, ref);
+      return true;
+    });
+  }
+}
+
+} // namespace estoc

@@ -1,0 +1,120 @@
+/// \file
+/// All stored constraints, and what they imply under the trail.
+#ifndef ESTOC_PROPAGATION_PROPAGATION_H
+#define ESTOC_PROPAGATION_PROPAGATION_H
+
+#include "Trail.h"
+#include "Watches.h"
+#include "constraints/Constraint.h"
+#include "constraints/Row.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace estoc {
+
+/// Somebody who is told when a literal loses its value.
+class UnassignListener {
+ public:
+  virtual void onUnassign(Lit was_true) = 0;
+
+ protected:
+  ~UnassignListener() = default;
+};
+
+/// Constraints and trail. Clauses are watched by two literals, cardinalities by degree + 1 of
+/// them; general constraints count: each keeps the sum over the literals that it has not yet seen
+/// falsified, less its degree (its slack), and implies every literal with a larger coefficient.
+/// A literal is seen once propagation has come to it on the trail. Clauses are propagated before
+/// rows (cardinalities and general constraints), since they are cheaper.
+class Propagation {
+ public:
+  /// What has been done so far, for statistics and for budgets.
+  struct Work {
+    std::uint64_t literals = 0;      ///< literals propagated
+    std::uint64_t clause_visits = 0; ///< entries of watch lists of clauses looked at
+    std::uint64_t row_visits = 0;    ///< the same for cardinalities and general constraints
+    std::uint64_t terms = 0;         ///< literals and terms looked at inside constraints
+    /// One number for budgets.
+    std::uint64_t total() const { return literals + clause_visits + row_visits + terms; }
+  };
+
+  explicit Propagation(UnassignListener& l) : listener(l) {}
+
+  void addVariable();
+
+  /// Stores and attaches `row`, which is in normal form without variables assigned at level 0 (the
+  /// current level may be another one), has at least two terms and a degree of at least 1. `glue`
+  /// counts for learnt constraints only. The constraint may imply something at once: call `imply`.
+  Ref add(const Row& row, bool learnt, unsigned glue);
+  /// The same for a clause of at least two literals, which need no order.
+  Ref addClause(const Lit* literals, std::size_t size, bool learnt, unsigned glue);
+  /// The same for a row that stays a general constraint whatever it looks like and whose degree can
+  /// be raised. `row` need not be saturated; its sum is below 2^127.
+  Ref addObjective(const Row& row);
+  /// Raises the degree of the general constraint `ref` by `amount`. False when it is falsified then.
+  bool raiseDegree(Ref ref, Int128 amount);
+
+  /// Enqueues what constraint `ref`, just added, implies; false when it is falsified.
+  bool imply(Ref ref);
+  /// Propagates all that is pending. The constraint in conflict, or `no_ref`.
+  Ref propagate();
+  /// Whether all that is on the trail has been propagated.
+  bool isComplete() const { return clause_head == trail.size() && row_head == trail.size(); }
+
+  void openLevel() { trail.openLevel(); }
+  void enqueue(Lit l, Ref reason) { trail.push(l, reason); }
+  /// Takes back all levels above `level`.
+  void backjump(int level);
+
+  const Trail& assignment() const { return trail; }
+  Header& at(Ref ref) { return *static_cast<Header*>(arena.at(ref)); }
+  const Header& at(Ref ref) const { return *static_cast<const Header*>(arena.at(ref)); }
+  const std::vector<Ref>& problemConstraints() const { return problem; }
+  const std::vector<Ref>& learntConstraints() const { return learnts; }
+  /// Marks a constraint as gone. It takes part until `collect`, so call that before propagating.
+  void remove(Ref ref) {
+    at(ref).removed = 1;
+    removed_bytes += bytesOf(at(ref));
+  }
+  /// Gives the memory of removed constraints back. A constraint that is the reason of an assigned
+  /// variable must not be among them. All references change: `moved`, if not null, is a place that
+  /// holds one and is brought up to date (`no_ref` for one that has gone).
+  void collect(Ref* moved = nullptr);
+
+  const CompactList<ClauseWatch>& clauseWatches(Lit l) const { return clauses[l.index()]; }
+  const CompactList<RowWatch>& rowWatches(Lit l) const { return rows[l.index()]; }
+  /// How far general constraints have seen the trail.
+  int seenByRows() const { return row_head; }
+  const Work& work() const { return done; }
+  std::size_t bytes() const;
+
+ private:
+  Trail trail;
+  Arena arena;
+  UnassignListener& listener;
+  std::vector<CompactList<ClauseWatch>> clauses; ///< per literal: who watches it
+  std::vector<CompactList<RowWatch>> rows;       ///< per literal: who watches or counts it
+  std::vector<Ref> problem;                      ///< stored constraints, in order
+  std::vector<Ref> learnts;
+  int clause_head = 0; ///< where propagation of clauses stands in the trail
+  int row_head = 0;    ///< the same for rows, never ahead of clauses
+  std::uint64_t next_id = 1;
+  std::size_t removed_bytes = 0;
+  Work done;
+
+  template <class T> T& create(Kind kind, std::size_t size, bool learnt, unsigned glue, Ref& ref);
+  template <class G> Ref addGeneral(Kind kind, const Row& row, bool learnt, unsigned glue);
+  Ref addCardinality(const Row& row, bool learnt, unsigned glue);
+  void watchFirst(Lit* literals, std::size_t size, std::size_t count);
+
+  Ref propagateClauses(Lit falsified);
+  Ref propagateRows(Lit falsified);
+  bool visitCardinality(Ref ref, std::uint32_t place, Lit falsified, bool& keep);
+  template <class G> void implyGeneral(G& g, Ref ref);
+  void giveBack(Lit falsified);
+};
+
+} // namespace estoc
+
+#endif

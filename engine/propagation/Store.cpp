@@ -1,0 +1,179 @@
+/// \file
+/// Storing constraints in the form that propagation wants, and giving their memory back.
+#include "Propagation.h"
+
+#include "numbers/Width.h"
+
+#include <algorithm>
+
+namespace estoc {
+
+void Propagation::addVariable() {
+  trail.addVariable();
+  for (int i = 0; i < 2; i++) {
+    clauses.emplace_back();
+    rows.emplace_back();
+  }
+}
+
+template <class T>
+T& Propagation::create(Kind kind, std::size_t size, bool learnt, unsigned glue, Ref& ref) {
+  if (size >= (std::uint32_t{1} << 31)) throw std::bad_alloc();
+  ref = arena.allocate(T::bytes(size));
+  T& c = *new (arena.at(ref)) T{};
+  c.id = next_id++;
+  c.size = static_cast<std::uint32_t>(size);
+  c.kind = kind;
+  c.learnt = learnt ? 1 : 0;
+  c.glue = static_cast<std::uint16_t>(std::min(glue, 65535U));
+  (learnt ? learnts : problem).push_back(ref);
+  return c;
+}
+
+/// Brings those `count` of the literals to the front that are best watched: true and unassigned
+/// ones, then those that have been false for the shortest time.
+void Propagation::watchFirst(Lit* literals, std::size_t size, std::size_t count) {
+  if (trail.level() == 0) return; // nothing is assigned
+  const auto better = [&](Lit a, Lit b) {
+    const bool a_false = trail.isFalse(a);
+    const bool b_false = trail.isFalse(b);
+    if (a_false != b_false) return b_false;
+    return a_false && trail.position(a.var()) > trail.position(b.var());
+  };
+  std::partial_sort(literals, literals + count, literals + size, better);
+}
+
+Ref Propagation::addClause(const Lit* literals, std::size_t size, bool learnt, unsigned glue) {
+  assert(size >= 2);
+  Ref ref = no_ref;
+  auto& c = create<Clause>(Kind::clause, size, learnt, glue, ref);
+  std::copy(literals, literals + size, c.literals());
+  watchFirst(c.literals(), size, 2);
+  for (int i = 0; i < 2; i++)
+    clauses[c.literals()[i].index()].push(ClauseWatch(ref, size == 2, c.literals()[1 - i]));
+  return ref;
+}
+
+Ref Propagation::addCardinality(const Row& row, bool learnt, unsigned glue) {
+  const std::size_t size = row.terms.size();
+  Ref ref = no_ref;
+  auto& c = create<Cardinality>(Kind::cardinality, size, learnt, glue, ref);
+  c.degree = static_cast<std::uint32_t>(row.degree);
+  c.cursor = c.degree + 1;
+  Lit* const literals = c.literals();
+  for (std::size_t i = 0; i < size; i++) literals[i] = row.terms[i].literal;
+  watchFirst(literals, size, c.degree + std::size_t{1});
+  for (std::uint32_t i = 0; i <= c.degree; i++)
+    rows[literals[i].index()].push(RowWatch(ref, true, i));
+  return ref;
+}
+
+template <class G>
+Ref Propagation::addGeneral(Kind kind, const Row& row, bool learnt, unsigned glue) {
+  using C = typename G::Coefficient;
+  using S = typename G::Sum;
+  Ref ref = no_ref;
+  auto& g = create<G>(kind, row.terms.size(), learnt, glue, ref);
+  g.degree = static_cast<S>(row.degree);
+  g.slack = -g.degree;
+  auto* const terms = g.terms();
+  for (std::uint32_t i = 0; i < g.size; i++) {
+    const WideTerm& t = row.terms[i];
+    terms[i] = {static_cast<C>(t.coefficient), t.literal};
+    const Lit l = t.literal;
+    if (!trail.isFalse(l) || trail.position(l.var()) >= row_head) g.slack += terms[i].coefficient;
+    rows[l.index()].push(RowWatch(
+        ref, false, kind == Kind::general32 ? static_cast<std::uint32_t>(terms[i].coefficient) : i));
+  }
+  return ref;
+}
+
+Ref Propagation::add(const Row& row, bool learnt, unsigned glue) {
+  assert(row.terms.size() >= 2 && row.degree >= 1);
+  const Int128 largest = row.terms.front().coefficient;
+  if (largest == 1 && row.degree == 1) {
+    std::vector<Lit> literals;
+    literals.reserve(row.terms.size());
+    for (const WideTerm& t : row.terms) literals.push_back(t.literal);
+    return addClause(literals.data(), literals.size(), learnt, glue);
+  }
+  if (largest == 1 && row.degree < static_cast<Int128>(row.terms.size()))
+    return addCardinality(row, learnt, glue);
+  const int bits = bitLength(largest);
+  if (bits <= 31) return addGeneral<General32>(Kind::general32, row, learnt, glue);
+  if (bits <= 63) return addGeneral<General64>(Kind::general64, row, learnt, glue);
+  return addGeneral<General128>(Kind::general128, row, learnt, glue);
+}
+
+Ref Propagation::addObjective(const Row& row) {
+  Int128 sum = 0;
+  for (const WideTerm& t : row.terms) sum += t.coefficient;
+  const int bits = bitLength(sum); // the degree never exceeds the sum by more than one term
+  if (bits <= 30) return addGeneral<General32>(Kind::general32, row, false, 0);
+  if (bits <= 62) return addGeneral<General64>(Kind::general64, row, false, 0);
+  return addGeneral<General128>(Kind::general128, row, false, 0);
+}
+
+bool Propagation::raiseDegree(Ref ref, Int128 amount) {
+  return withGeneral(at(ref), [&](auto& g) {
+    using S = typename std::remove_reference_t<decltype(g)>::Sum;
+    g.degree += static_cast<S>(amount);
+    g.slack -= static_cast<S>(amount);
+    return g.slack >= 0;
+  });
+}
+
+void Propagation::collect(Ref* moved) {
+  Arena fresh;
+  fresh.reserve(arena.bytes() - removed_bytes);
+  // Each list in its order; what has been copied says in its identifier where to.
+  for (std::vector<Ref>* list : {&problem, &learnts}) {
+    std::size_t kept = 0;
+    for (const Ref ref : *list) {
+      Header& old = at(ref);
+      if (old.removed != 0) continue;
+      const std::size_t bytes = bytesOf(old);
+      const Ref copy = fresh.allocate(bytes);
+      std::memcpy(fresh.at(copy), &old, bytes);
+      old.id = copy;
+      (*list)[kept++] = copy;
+    }
+    list->resize(kept);
+  }
+  const auto forward = [&](Ref ref) {
+    const Header& old = at(ref);
+    return old.removed != 0 ? no_ref : static_cast<Ref>(old.id);
+  };
+  const auto forwardAll = [&](auto& watches) {
+    for (auto& list : watches) {
+      auto* keep = list.begin();
+      for (auto& watch : list) {
+        const Ref ref = forward(watch.ref());
+        if (ref == no_ref) continue;
+        *keep = watch;
+        keep++->setRef(ref);
+      }
+      list.truncate(keep);
+    }
+  };
+  forwardAll(clauses);
+  forwardAll(rows);
+  for (int i = trail.start(1); i < trail.size(); i++) {
+    const Var v = trail[i].var();
+    if (trail.reason(v) == no_ref) continue;
+    trail.setReason(v, forward(trail.reason(v)));
+    assert(trail.reason(v) != no_ref);
+  }
+  if (moved != nullptr && *moved != no_ref) *moved = forward(*moved);
+  arena.takeOver(fresh);
+  removed_bytes = 0;
+}
+
+std::size_t Propagation::bytes() const {
+  std::size_t sum = arena.bytes() + (problem.size() + learnts.size()) * sizeof(Ref);
+  for (const auto& list : clauses) sum += sizeof list + list.bytes();
+  for (const auto& list : rows) sum += sizeof list + list.bytes();
+  return sum;
+}
+
+} // namespace estoc

@@ -1,0 +1,407 @@
+/// \file
+/// Conflict analysis by cutting planes; its beginning and its end.
+#include "Analyzer.h"
+
+namespace estoc {
+
+void Analyzer::addVariable() {
+  seen.push_back(0);
+  redundancy.push_back(0);
+  level_stamps.resize(seen.size() + 1);
+}
+
+/// A learnt constraint that is of use survives the next reductions.
+void Analyzer::noteUse(Header& c) {
+  if (c.learnt != 0) c.used = 2;
+}
+
+unsigned Analyzer::countLevels(const std::vector<Lit>& falsified) {
+  level_stamp++;
+  unsigned count = 0;
+  for (const Lit l : falsified) {
+    std::uint32_t& stamp = level_stamps[static_cast<std::size_t>(trail.level(l.var()))];
+    if (stamp == level_stamp) continue;
+    stamp = level_stamp;
+    count++;
+  }
+  return count;
+}
+
+/// Whether the sum over what is not falsified stays below the degree: the invariant.
+template <class W> bool Analyzer::isFalsifiedSum(const Expression<W>& e) const {
+  typename W::Degree sum = 0;
+  for (const Var v : e.variables())
+    if (e.occurs(v) && !isFalsified(e.literal(v))) sum += e.magnitude(v);
+  return sum < e.degree();
+}
+
+/// `e` becomes constraint `ref`, without variables assigned at level 0.
+template <class W> void Analyzer::load(Expression<W>& e, Ref ref) {
+  Header& c = propagation.at(ref);
+  e.clear();
+  e.addDegree(static_cast<typename W::Degree>(degreeOf(c)));
+  forEachTerm(c, [&](Int128 a, Lit l) {
+    steps++;
+    if (trail.isRootFalse(l)) return;
+    if (trail.isRootTrue(l))
+      e.addDegree(-static_cast<typename W::Degree>(a));
+    else
+      e.addTerm(l, static_cast<typename W::Coefficient>(a));
+  });
+  noteUse(c);
+  for (const Var v : e.variables())
+    if (isFalsified(e.literal(v))) decider.bump(v);
+}
+
+/// What e does at the levels below l: implies a literal, is falsified, or neither. Literals are
+/// taken from the newest on, since these are mostly those that are not falsified there and show
+/// soon that it does neither.
+template <class W>
+Analyzer::Standing Analyzer::standingBelow(const Expression<W>& e, int l) {
+  using C = typename W::Coefficient;
+  typename W::Degree slack = -e.degree();
+  C free = 0;
+  const std::vector<Var>& variables = e.variables();
+  for (std::size_t i = variables.size(); i-- > 0;) {
+    const Var v = variables[i];
+    if (!e.occurs(v)) continue;
+    steps++;
+    const bool before = trail.isAssigned(v) && trail.level(v) < l;
+    const Lit literal = e.literal(v);
+    if (before && trail.isFalse(literal)) continue;
+    const C c = e.magnitude(v);
+    slack += c;
+    if (!before && c > free) free = c;
+    if (slack >= e.bound()) return Standing::open;
+  }
+  if (slack < 0) return Standing::falsified;
+  return free > slack ? Standing::implying : Standing::open;
+}
+
+/// The lowest level at which e is falsified; it is at the current one.
+template <class W> int Analyzer::lowestFalsified(const Expression<W>& e) {
+  std::vector<std::pair<int, Var>> falsified;
+  typename W::Degree slack = -e.degree();
+  for (const Var v : e.variables()) {
+    if (!e.occurs(v)) continue;
+    slack += e.magnitude(v);
+    if (isFalsified(e.literal(v))) falsified.emplace_back(trail.level(v), v);
+  }
+  steps += e.variables().size();
+  std::sort(falsified.begin(), falsified.end());
+  if (slack < 0) return 0;
+  for (const auto& [l, v] : falsified) {
+    slack -= e.magnitude(v);
+    if (slack < 0) return l;
+  }
+  assert(false);
+  return trail.level();
+}
+
+/// Brings coefficients down to `bits` bits. What is not falsified is weakened until the divisor
+/// fits, so the sum stays falsified.
+template <class W> void Analyzer::reduce(Expression<W>& e, int bits) {
+  using C = typename W::Coefficient;
+  e.tighten();
+  const C most = static_cast<C>((C(1) << static_cast<unsigned>(bits)) - 1);
+  if (e.bound() <= most) return;
+  const C divisor = ceilDiv(e.bound(), most);
+  for (const Var v : e.variables()) {
+    if (!e.occurs(v) || isFalsified(e.literal(v))) continue;
+    const C rest = static_cast<C>(e.magnitude(v) % divisor);
+    if (rest != 0) e.weaken(v, rest);
+  }
+  e.divide(divisor);
+  e.saturate();
+  e.tighten();
+  steps += e.variables().size();
+  assert(isFalsifiedSum(e));
+}
+
+/// Adds the rounded reason `terms` >= `degree`, in which `implied` has coefficient 1, so often that
+/// `implied` cancels. False, with nothing changed but that e may have been reduced, if the width
+/// does not suffice.
+template <class W, class N>
+bool Analyzer::addRounded(Expression<W>& e, const std::vector<Term<N>>& terms, const N& degree,
+                          Lit implied) {
+  using C = typename W::Coefficient;
+  using D = typename W::Degree;
+  N largest = 1;
+  for (const auto& t : terms)
+    if (t.coefficient > largest) largest = t.coefficient;
+  // What is falsified by assumption only is not cancelled: its reason is where it all begins.
+  if (!e.fitsAfter(largest, e.coefficient(~implied))) {
+    e.tighten();
+    if (!e.fitsAfter(largest, e.coefficient(~implied))) {
+      if (W::safe_bits == Narrow::safe_bits) return false;
+      reduce(e, learnt_bits);
+      if (!e.fitsAfter(largest, e.coefficient(~implied))) return false;
+    }
+  }
+  const C factor = implied == failed ? C(1) : C(e.coefficient(~implied));
+  for (const auto& t : terms) {
+    const bool is_new = !e.occurs(t.literal.var());
+    e.addTerm(t.literal, static_cast<C>(static_cast<C>(t.coefficient) * factor));
+    if (is_new && isFalsified(t.literal)) decider.bump(t.literal.var());
+  }
+  e.addDegree(static_cast<D>(static_cast<D>(degree) * static_cast<D>(factor)));
+  assert(implied == failed || !e.occurs(implied.var()));
+  e.saturate();
+  steps += terms.size();
+  return true;
+}
+
+/// Resolves `implied` out of e by its reason. False if that takes a larger width.
+template <class W> bool Analyzer::addReason(Expression<W>& e, Lit implied) {
+  Header& c = propagation.at(trail.reason(implied.var()));
+  noteUse(c);
+  decider.bump(implied.var());
+  const int position = trail.position(implied.var());
+  const auto falsifiedBefore = [&](Lit l) {
+    return (trail.isFalse(l) && trail.position(l.var()) < position) || (l == failed && l != implied);
+  };
+  const auto plain = [&](const Lit* literals, std::uint32_t size, std::int64_t degree) {
+    rounded64.clear();
+    for (std::uint32_t i = 0; i < size; i++) {
+      const Lit l = literals[i];
+      if (trail.isRootAssigned(l.var())) {
+        if (trail.isTrue(l)) degree--;
+        continue;
+      }
+      rounded64.push_back({1, l});
+    }
+    return addRounded(e, rounded64, degree, implied);
+  };
+  if (c.kind == Kind::clause) return plain(static_cast<Clause&>(c).literals(), c.size, 1);
+  if (c.kind == Kind::cardinality) {
+    auto& cardinality = static_cast<Cardinality&>(c);
+    return plain(cardinality.literals(), c.size, cardinality.degree);
+  }
+  return withGeneral(c, [&](auto& g) {
+    using N = typename std::remove_reference_t<decltype(g)>::Sum;
+    std::vector<Term<N>>& rounded = [&]() -> auto& {
+      if constexpr (std::is_same_v<N, std::int64_t>)
+        return rounded64;
+      else
+        return rounded128;
+    }();
+    rounded.clear();
+    const auto* const terms = g.terms();
+    std::uint32_t place = 0;
+    while (terms[place].literal != implied) place++;
+    const N divisor = terms[place].coefficient;
+    N degree = g.degree;
+    for (std::uint32_t i = 0; i < g.size; i++) {
+      const Lit l = terms[i].literal;
+      const N a = terms[i].coefficient;
+      if (i == place) {
+        rounded.push_back({1, l});
+      } else if (trail.isRootAssigned(l.var())) {
+        if (trail.isTrue(l)) degree -= a;
+      } else if (falsifiedBefore(l)) {
+        rounded.push_back({divisor == 1 ? a : ceilDiv(a, divisor), l});
+      } else {
+        const N quotient = divisor == 1 ? a : a / divisor;
+        degree -= a - quotient * divisor;
+        if (quotient != 0) rounded.push_back({quotient, l});
+      }
+    }
+    degree = ceilDiv(degree, divisor);
+    for (auto& t : rounded)
+      if (t.coefficient > degree) t.coefficient = degree;
+    return addRounded(e, rounded, degree, implied);
+  });
+}
+
+/// Resolves until e implies something below `level`, or until only decisions are falsified.
+template <class W> Analyzer::RowResult Analyzer::resolveRows(Expression<W>& e) {
+  if (to_decisions && e.degree() == 0 && !addReason(e, failed)) return RowResult::widen;
+  for (;;) {
+    assert(isFalsifiedSum(e));
+    if (W::safe_bits > Middle::safe_bits && static_cast<int>(width) > smallest_width) {
+      reduce(e, learnt_bits);
+      return RowResult::shrink;
+    }
+    if (!to_decisions) {
+      const Standing standing = standingBelow(e, level);
+      if (standing == Standing::falsified) {
+        level = lowestFalsified(e);
+        if (level == 0) return RowResult::contradiction;
+        at = trail.start(level + 1);
+        continue;
+      }
+      if (standing == Standing::implying) {
+        if (bitLength(e.bound()) <= learnt_bits) return RowResult::done;
+        e.tighten();
+        if (bitLength(e.bound()) <= learnt_bits) return RowResult::done;
+        reduce(e, learnt_bits); // it may not imply anything any more
+        continue;
+      }
+    }
+    const int floor = trail.start(to_decisions ? 1 : level);
+    int next = at;
+    do next--;
+    while (next >= floor && (!e.contains(~trail[next]) ||
+                             (to_decisions && trail.reason(trail[next].var()) == no_ref)));
+    if (next < floor) {
+      assert(to_decisions);
+      for (const Var v : e.variables())
+        if (e.occurs(v) && !isFalsified(e.literal(v))) e.weaken(v, e.magnitude(v));
+      e.saturate();
+      reduce(e, learnt_bits);
+      return RowResult::done;
+    }
+    assert(trail.reason(trail[next].var()) != no_ref);
+    at = next + 1;
+    if (!addReason(e, trail[next])) return RowResult::widen;
+    at = next;
+  }
+}
+
+/// The next larger width takes over.
+void Analyzer::widen() {
+  const std::size_t from = width++;
+  withWidth(from, [&](auto& smaller) {
+    withWidth(from + 1, [&](auto& larger) { larger.assign(smaller); });
+    smaller.clear();
+  });
+}
+
+/// Takes the row out of e, in normal form.
+template <class W> void Analyzer::extract(Expression<W>& e, Row& row) {
+  e.tighten();
+  row.terms.clear();
+  Int128 divisor = 0;
+  for (const Var v : e.variables()) {
+    const auto a = static_cast<Int128>(e.magnitude(v));
+    row.terms.push_back({a, e.literal(v)});
+    if (divisor != 1) divisor = greatestCommonDivisor(divisor, a);
+  }
+  row.degree = static_cast<Int128>(e.degree());
+  if (divisor > 1) {
+    for (WideTerm& t : row.terms) t.coefficient /= divisor;
+    row.degree = ceilDiv(row.degree, divisor);
+  }
+  std::stable_sort(row.terms.begin(), row.terms.end(), [](const WideTerm& a, const WideTerm& b) {
+    return a.coefficient > b.coefficient;
+  });
+  e.clear();
+}
+
+/// The lowest level at which `row` implies something.
+int Analyzer::assertionLevel(const Row& row) {
+  std::vector<std::pair<int, std::size_t>> falsified; // level, index
+  Int128 slack = -row.degree;
+  for (std::size_t i = 0; i < row.terms.size(); i++) {
+    slack += row.terms[i].coefficient;
+    const Lit l = row.terms[i].literal;
+    if (isFalsified(l) && trail.level(l.var()) < level)
+      falsified.emplace_back(trail.level(l.var()), i);
+  }
+  std::sort(falsified.begin(), falsified.end());
+  std::size_t largest = 0; // the first term that is not assigned at the level looked at
+  std::size_t next = 0;
+  for (int l = 0;;) {
+    for (; next < falsified.size() && falsified[next].first <= l; next++)
+      slack -= row.terms[falsified[next].second].coefficient;
+    while (largest < row.terms.size()) {
+      const Var v = row.terms[largest].literal.var();
+      if (!trail.isAssigned(v) || trail.level(v) > l) break;
+      largest++;
+    }
+    if (largest < row.terms.size() && row.terms[largest].coefficient > slack) return l;
+    if (next == falsified.size()) break;
+    l = falsified[next].first;
+  }
+  assert(false);
+  return level - 1;
+}
+
+/// Runs `resolveRows` in the width at hand, and then in others as it asks.
+bool Analyzer::finish(Learnt& out) {
+  for (;;) {
+    RowResult result = RowResult::done;
+    withWidth(width, [&](auto& e) {
+      result = resolveRows(e);
+      if (result == RowResult::done) extract(e, out.row);
+      if (result == RowResult::contradiction) e.clear();
+    });
+    if (result == RowResult::done) break;
+    if (result == RowResult::contradiction) return false;
+    if (result == RowResult::widen) {
+      widen();
+    } else {
+      const std::size_t from = width;
+      width = std::max(std::size_t{1}, static_cast<std::size_t>(smallest_width));
+      withWidth(from, [&](auto& larger) {
+        withWidth(width, [&](auto& smaller) { smaller.assign(larger); });
+        larger.clear();
+      });
+    }
+  }
+  return true;
+}
+
+bool Analyzer::analyze(Ref conflict, Learnt& out) {
+  at = trail.size();
+  level = trail.level();
+  to_decisions = false;
+  failed = Lit();
+  width = static_cast<std::size_t>(smallest_width);
+  Header& c = propagation.at(conflict);
+  if (c.kind == Kind::clause) {
+    const ClauseResult result = resolveClauses(conflict, out);
+    if (result != ClauseResult::row) return result == ClauseResult::learnt;
+  } else {
+    Int128 largest = 1;
+    if (c.kind != Kind::cardinality)
+      largest = withGeneral(c, [](auto& g) { return static_cast<Int128>(g.largest()); });
+    const int bits = bitLength(largest);
+    if (bits > Narrow::safe_bits) width = std::max(width, std::size_t{1});
+    if (bits > Middle::safe_bits) width = std::max(width, std::size_t{2});
+    if (bits > Broad::safe_bits) width = std::max(width, std::size_t{3});
+    bool contradiction = false;
+    withWidth(width, [&](auto& e) {
+      load(e, conflict);
+      level = lowestFalsified(e);
+      contradiction = level == 0;
+      if (contradiction) e.clear();
+      else e.saturate();
+    });
+    if (contradiction) return false;
+    at = trail.start(level + 1);
+  }
+  if (!finish(out)) return false;
+  std::vector<Lit> falsified;
+  for (const WideTerm& t : out.row.terms)
+    if (isFalsified(t.literal)) falsified.push_back(t.literal);
+  out.glue = countLevels(falsified);
+  out.is_clause = out.row.degree == 1;
+  out.level = assertionLevel(out.row);
+  if (out.is_clause) {
+    out.clause.clear();
+    for (const WideTerm& t : out.row.terms) out.clause.push_back(t.literal);
+  }
+  return true;
+}
+
+void Analyzer::explainFailure(Lit assumed, Row& core) {
+  assert(trail.isFalse(assumed) && trail.level(assumed.var()) > 0);
+  core.terms.clear();
+  if (trail.reason(assumed.var()) == no_ref) { // decided the other way
+    core.terms = {{1, assumed}, {1, ~assumed}};
+    core.degree = 1;
+    return;
+  }
+  at = trail.position(assumed.var());
+  level = trail.level();
+  to_decisions = true;
+  failed = ~assumed;
+  width = static_cast<std::size_t>(smallest_width);
+  withWidth(width, [](auto& e) { e.clear(); });
+  Learnt out;
+  finish(out);
+  core = std::move(out.row);
+}
+
+} // namespace estoc

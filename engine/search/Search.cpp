@@ -1,0 +1,171 @@
+/// \file
+/// The main loop of the search.
+#include "Search.h"
+
+#include <algorithm>
+
+namespace estoc {
+
+Search::Search(const Options& o, const std::atomic<bool>& interrupt)
+    : options(o), interrupted(interrupt), propagation(*this), trail(propagation.assignment()),
+      decider(trail), analyzer(propagation, decider) {
+  analyzer.setSmallestWidth(options.smallest_width);
+  decider.setStable(!options.focused_mode);
+}
+
+Var Search::addVariable(bool phase) {
+  propagation.addVariable();
+  analyzer.addVariable();
+  decider.addVariable(phase);
+  return trail.variables() - 1;
+}
+
+/// Makes literals true at level 0; false when one is false already.
+bool Search::enqueueFacts(const std::vector<Lit>& facts) {
+  assert(trail.level() == 0);
+  for (const Lit l : facts) {
+    if (trail.isFalse(l)) return ok = false;
+    if (!trail.isTrue(l)) {
+      propagation.enqueue(l, no_ref);
+      count.learnt_units++;
+    }
+  }
+  return true;
+}
+
+bool Search::addRow(Row row, bool is_learnt) {
+  if (!ok) return false;
+  propagation.backjump(0);
+  switch (normalise(row, trail, units)) {
+  case RowState::contradiction:
+    return ok = false;
+  case RowState::trivial:
+    return enqueueFacts(units);
+  case RowState::row:
+    break;
+  }
+  if (!enqueueFacts(units)) return false;
+  propagation.add(row, is_learnt, 2); // implies nothing now, or it would have become units
+  return true;
+}
+
+Ref Search::addObjective(const Row& row) {
+  propagation.backjump(0);
+  objective = propagation.addObjective(row);
+  objective_falsified = !propagation.imply(objective);
+  return objective;
+}
+
+void Search::raiseObjective(Int128 amount) {
+  assert(objective != no_ref);
+  if (!propagation.raiseDegree(objective, amount))
+    objective_falsified = true;
+  else
+    propagation.imply(objective);
+}
+
+/// Installs what has been learnt, at the level where it implies something.
+bool Search::install() {
+  propagation.backjump(learnt.level);
+  if (learnt.is_clause ? learnt.clause.size() == 1 : learnt.level == 0) {
+    if (learnt.is_clause) return enqueueFacts(learnt.clause);
+    return addRow(std::move(learnt.row), true);
+  }
+  Ref ref = no_ref;
+  if (learnt.is_clause) {
+    ref = propagation.addClause(learnt.clause.data(), learnt.clause.size(), true, learnt.glue);
+    count.learnt_clauses++;
+  } else {
+    ref = propagation.add(learnt.row, true, learnt.glue);
+    if (propagation.at(ref).kind == Kind::cardinality)
+      count.learnt_cardinalities++;
+    else
+      count.learnt_general++;
+  }
+  propagation.at(ref).used = 2;
+  const bool implied = propagation.imply(ref);
+  assert(implied);
+  return implied;
+}
+
+/// Learns from a conflict and goes back to where that implies something. False when there is no
+/// solution.
+bool Search::resolve(Ref conflict) {
+  count.conflicts++;
+  decider.noteTrail(trail.start(trail.level()));
+  if (!analyzer.analyze(conflict, learnt)) return ok = false;
+  recent_glue.add(learnt.glue);
+  usual_glue.add(learnt.glue);
+  const bool fine = install();
+  decider.endConflict();
+  return fine;
+}
+
+/// The next assumption, or else a variable.
+Search::Decision Search::decide(const std::vector<Lit>& assumptions) {
+  while (trail.level() < static_cast<int>(assumptions.size())) {
+    const Lit a = assumptions[static_cast<std::size_t>(trail.level())];
+    if (trail.isFalse(a)) {
+      if (trail.isRootFalse(a)) {
+        failure.terms = {{1, ~a}};
+        failure.degree = 1;
+      } else {
+        analyzer.explainFailure(a, failure);
+        decider.endConflict();
+      }
+      return Decision::failed;
+    }
+    propagation.openLevel(); // without a literal if it is true already
+    if (trail.isTrue(a)) continue;
+    propagation.enqueue(a, no_ref);
+    return Decision::made;
+  }
+  const Var v = decider.next();
+  if (v < 0) return Decision::none;
+  count.decisions++;
+  propagation.openLevel();
+  propagation.enqueue(decider.literal(v), no_ref);
+  return Decision::made;
+}
+
+Outcome Search::run(const std::vector<Lit>& assumptions, std::uint64_t conflicts) {
+  if (!ok) return Outcome::unsatisfiable;
+  int common = 0; // levels that belong to the same assumptions as before
+  while (common < trail.level() && static_cast<std::size_t>(common) < assumptions.size() &&
+         static_cast<std::size_t>(common) < assumed.size() &&
+         assumptions[static_cast<std::size_t>(common)] == assumed[static_cast<std::size_t>(common)])
+    common++;
+  if (common < static_cast<int>(std::max(assumptions.size(), assumed.size())))
+    propagation.backjump(common);
+  assumed = assumptions;
+
+  const std::uint64_t end = count.conflicts + conflicts;
+  for (;;) {
+    Ref conflict = no_ref;
+    if (objective_falsified) {
+      objective_falsified = false;
+      conflict = objective;
+    } else {
+      conflict = propagation.propagate();
+    }
+    if (conflict != no_ref) {
+      if (!resolve(conflict)) return Outcome::unsatisfiable;
+      continue;
+    }
+    if (interrupted.load(std::memory_order_relaxed)) return Outcome::interrupted;
+    if (count.conflicts >= end) return Outcome::exhausted;
+    if (restarting()) {
+      restart();
+      continue;
+    }
+    if (count.conflicts >= next_reduction) {
+      reduce();
+      continue;
+    }
+    const Decision decision = decide(assumptions);
+    if (decision == Decision::failed) return Outcome::core;
+    if (decision == Decision::none) return Outcome::model;
+  }
+}
+
+} // namespace estoc

@@ -1,0 +1,126 @@
+/// \file
+/// The conflict-driven search: one set of constraints, decided under assumptions, again and again.
+#ifndef ESTOC_SEARCH_SEARCH_H
+#define ESTOC_SEARCH_SEARCH_H
+
+#include "Analyzer.h"
+#include "Averages.h"
+#include "Decider.h"
+#include "constraints/Normalise.h"
+#include "estoc/Options.h"
+#include "propagation/Propagation.h"
+
+#include <atomic>
+#include <cstdint>
+#include <vector>
+
+namespace estoc {
+
+/// How a run of the search ended.
+enum class Outcome {
+  model,          ///< all variables are assigned, nothing is violated; the trail holds the model
+  unsatisfiable,  ///< there is no solution, whatever is assumed
+  core,           ///< none under the assumptions; `core()` says why
+  exhausted,      ///< the budget is spent
+  interrupted     ///< somebody wanted it to end
+};
+
+/// Counters, since the solver began.
+struct SearchCounters {
+  std::uint64_t conflicts = 0;
+  std::uint64_t decisions = 0;
+  std::uint64_t restarts = 0;
+  std::uint64_t reductions = 0;
+  std::uint64_t learnt_clauses = 0;
+  std::uint64_t learnt_cardinalities = 0;
+  std::uint64_t learnt_general = 0;
+  std::uint64_t learnt_units = 0;
+};
+
+class Search final : private UnassignListener {
+ public:
+  Search(const Options& o, const std::atomic<bool>& interrupt);
+  Search(const Search&) = delete;
+  Search& operator=(const Search&) = delete;
+
+  /// A new variable; decisions first try it with the value `phase`.
+  Var addVariable(bool phase);
+  /// Adds a row of any form (see `normalise`) to the problem. Goes back to level 0. False when there
+  /// is no solution any more.
+  bool addRow(Row row, bool learnt = false);
+  /// Adds a row whose degree can be raised later, as it is (positive coefficients in falling order,
+  /// no variable twice). At level 0.
+  Ref addObjective(const Row& row);
+  /// Raises the degree of the row that `addObjective` returned, at whatever level; the next run
+  /// begins with the conflict, if this makes one.
+  void raiseObjective(Int128 amount);
+  bool hasObjective() const { return objective != no_ref; }
+
+  /// Searches for a model in which all `assumptions` are true, for at most `conflicts` conflicts.
+  Outcome run(const std::vector<Lit>& assumptions, std::uint64_t conflicts);
+  /// After `Outcome::core`: a row over negated assumptions that follows from the constraints and is
+  /// falsified by the assumptions.
+  const Row& core() const { return failure; }
+  /// After `Outcome::model`, until anything is changed.
+  bool modelValue(Var v) const { return trail.isTrue(Lit::of(v)); }
+  void backToRoot() { propagation.backjump(0); }
+
+  bool okay() const { return ok; }
+  /// Whether l is known to be true in all solutions.
+  bool isFact(Lit l) const { return trail.isRootTrue(l); }
+  Decider& decisions() { return decider; }
+  Propagation& constraints() { return propagation; }
+  const Propagation& constraints() const { return propagation; }
+  const SearchCounters& counters() const { return count; }
+  /// What has been done so far, in visits of watches and terms.
+  std::uint64_t work() const { return propagation.work().total() + analyzer.work(); }
+  Var variables() const { return trail.variables(); }
+
+ private:
+  const Options options;
+  const std::atomic<bool>& interrupted;
+  Propagation propagation;
+  const Trail& trail;
+  Decider decider;
+  Analyzer analyzer;
+  SearchCounters count;
+  bool ok = true;
+  Ref objective = no_ref;
+  bool objective_falsified = false;
+  std::vector<Lit> assumed; ///< the assumptions that the trail's first levels belong to
+  Row failure;
+  Learnt learnt;
+  std::vector<Lit> units;
+
+  // Restarts and modes
+  MovingAverage recent_glue{33};
+  MovingAverage usual_glue{30000};
+  Luby luby;
+  std::uint64_t next_restart = 0;
+  std::uint64_t mode_end = 0; ///< in conflicts for the first mode, then in work
+  std::uint64_t mode_length = 0;
+  std::uint64_t mode_start = 0;
+  std::uint64_t mode_count = 0;
+  std::uint64_t next_rephase = 1000;
+  std::uint64_t rephases = 0;
+  std::uint64_t next_reduction = 2000;
+  int simplified = 0; ///< facts at the last `removeSatisfied`
+
+  void onUnassign(Lit was_true) override { decider.onUnassign(was_true); }
+  bool enqueueFacts(const std::vector<Lit>& facts);
+  bool resolve(Ref conflict);
+  bool install();
+  bool restarting() const;
+  void restart();
+  void switchMode();
+  void rephase();
+  void reduce();
+  void markReasons(bool mark);
+  void removeSatisfied();
+  enum class Decision { made, none, failed };
+  Decision decide(const std::vector<Lit>& assumptions);
+};
+
+} // namespace estoc
+
+#endif
