@@ -51,6 +51,7 @@ template <class C, class S> struct General : Header {
   using Sum = S;
   S slack; ///< sum over the literals not yet seen falsified, less the degree
   S degree;
+  std::uint32_t cursor; ///< the terms before it, while they exceed the slack, are assigned
   Term<C>* terms() { return reinterpret_cast<Term<C>*>(this + 1); }
   const Term<C>* terms() const { return reinterpret_cast<const Term<C>*>(this + 1); }
   C largest() const { return terms()[0].coefficient; }

@@ -65,13 +65,15 @@ Ref Propagation::propagateClauses(Lit falsified) {
   return conflict;
 }
 
-/// Enqueues each literal whose coefficient exceeds the slack.
+/// Enqueues each literal whose coefficient exceeds the slack. Goes on where it stopped last time:
+/// what was assigned then is assigned until one of the falsified literals is taken back.
 template <class G> void Propagation::implyGeneral(G& g, Ref ref) {
   const auto* const terms = g.terms();
-  std::uint32_t i = 0;
+  std::uint32_t i = g.cursor;
   for (; i < g.size && terms[i].coefficient > g.slack; i++)
     if (trail.value(terms[i].literal) == 0) trail.push(terms[i].literal, ref);
-  done.terms += i;
+  done.terms += i - g.cursor;
+  g.cursor = i;
 }
 
 /// Looks for another literal to watch instead of `falsified`, which stands at `place`. Without one
@@ -167,10 +169,16 @@ void Propagation::giveBack(Lit falsified) {
   for (const RowWatch watch : rows[falsified.index()]) {
     if (watch.cardinality()) continue;
     Header& header = at(watch.ref());
-    if (header.kind == Kind::general32)
-      static_cast<General32&>(header).slack += watch.detail;
-    else
-      withGeneral(header, [&](auto& g) { g.slack += g.terms()[watch.detail].coefficient; });
+    if (header.kind == Kind::general32) {
+      auto& g = static_cast<General32&>(header);
+      g.slack += watch.detail;
+      g.cursor = 0;
+      continue;
+    }
+    withGeneral(header, [&](auto& g) {
+      g.slack += g.terms()[watch.detail].coefficient;
+      g.cursor = 0;
+    });
   }
 }
 

@@ -52,10 +52,10 @@ class Propagation {
   /// The same for a row that stays a general constraint whatever it looks like and whose degree can
   /// be raised. `row` need not be saturated; its sum is below 2^127.
   Ref addObjective(const Row& row);
-  /// Raises the degree of the general constraint `ref` by `amount`. False when it is falsified then.
-  bool raiseDegree(Ref ref, Int128 amount);
+  /// Raises the degree of the general constraint `ref` by `amount`. Call `imply` afterwards.
+  void raiseDegree(Ref ref, Int128 amount);
 
-  /// Enqueues what constraint `ref`, just added, implies; false when it is falsified.
+  /// Enqueues what constraint `ref`, just added or raised, implies; false when it is falsified.
   bool imply(Ref ref);
   /// Propagates all that is pending. The constraint in conflict, or `no_ref`.
   Ref propagate();

@@ -114,12 +114,12 @@ Ref Propagation::addObjective(const Row& row) {
   return addGeneral<General128>(Kind::general128, row, false, 0);
 }
 
-bool Propagation::raiseDegree(Ref ref, Int128 amount) {
-  return withGeneral(at(ref), [&](auto& g) {
+void Propagation::raiseDegree(Ref ref, Int128 amount) {
+  withGeneral(at(ref), [&](auto& g) {
     using S = typename std::remove_reference_t<decltype(g)>::Sum;
     g.degree += static_cast<S>(amount);
     g.slack -= static_cast<S>(amount);
-    return g.slack >= 0;
+    g.cursor = 0;
   });
 }
 

@@ -393,7 +393,7 @@ void Analyzer::explainFailure(Lit assumed, Row& core) {
     core.degree = 1;
     return;
   }
-  at = trail.position(assumed.var());
+  at = start = trail.position(assumed.var());
   level = trail.level();
   to_decisions = true;
   failed = ~assumed;

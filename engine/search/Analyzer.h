@@ -61,6 +61,7 @@ class Analyzer {
   int at = 0;        ///< the trail is looked at as if it ended here
   bool to_decisions = false; ///< go on until only decisions are left
   Lit failed;        ///< taken for falsified, too
+  int start = 0;     ///< where `at` was at first
   std::size_t width = 0;
 
   // Resolution of clauses
@@ -121,7 +122,11 @@ class Analyzer {
   }
   void widen();
   bool isFalsified(Lit l) const {
-    return (trail.isFalse(l) && trail.position(l.var()) < at) || l == failed;
+    if (!trail.isFalse(l)) return l == failed;
+    const int position = trail.position(l.var());
+    // On the way to the decisions these stay when the rest of the trail has been resolved.
+    return position < at ||
+           (to_decisions && position < start && trail.reason(l.var()) == no_ref);
   }
   int assertionLevel(const Row& row);
   void noteUse(Header& c);

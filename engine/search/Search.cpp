@@ -52,16 +52,14 @@ bool Search::addRow(Row row, bool is_learnt) {
 Ref Search::addObjective(const Row& row) {
   propagation.backjump(0);
   objective = propagation.addObjective(row);
-  objective_falsified = !propagation.imply(objective);
+  objective_raised = true;
   return objective;
 }
 
 void Search::raiseObjective(Int128 amount) {
   assert(objective != no_ref);
-  if (!propagation.raiseDegree(objective, amount))
-    objective_falsified = true;
-  else
-    propagation.imply(objective);
+  propagation.raiseDegree(objective, amount);
+  objective_raised = true;
 }
 
 /// Installs what has been learnt, at the level where it implies something.
@@ -142,12 +140,9 @@ Outcome Search::run(const std::vector<Lit>& assumptions, std::uint64_t conflicts
   const std::uint64_t end = count.conflicts + conflicts;
   for (;;) {
     Ref conflict = no_ref;
-    if (objective_falsified) {
-      objective_falsified = false;
-      conflict = objective;
-    } else {
-      conflict = propagation.propagate();
-    }
+    if (objective_raised && !propagation.imply(objective)) conflict = objective;
+    objective_raised = false;
+    if (conflict == no_ref) conflict = propagation.propagate();
     if (conflict != no_ref) {
       if (!resolve(conflict)) return Outcome::unsatisfiable;
       continue;

@@ -86,7 +86,7 @@ class Search final : private UnassignListener {
   SearchCounters count;
   bool ok = true;
   Ref objective = no_ref;
-  bool objective_falsified = false;
+  bool objective_raised = false; ///< what it implies now has not been looked at
   std::vector<Lit> assumed; ///< the assumptions that the trail's first levels belong to
   Row failure;
   Learnt learnt;
