@@ -51,14 +51,13 @@ Verdict Solver::solve(const std::vector<Lit>& assumptions, Listener* listener) {
   if (in.objective) {
     assert(assumptions.empty());
     if (in.coordinator == nullptr)
-      in.coordinator = std::make_unique<Coordinator>(in.options, in.search, *in.objective,
-                                                     in.problem_variables);
+      in.coordinator =
+          std::make_unique<Coordinator>(in.options, in.search, *in.objective, in.problem_variables);
     const Verdict verdict = in.coordinator->run(listener);
     in.interrupted = false;
     return verdict;
   }
-  const Outcome outcome =
-      in.search.run(assumptions, std::numeric_limits<std::uint64_t>::max() / 2);
+  const Outcome outcome = in.search.run(assumptions, std::numeric_limits<std::uint64_t>::max() / 2);
   in.interrupted = false;
   in.core.clear();
   switch (outcome) {

@@ -19,8 +19,8 @@ enum class Kind : std::uint8_t {
 
 /// What every stored constraint begins with.
 struct Header {
-  std::uint64_t id;     ///< number in the order of derivation; never reused
-  std::uint32_t size;   ///< number of literals or terms
+  std::uint64_t id;   ///< number in the order of derivation; never reused
+  std::uint32_t size; ///< number of literals or terms
   Kind kind;
   std::uint8_t learnt : 1;
   std::uint8_t removed : 1; ///< no longer part of the problem; space to be reclaimed

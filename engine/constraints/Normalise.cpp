@@ -19,7 +19,9 @@ void merge(Row& row) {
     t.coefficient = -t.coefficient;
     t.literal = ~t.literal;
   }
-  const auto byVariable = [](const WideTerm& a, const WideTerm& b) { return a.literal < b.literal; };
+  const auto byVariable = [](const WideTerm& a, const WideTerm& b) {
+    return a.literal < b.literal;
+  };
   if (!std::is_sorted(terms.begin(), terms.end(), byVariable))
     std::sort(terms.begin(), terms.end(), byVariable);
   std::size_t kept = 0;

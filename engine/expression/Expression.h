@@ -18,17 +18,17 @@ namespace estoc {
 /// division with rounding up, saturation. Source: Cook, Coullard and Turán, On the complexity of
 /// cutting-plane proofs (1987); Hooker, Generalized resolution (1988) for saturation.
 ///
-/// `W` is a width (numbers/Width.h). The caller keeps coefficients within `W::safe_bits`; `fitsAfter`
-/// tells beforehand whether an addition does.
+/// `W` is a width (numbers/Width.h). The caller keeps coefficients within `W::safe_bits`;
+/// `fitsAfter` tells beforehand whether an addition does.
 template <class W> class Expression {
  public:
   using C = typename W::Coefficient;
   using D = typename W::Degree;
 
  private:
-  std::vector<C> coefficients;  ///< per variable; 0 for one that does not occur
-  std::vector<char> listed;     ///< per variable: whether it stands in `list`
-  std::vector<Var> list;        ///< every variable that occurs, and perhaps some that no longer do
+  std::vector<C> coefficients; ///< per variable; 0 for one that does not occur
+  std::vector<char> listed;    ///< per variable: whether it stands in `list`
+  std::vector<Var> list;       ///< every variable that occurs, and perhaps some that no longer do
   D right_side = 0;
   C upper = 0; ///< at least every coefficient's magnitude
 

@@ -89,7 +89,8 @@ Coordinator::SliceEnd Coordinator::coreSlice(Listener* listener, std::uint64_t c
     case Outcome::core:
       core_count++;
       moved = true;
-      if (!core_guided.refine(search.core())) return upper ? SliceEnd::proven : SliceEnd::infeasible;
+      if (!core_guided.refine(search.core()))
+        return upper ? SliceEnd::proven : SliceEnd::infeasible;
       raiseLower(listener, core_guided.lowerCost(), Strategy::core_guided);
       if (closed()) return SliceEnd::proven;
       if (upper && !core_guided.harden(*upper)) return SliceEnd::proven;

@@ -11,9 +11,9 @@ namespace estoc {
 namespace {
 
 /// Turns a row in normal form into "at least k of these", with k as large as the row gives: fewer
-/// than k of its literals cannot reach the degree. Then coefficients are cut to the k-th (weakening),
-/// light literals that the degree can spare are left out (weakening), and division by the k-th
-/// coefficient does the rest.
+/// than k of its literals cannot reach the degree. Then coefficients are cut to the k-th
+/// (weakening), light literals that the degree can spare are left out (weakening), and division by
+/// the k-th coefficient does the rest.
 void toCardinality(Row& row) {
   std::vector<WideTerm>& terms = row.terms;
   Int128 sum = 0;
@@ -128,16 +128,15 @@ bool CoreGuided::refine(const Row& core) {
     counters.push_back(std::move(counter));
     if (!extend(counters.size() - 1)) return false;
   }
-  active.erase(std::remove_if(active.begin(), active.end(),
-                              [&](Lit l) { return weights[l.index()] == 0; }),
-               active.end());
+  active.erase(
+      std::remove_if(active.begin(), active.end(), [&](Lit l) { return weights[l.index()] == 0; }),
+      active.end());
   return true;
 }
 
 bool CoreGuided::harden(Int128 upper) {
   for (const Lit l : active)
-    if (lower + weights[l.index()] >= upper && !search.isFact(~l) &&
-        !search.addRow({{{1, ~l}}, 1}))
+    if (lower + weights[l.index()] >= upper && !search.isFact(~l) && !search.addRow({{{1, ~l}}, 1}))
       return false;
   return true;
 }

@@ -13,11 +13,11 @@ namespace estoc {
 /// The objective, reformulated step by step: cost >= lower + sum of weight * literal, for all
 /// solutions, where the literals are the objective's and those of counters. Assuming the literals
 /// false gives either a solution that costs as little as can be, or a core: a row over them that
-/// cannot all be false. The core, as a cardinality "at least k of n", takes its smallest weight from
-/// each of its literals and moves k times that weight into the lower bound; what more than k of them
-/// cost is what the counter's variables stand for: the j-th is true just when at least k + j of them
-/// are. The next variable comes only when one is found in a core itself. Heavy literals are assumed
-/// first (stratification).
+/// cannot all be false. The core, as a cardinality "at least k of n", takes its smallest weight
+/// from each of its literals and moves k times that weight into the lower bound; what more than k
+/// of them cost is what the counter's variables stand for: the j-th is true just when at least k +
+/// j of them are. The next variable comes only when one is found in a core itself. Heavy literals
+/// are assumed first (stratification).
 ///
 /// Sources: Devriendt, Gocht, Demirović, Nordström and Stuckey, Cutting to the core of
 /// pseudo-Boolean optimization (2021); Morgado, Dodaro and Marques-Silva, Core-guided MaxSAT with
@@ -34,8 +34,8 @@ class CoreGuided {
   bool refine(const Row& core);
   /// Assumes more literals from now on. False when all are assumed already.
   bool lowerThreshold();
-  /// Fixes literals that cannot be true in a solution of a cost below `upper`. Goes back to level 0 if
-  /// there are any. False when there is no such solution.
+  /// Fixes literals that cannot be true in a solution of a cost below `upper`. Goes back to level 0
+  /// if there are any. False when there is no such solution.
   bool harden(Int128 upper);
 
  private:

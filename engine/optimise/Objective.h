@@ -10,8 +10,8 @@
 
 namespace estoc {
 
-/// offset + scale * (sum of weight * literal), weights positive without a common divisor, in falling
-/// order, no variable twice. The sum alone is the cost.
+/// offset + scale * (sum of weight * literal), weights positive without a common divisor, in
+/// falling order, no variable twice. The sum alone is the cost.
 struct Objective {
   std::vector<WideTerm> terms;
   Int128 offset = 0;

@@ -82,8 +82,9 @@ Ref Propagation::addGeneral(Kind kind, const Row& row, bool learnt, unsigned glu
     terms[i] = {static_cast<C>(t.coefficient), t.literal};
     const Lit l = t.literal;
     if (!trail.isFalse(l) || trail.position(l.var()) >= row_head) g.slack += terms[i].coefficient;
-    rows[l.index()].push(RowWatch(
-        ref, false, kind == Kind::general32 ? static_cast<std::uint32_t>(terms[i].coefficient) : i));
+    rows[l.index()].push(
+        RowWatch(ref, false,
+                 kind == Kind::general32 ? static_cast<std::uint32_t>(terms[i].coefficient) : i));
   }
   return ref;
 }

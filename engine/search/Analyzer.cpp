@@ -56,8 +56,7 @@ template <class W> void Analyzer::load(Expression<W>& e, Ref ref) {
 /// What e does at the levels below l: implies a literal, is falsified, or neither. Literals are
 /// taken from the newest on, since these are mostly those that are not falsified there and show
 /// soon that it does neither.
-template <class W>
-Analyzer::Standing Analyzer::standingBelow(const Expression<W>& e, int l) {
+template <class W> Analyzer::Standing Analyzer::standingBelow(const Expression<W>& e, int l) {
   using C = typename W::Coefficient;
   typename W::Degree slack = -e.degree();
   C free = 0;
@@ -158,7 +157,8 @@ template <class W> bool Analyzer::addReason(Expression<W>& e, Lit implied) {
   decider.bump(implied.var());
   const int position = trail.position(implied.var());
   const auto falsifiedBefore = [&](Lit l) {
-    return (trail.isFalse(l) && trail.position(l.var()) < position) || (l == failed && l != implied);
+    return (trail.isFalse(l) && trail.position(l.var()) < position) ||
+           (l == failed && l != implied);
   };
   const auto plain = [&](const Lit* literals, std::uint32_t size, std::int64_t degree) {
     rounded64.clear();
@@ -184,7 +184,8 @@ template <class W> bool Analyzer::addReason(Expression<W>& e, Lit implied) {
         return rounded64;
       else
         return rounded128;
-    }();
+    }
+    ();
     rounded.clear();
     const auto* const terms = g.terms();
     std::uint32_t place = 0;
@@ -365,8 +366,10 @@ bool Analyzer::analyze(Ref conflict, Learnt& out) {
       load(e, conflict);
       level = lowestFalsified(e);
       contradiction = level == 0;
-      if (contradiction) e.clear();
-      else e.saturate();
+      if (contradiction)
+        e.clear();
+      else
+        e.saturate();
     });
     if (contradiction) return false;
     at = trail.start(level + 1);

@@ -24,10 +24,10 @@ struct Learnt {
 /// Resolves a conflict backwards over the trail with the reasons of the literals that it depends
 /// on. While these are clauses this is resolution over literals (Marques-Silva and Sakallah, 1996).
 /// As soon as a row takes part it is cutting planes on the dense expression: the reason is rounded
-/// so that the implied literal has coefficient 1 (literals that are not falsified are weakened until
-/// the divisor fits, so that nothing is lost by rounding), and added as often as it takes to cancel
-/// the literal. The sum stays falsified; that is the invariant. Source: Elffers and Nordström,
-/// Divide and conquer (2018).
+/// so that the implied literal has coefficient 1 (literals that are not falsified are weakened
+/// until the divisor fits, so that nothing is lost by rounding), and added as often as it takes to
+/// cancel the literal. The sum stays falsified; that is the invariant. Source: Elffers and
+/// Nordström, Divide and conquer (2018).
 class Analyzer {
  public:
   /// Coefficients of what is learnt have at most this many bits.
@@ -57,11 +57,11 @@ class Analyzer {
   std::uint64_t steps = 0;
 
   // The state of one analysis
-  int level = 0;     ///< the conflict is falsified at this level, not at an earlier one
-  int at = 0;        ///< the trail is looked at as if it ended here
+  int level = 0;             ///< the conflict is falsified at this level, not at an earlier one
+  int at = 0;                ///< the trail is looked at as if it ended here
   bool to_decisions = false; ///< go on until only decisions are left
-  Lit failed;        ///< taken for falsified, too
-  int start = 0;     ///< where `at` was at first
+  Lit failed;                ///< taken for falsified, too
+  int start = 0;             ///< where `at` was at first
   std::size_t width = 0;
 
   // Resolution of clauses
@@ -74,14 +74,16 @@ class Analyzer {
   void minimise(std::vector<Lit>& clause);
   bool isRedundant(Lit l, std::uint32_t levels);
   std::vector<signed char> redundancy; ///< per variable, during `minimise`
-  std::vector<Lit> redundancy_known;      ///< whose entry there is not 0
+  std::vector<Lit> redundancy_known;   ///< whose entry there is not 0
   struct Frame {
     const Lit* next;
     const Lit* end;
     Lit self;
   };
   std::vector<Frame> minimise_stack;
-  static std::uint32_t levelBit(int l) { return std::uint32_t{1} << (static_cast<unsigned>(l) & 31U); }
+  static std::uint32_t levelBit(int l) {
+    return std::uint32_t{1} << (static_cast<unsigned>(l) & 31U);
+  }
 
   // Cutting planes
   Expression<Narrow> narrow;
@@ -125,8 +127,7 @@ class Analyzer {
     if (!trail.isFalse(l)) return l == failed;
     const int position = trail.position(l.var());
     // On the way to the decisions these stay when the rest of the trail has been resolved.
-    return position < at ||
-           (to_decisions && position < start && trail.reason(l.var()) == no_ref);
+    return position < at || (to_decisions && position < start && trail.reason(l.var()) == no_ref);
   }
   int assertionLevel(const Row& row);
   void noteUse(Header& c);

@@ -59,8 +59,8 @@ void Decider::siftDown(std::int32_t i) {
   for (;;) {
     std::int32_t child = 2 * i + 1;
     if (child >= count) break;
-    if (child + 1 < count && before(heap[static_cast<std::size_t>(child) + 1],
-                                    heap[static_cast<std::size_t>(child)]))
+    if (child + 1 < count &&
+        before(heap[static_cast<std::size_t>(child) + 1], heap[static_cast<std::size_t>(child)]))
       child++;
     const Var c = heap[static_cast<std::size_t>(child)];
     if (!before(c, v)) break;

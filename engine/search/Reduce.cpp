@@ -8,8 +8,8 @@ namespace estoc {
 
 namespace {
 constexpr std::uint64_t reduction_interval = 300; ///< grows with the square root of their number
-constexpr unsigned glue_kept = 2;  ///< constraints up to this glue stay for ever
-constexpr unsigned glue_tier = 6;  ///< up to this they stay while they are used
+constexpr unsigned glue_kept = 2;                 ///< constraints up to this glue stay for ever
+constexpr unsigned glue_tier = 6;                 ///< up to this they stay while they are used
 } // namespace
 
 /// Reasons of assigned variables must stay.
@@ -34,7 +34,8 @@ void Search::removeSatisfied() {
   for (const auto* list : {&propagation.problemConstraints(), &propagation.learntConstraints()})
     for (const Ref ref : *list) {
       Header& c = propagation.at(ref);
-      if (c.removed == 0 && c.marked == 0 && ref != objective && satisfied(c)) propagation.remove(ref);
+      if (c.removed == 0 && c.marked == 0 && ref != objective && satisfied(c))
+        propagation.remove(ref);
     }
 }
 

@@ -6,9 +6,9 @@ namespace estoc {
 
 namespace {
 constexpr std::uint64_t first_mode_conflicts = 1000;
-constexpr std::uint64_t focused_interval = 2;  ///< conflicts between two restarts at least
+constexpr std::uint64_t focused_interval = 2;   ///< conflicts between two restarts at least
 constexpr std::uint64_t stable_interval = 1024; ///< unit of the Luby sequence in stable mode
-constexpr double restart_margin = 1.1; ///< restart when the recent glue is this much worse
+constexpr double restart_margin = 1.1;          ///< restart when the recent glue is this much worse
 constexpr std::uint64_t rephase_interval = 1000;
 } // namespace
 
@@ -26,12 +26,12 @@ void Search::restart() {
   propagation.backjump(static_cast<int>(assumed.size()));
   switchMode();
   if (options.rephase && count.conflicts >= next_rephase) rephase();
-  next_restart = count.conflicts +
-                 (decider.isStable() ? stable_interval * luby.next() : focused_interval);
+  next_restart =
+      count.conflicts + (decider.isStable() ? stable_interval * luby.next() : focused_interval);
 }
 
-/// The first mode lasts some conflicts; the work it took, times the square of the number of pairs of
-/// modes, is the length of the others, so that both get the same time. Source: Biere and Fleury,
+/// The first mode lasts some conflicts; the work it took, times the square of the number of pairs
+/// of modes, is the length of the others, so that both get the same time. Source: Biere and Fleury,
 /// CaDiCaL, Kissat, Paracooba, Plingeling and Treengeling entering the SAT competition 2020.
 void Search::switchMode() {
   if (!options.stable_mode || !options.focused_mode) return;
@@ -53,8 +53,8 @@ void Search::switchMode() {
 void Search::rephase() {
   using Rephase = Decider::Rephase;
   static constexpr Rephase first[] = {Rephase::original, Rephase::inverted};
-  static constexpr Rephase turn[] = {Rephase::best,     Rephase::solution, Rephase::original,
-                                     Rephase::best,     Rephase::solution, Rephase::inverted};
+  static constexpr Rephase turn[] = {Rephase::best, Rephase::solution, Rephase::original,
+                                     Rephase::best, Rephase::solution, Rephase::inverted};
   decider.rephase(rephases < 2 ? first[rephases] : turn[(rephases - 2) % 6]);
   rephases++;
   next_rephase = count.conflicts + rephase_interval * (rephases + 1);

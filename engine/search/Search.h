@@ -18,11 +18,11 @@ namespace estoc {
 
 /// How a run of the search ended.
 enum class Outcome {
-  model,          ///< all variables are assigned, nothing is violated; the trail holds the model
-  unsatisfiable,  ///< there is no solution, whatever is assumed
-  core,           ///< none under the assumptions; `core()` says why
-  exhausted,      ///< the budget is spent
-  interrupted     ///< somebody wanted it to end
+  model,         ///< all variables are assigned, nothing is violated; the trail holds the model
+  unsatisfiable, ///< there is no solution, whatever is assumed
+  core,          ///< none under the assumptions; `core()` says why
+  exhausted,     ///< the budget is spent
+  interrupted    ///< somebody wanted it to end
 };
 
 /// Counters, since the solver began.
@@ -45,8 +45,8 @@ class Search final : private UnassignListener {
 
   /// A new variable; decisions first try it with the value `phase`.
   Var addVariable(bool phase);
-  /// Adds a row of any form (see `normalise`) to the problem. Goes back to level 0. False when there
-  /// is no solution any more.
+  /// Adds a row of any form (see `normalise`) to the problem. Goes back to level 0. False when
+  /// there is no solution any more.
   bool addRow(Row row, bool learnt = false);
   /// Adds a row whose degree can be raised later, as it is (positive coefficients in falling order,
   /// no variable twice). At level 0.
@@ -87,7 +87,7 @@ class Search final : private UnassignListener {
   bool ok = true;
   Ref objective = no_ref;
   bool objective_raised = false; ///< what it implies now has not been looked at
-  std::vector<Lit> assumed; ///< the assumptions that the trail's first levels belong to
+  std::vector<Lit> assumed;      ///< the assumptions that the trail's first levels belong to
   Row failure;
   Learnt learnt;
   std::vector<Lit> units;

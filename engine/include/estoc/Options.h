@@ -10,14 +10,14 @@ namespace estoc {
 /// Switches and numbers; a value-initialised object is what the program uses by default. Verdicts
 /// do not depend on any of them, only the way there does.
 struct Options {
-  std::uint64_t seed = 0;       ///< 0: no randomness at all; else shuffles first phases and order
-  bool stable_mode = true;      ///< use the heap of activities in part of the search
-  bool focused_mode = true;     ///< use the queue in part of the search
-  bool rephase = true;          ///< return to the best or first phases now and then
-  bool solution_phases = true;  ///< in part of the search, prefer values of the best solution
-  bool minimise = true;         ///< minimise learnt clauses
-  bool core_guided = true;      ///< raise the lower bound by cores in part of the search
-  int smallest_width = 0;       ///< 0 to 3: derive with at least 32, 64, 128 bits, without bound
+  std::uint64_t seed = 0;      ///< 0: no randomness at all; else shuffles first phases and order
+  bool stable_mode = true;     ///< use the heap of activities in part of the search
+  bool focused_mode = true;    ///< use the queue in part of the search
+  bool rephase = true;         ///< return to the best or first phases now and then
+  bool solution_phases = true; ///< in part of the search, prefer values of the best solution
+  bool minimise = true;        ///< minimise learnt clauses
+  bool core_guided = true;     ///< raise the lower bound by cores in part of the search
+  int smallest_width = 0;      ///< 0 to 3: derive with at least 32, 64, 128 bits, without bound
 };
 
 } // namespace estoc

@@ -35,7 +35,7 @@ struct Statistics {
   std::uint64_t learnt_general = 0;
   std::uint64_t facts = 0; ///< literals fixed by learning
   std::uint64_t cores = 0;
-  std::uint64_t work = 0; ///< visits of watches and terms, the unit of budgets
+  std::uint64_t work = 0;      ///< visits of watches and terms, the unit of budgets
   std::size_t constraints = 0; ///< stored now, learnt ones not among them
   std::size_t learnt = 0;      ///< learnt ones stored now
   std::size_t memory = 0;      ///< bytes of constraints and watch lists
@@ -57,8 +57,8 @@ class Listener {
 ///
 /// Use: create variables, add rows, set an objective or none, then call `solve`. Between calls more
 /// variables and rows may be added. All magnitudes of a row's numbers add up to less than 2^127,
-/// likewise those of the objective. When memory is exhausted, any function may throw std::bad_alloc;
-/// the solver can only be destroyed then.
+/// likewise those of the objective. When memory is exhausted, any function may throw
+/// std::bad_alloc; the solver can only be destroyed then.
 class Solver {
  public:
   explicit Solver(const Options& options = {});
@@ -75,8 +75,9 @@ class Solver {
   /// Sets what is to be minimised: `constant` plus the sum of `terms`. Once, before `solve`.
   void minimise(std::vector<WideTerm> terms, Int128 constant);
 
-  /// Looks for a solution in which `assumptions` are true or, when there is an objective, for a best
-  /// one (assumptions must be empty then). Ends early when interrupted; called again it goes on.
+  /// Looks for a solution in which `assumptions` are true or, when there is an objective, for a
+  /// best one (assumptions must be empty then). Ends early when interrupted; called again it goes
+  /// on.
   Verdict solve(const std::vector<Lit>& assumptions = {}, Listener* listener = nullptr);
   /// Makes a call of `solve` that is running, or the next one, end soon. Can be called from any
   /// thread and from signal handlers.
