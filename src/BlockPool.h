@@ -10,8 +10,10 @@
 /// size. Large blocks come from the C library.
 class BlockPool {
   static constexpr size_t unit = 8; ///< sizes are rounded up to multiples; the alignment, too
+  /// A constraint of a hundred terms. From 128 to 4096 it made no difference to time or memory.
   static constexpr size_t largest = 1024;
-  /// Small enough that the C library takes what the reader has given back.
+  /// Small enough that the C library takes what the reader has given back. Blocks of 8 kB took 1 %
+  /// more memory, those of 32 kB to 1 MB the same.
   static constexpr size_t chunk_size = 65536;
 
   struct Free {

@@ -24,7 +24,7 @@ template <class T, class LessThan> void selectionSort(T* array, int size, LessTh
   }
 }
 
-/// Arrays up to this size are sorted by selection.
+/// Arrays up to this size are sorted by selection. It decides how ties end, and so does not change.
 constexpr int selection_sort_limit = 15;
 
 /// Sorts `array` by `lt`, drawing the pivots with `seed` (see `drand`). The parts of a partition

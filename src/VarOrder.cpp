@@ -118,7 +118,9 @@ void VarOrder::update(Var x) {
     vars[slot] = vars[slot - 1];
     places[vars[slot]] = first_place + slot;
   };
-  constexpr int short_move = 8; // most are
+  // Most moves are short. With nothing but the binary search cover_70_5 took 2 % more instructions,
+  // with 4 steps before it 0.3 % more, with 16 and 64 the same.
+  constexpr int short_move = 8;
   int slot = from;
   while (slot > 0 && from - slot < short_move && activity[vars[slot - 1]] < act) moveBack(slot--);
   if (from - slot == short_move) {

@@ -15,6 +15,9 @@
 /// of the variable's block in the sequence times `block_room` plus the place within the block;
 /// positions are in order but need not be consecutive.
 class VarOrder {
+  /// Over 100 thousand variables blocks of 32 cost 5 % more instructions, of 64 and of 2048 some 2
+  /// % more, of 256 and 512 under 1 % less; in cnf_add64, of 1400 variables, of 256 and more 3 % to
+  /// 8 % more.
   static constexpr int block_bits = 7;
   static constexpr int block_room = 1 << block_bits; ///< a small problem has one block
 

@@ -17,7 +17,9 @@ template <class T> class WatchList {
   int cap = 0;
 
   /// Only small lists lie in the pool, whose blocks never become one again: a list that grows
-  /// leaves blocks of all sizes behind.
+  /// leaves blocks of all sizes behind. Without the pool the search in 100 thousand variables took
+  /// 15 % more memory and loading 7 % more instructions, with half of this 1 % and 0.3 % more;
+  /// twice and eight times as much made no difference.
   static constexpr size_t largest_in_pool = 64;
 
   // NOLINTNEXTLINE(bugprone-sizeof-expression): the elements may be pointers

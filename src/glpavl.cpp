@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr std::uint32_t first_log_slots = 6;
+constexpr std::uint32_t first_log_slots = 6; ///< 1 kB; no matter, for the table doubles
 constexpr std::uint32_t most_log_slots = 32;
 constexpr std::uint64_t multiplier = 0x9E3779B97F4A7C15; ///< odd, its bits without a pattern
 

@@ -26,7 +26,9 @@ struct AVLNODE {
   AVLNODE* older;    ///< the node made before this one
 };
 
-/// The places in which a key can be: from the one that its code selects on, this many.
+/// The places in which a key can be: from the one that its code selects on, this many. With 2 of
+/// them, loading 1.5 million terms over 100 thousand variables took 1.1 times as long; 4 and 16
+/// made no difference.
 constexpr std::uint32_t avl_window = 8;
 
 /// An index. Records belong to the caller; the nodes come from a pool of the index.

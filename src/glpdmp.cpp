@@ -9,7 +9,9 @@
 
 namespace {
 
-/// Small enough that the C library takes the blocks it gets back for other small allocations.
+/// Small enough that the C library takes the blocks it gets back for other small allocations. A
+/// problem of 1.5 million terms took 64 MB at its peak with this, 68 with a quarter of it, 72 with
+/// a sixteenth and no less with four times as much, in equal time.
 constexpr std::size_t block_capacity = 2 * dmp_max_atom;
 
 } // namespace

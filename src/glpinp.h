@@ -29,6 +29,8 @@ struct PlainTerm {
 /// Whatever is wrong ends the read by a jump to `way_out`, which the caller has set. Functions that
 /// the jump leaves keep no object with a destructor.
 class Input {
+  /// Loading 1.5 million terms over 100 thousand variables took 1.4 times as long with 1 term in
+  /// sight, 1.05 times with 4, and the same with 8 to 256.
   static constexpr unsigned terms_in_sight = 32;
 
   std::FILE* const in;

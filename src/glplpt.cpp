@@ -65,7 +65,10 @@ constexpr Lexeme keywords[] = {
 
 constexpr int max_image_length = longest_number;
 static_assert(max_image_length > lpt_name_length);
-constexpr int longest_short_form = 20;
+/// As many terms as there are signatures. Rows of 40 terms load in 0.75 of the time that they take
+/// when forms are long from 20 terms on, rows of 60 in 0.85, and those of 150 in the same; with
+/// forms short up to 256 terms, these take 1.3 times as long.
+constexpr int longest_short_form = 64;
 
 /// A column with what the reader alone needs to know of it.
 struct ReaderColumn : LPTCOL {
