@@ -248,7 +248,6 @@ int main(int argc, char* argv[]) {
   const SolveResult st = S.solve(assumps);
   traceStats(S);
 
-  process::beginResults();
   printTotalTime(reportedSeconds(T0, process::processorTicks()));
   switch (st) {
   case solve_unsatisfiable:

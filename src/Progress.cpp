@@ -3,6 +3,7 @@
 #include "Progress.h"
 
 #include "Interrupt.h"
+#include "process/Signals.h"
 
 Progress::Progress(const process::TimeLimit& time_limit)
     : limit(time_limit), display("QUILLON_PROGRESS", [] { report_due = 1; }) {}
@@ -17,4 +18,9 @@ void Progress::onReportDue(const Solver& S) {
     snapshot.best_time = solution_time;
   }
   display.show(snapshot);
+}
+
+void Progress::onEnd() {
+  process::beginResults(); // what there is now is the result, come what may
+  display.end();
 }

@@ -20,7 +20,7 @@ class Progress final : public SearchHost {
   bool outOfTime() override { return limit.passed(); }
   void onReportDue(const Solver& S) override;
   void onSolution(const Solver& /*S*/) override { solution_time = process::wallTicks(); }
-  void onEnd() override { display.end(); }
+  void onEnd() override;
 };
 
 #endif

@@ -2,6 +2,7 @@
 /// The lines that state the result of a run.
 #include "Results.h"
 
+#include <cassert>
 #include <cstdio>
 #include <cstring>
 
@@ -40,12 +41,24 @@ void printVerdict(Verdict verdict) {
 
 void printModel(const Solver& S, const NameVec& names) {
   if (names.size() == 0) return;
+  // Collected here: a printf for each took a quarter of a run that finds its solution at once.
+  static char text[1 << 14];
+  size_t used = 0;
+  const auto writeText = [&used] {
+    std::fwrite(text, 1, used, stdout);
+    used = 0;
+  };
   std::printf("v ");
   for (Var x = 0; x < S.nVars(); x++) {
-    if (!S.model[x]) std::putchar('-');
-    std::fputs(names[x], stdout); // a printf for each would take as long as loading the problem
-    std::putchar(' ');
+    const size_t length = std::strlen(names[x]);
+    if (used + length + 2 > sizeof text) writeText();
+    assert(length + 2 <= sizeof text); // the reader's names are short
+    if (!S.model[x]) text[used++] = '-';
+    std::memcpy(text + used, names[x], length);
+    used += length;
+    text[used++] = ' ';
   }
+  writeText();
   std::printf("\n");
 }
 

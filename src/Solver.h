@@ -56,7 +56,7 @@ class SearchHost {
   virtual void onReportDue(const Solver& /*S*/) {}
   /// Called when a solution of a problem with an objective has been found and evaluated.
   virtual void onSolution(const Solver& /*S*/) {}
-  /// Called when the search is over, before the first result is printed.
+  /// Called as soon as the search is over, before anything is retracted or printed.
   virtual void onEnd() {}
 };
 

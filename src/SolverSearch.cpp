@@ -109,9 +109,9 @@ SolveResult Solver::solve(const vec<Lit>& assumps) {
   std::printf("c #variables read: %d - #constraints read: %d\n", nVars(), nConstrs());
 
   const SolveResult result = runSearch(assumps);
+  if (host != nullptr) host->onEnd();
   propQ.clear();
   cancelUntil(0);
-  if (host != nullptr) host->onEnd();
   if (result == solve_done && oneSolFound)
     std::printf("c optimum objective found = %d\n", objResult);
   return result;

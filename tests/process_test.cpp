@@ -4,21 +4,25 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/ioctl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <regex>
+#include <utility>
 
 #include "Process.h"
 #include "formats/QuillonOutput.h"
 #include "formats/StarReader.h"
+#include "process/Display.h"
+#include "process/Signals.h"
 
 namespace {
 
 /// A shell starts what it puts in the background with SIGINT ignored, which our children would
 /// inherit.
 [[maybe_unused]] const bool signals_are_default = [] {
-  for (const int s : {SIGTERM, SIGINT, SIGXCPU}) std::signal(s, SIG_DFL);
+  for (const int s : {SIGTERM, SIGINT, SIGHUP, SIGXCPU}) std::signal(s, SIG_DFL);
   return true;
 }();
 
@@ -161,7 +165,7 @@ void letSearch(const Process& process) {
 }
 
 TEST(Signals, TheFirstEndsTheSearchWithTheBestSolution) {
-  for (const int signal : {SIGTERM, SIGINT, SIGXCPU}) {
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGXCPU}) {
     Process decision({.program = "quillon", .input = hard_decision});
     Process optimisation({.program = "quillon", .input = hard_optimisation});
     letSearch(decision);
@@ -196,8 +200,34 @@ TEST(Signals, AnEchoOfTheFirstIsNoSecond) {
   }
 }
 
+/// Delivers a signal to the handler that is installed for it, as the kernel or as a person would.
+void deliver(int signal, bool by_kernel) {
+  struct sigaction action = {};
+  sigaction(signal, nullptr, &action);
+  siginfo_t info = {};
+  info.si_code = by_kernel ? SI_KERNEL : SI_USER;
+  action.sa_sigaction(signal, &info, nullptr);
+}
+
+/// Ends with code 7 unless the second signal ends the process.
+[[noreturn]] void twoSignals(int second, bool by_kernel) {
+  process::catchStopSignals(nullptr);
+  deliver(SIGTERM, false);
+  deliver(second, by_kernel);
+  std::_Exit(process::stopSignal() == SIGTERM ? 7 : 8);
+}
+
+TEST(SignalsDeathTest, OnlyAPersonInsists) {
+  EXPECT_EXIT(twoSignals(SIGINT, false), testing::KilledBySignal(SIGINT), "");
+  EXPECT_EXIT(twoSignals(SIGINT, true), testing::KilledBySignal(SIGINT), ""); // Ctrl-C
+  EXPECT_EXIT(twoSignals(SIGXCPU, false), testing::KilledBySignal(SIGXCPU), "");
+  EXPECT_EXIT(twoSignals(SIGXCPU, true), testing::ExitedWithCode(7), "");
+  EXPECT_EXIT(twoSignals(SIGHUP, false), testing::ExitedWithCode(7), "");
+  EXPECT_EXIT((process::beginResults(), twoSignals(SIGINT, false)), testing::ExitedWithCode(7), "");
+}
+
 TEST(Signals, WhileReadingNothingIsKnown) {
-  for (const int signal : {SIGTERM, SIGINT, SIGXCPU}) {
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGXCPU}) {
     int fds[2];
     ASSERT_EQ(pipe2(fds, O_CLOEXEC), 0);
     ASSERT_EQ(write(fds[1], tiny, 10), 10); // the rest never comes
@@ -235,23 +265,40 @@ TEST(Progress, IsOffUnlessAskedForOrOnATerminal) {
   }
 }
 
+/// A terminal, as its other end sees it.
+class Terminal {
+  int master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+
+ public:
+  explicit Terminal(int width) {
+    EXPECT_TRUE(master >= 0 && grantpt(master) == 0 && unlockpt(master) == 0);
+    winsize size{};
+    size.ws_col = static_cast<unsigned short>(width);
+    ioctl(master, TIOCSWINSZ, &size);
+  }
+  ~Terminal() { close(master); }
+  Terminal(const Terminal&) = delete;
+  Terminal& operator=(const Terminal&) = delete;
+  /// The side that programs use; `flags` as for open.
+  int enter(int flags) const { return open(ptsname(master), O_RDWR | flags); }
+  /// All that is said until the last program has left.
+  std::string listen() const {
+    std::string said;
+    char buffer[4096];
+    for (ssize_t n; (n = read(master, buffer, sizeof buffer)) > 0;)
+      said.append(buffer, static_cast<size_t>(n));
+    return said;
+  }
+};
+
 /// What the process says on a terminal, up to its end.
 std::string onTerminal(const Process::Setup& setup, int width) {
-  const int master = posix_openpt(O_RDWR | O_NOCTTY);
-  EXPECT_TRUE(master >= 0 && grantpt(master) == 0 && unlockpt(master) == 0);
-  const int terminal = open(ptsname(master), O_RDWR | O_NOCTTY);
-  winsize size{};
-  size.ws_col = static_cast<unsigned short>(width);
-  ioctl(master, TIOCSWINSZ, &size);
+  const Terminal terminal(width);
   Process::Setup on_terminal = setup;
-  on_terminal.error_fd = terminal;
+  on_terminal.error_fd = terminal.enter(O_NOCTTY);
   Process process(on_terminal);
-  close(terminal);
-  std::string said;
-  char buffer[4096];
-  for (ssize_t n; (n = read(master, buffer, sizeof buffer)) > 0;)
-    said.append(buffer, static_cast<size_t>(n));
-  close(master);
+  close(on_terminal.error_fd);
+  const std::string said = terminal.listen();
   expectStopped(process.finish(), setup.input, true);
   return said;
 }
@@ -274,6 +321,107 @@ TEST(Progress, OnATerminalIsOneLineThatGoesAway) {
                                         .input = hard_optimisation},
                                        80);
   EXPECT_EQ(quiet.find('\033'), std::string::npos);
+}
+
+/// What a display shows in a job of the terminal's, in the foreground or not.
+std::string shownToItsUser(bool foreground) {
+  const Terminal terminal(200);
+  const int open_meanwhile = terminal.enter(O_NOCTTY | O_CLOEXEC);
+  const pid_t leader = fork();
+  if (leader == 0) {
+    setsid();
+    dup2(terminal.enter(0), STDERR_FILENO); // now the terminal controls this session's jobs
+    const pid_t job = foreground ? 0 : fork();
+    if (job == 0) {
+      if (!foreground) setpgid(0, 0);
+      process::Display display("NO_SUCH_VARIABLE", [] {});
+      display.show({.conflicts = 5,
+                    .best = "12",
+                    .best_time = process::wallTicks(),
+                    .bound = "9",
+                    .gap = 0.25});
+      display.end();
+    } else {
+      waitpid(job, nullptr, 0);
+    }
+    _exit(0);
+  }
+  waitpid(leader, nullptr, 0);
+  close(open_meanwhile);
+  return terminal.listen();
+}
+
+TEST(Progress, InTheBackgroundDisturbsNobody) {
+  const std::string said = shownToItsUser(true);
+  for (const char* part : {"5 conflicts", "best objective 12", "bound 9", "gap 25.00 %"})
+    EXPECT_NE(said.find(part), std::string::npos) << said;
+  EXPECT_EQ(shownToItsUser(false), "");
+}
+
+/// A problem whose value line is longer than a pipe of the usual size can hold.
+const std::string wordy = [] {
+  std::string row;
+  for (int i = 1000; i < 5000; i++)
+    row += "+1*a_name_of_thirty_characters_" + std::to_string(i) + "\n";
+  return row + ">= 1;\n";
+}();
+
+/// A pipe for standard output.
+struct Pipe {
+  int fds[2];
+  explicit Pipe(int flags) { EXPECT_EQ(pipe2(fds, O_CLOEXEC | flags), 0); }
+  ~Pipe() {
+    for (const int fd : fds) close(fd);
+  }
+  Pipe(const Pipe&) = delete;
+  Pipe& operator=(const Pipe&) = delete;
+  /// Waits until there is no room left for a page.
+  void waitUntilFull() const {
+    const int room = fcntl(fds[0], F_GETPIPE_SZ);
+    for (int held = 0; held <= room - 4096; usleep(1000))
+      ASSERT_EQ(ioctl(fds[0], FIONREAD, &held), 0);
+  }
+  /// Everything up to the end, when no process has the other side any more.
+  std::string drain() {
+    close(std::exchange(fds[1], -1));
+    fcntl(fds[0], F_SETFL, 0);
+    std::string text;
+    char buffer[4096];
+    for (ssize_t n; (n = read(fds[0], buffer, sizeof buffer)) > 0;)
+      text.append(buffer, static_cast<size_t>(n));
+    return text;
+  }
+};
+
+TEST(StandardOutput, IsWaitedForWhenItIsFull) {
+  const std::string whole = results(run({.program = "quillon", .input = wordy}).out);
+  for (const int flags : {0, O_NONBLOCK}) {
+    Pipe pipe(flags);
+    Process process({.program = "quillon", .input = wordy, .output_fd = pipe.fds[1]});
+    pipe.waitUntilFull();
+    process.send(SIGTERM); // the first one: no reason to lose what is being printed
+    process.send(SIGHUP);
+    EXPECT_EQ(results(pipe.drain()), whole);
+    EXPECT_EQ(process.finish().exit, 10);
+  }
+}
+
+TEST(StandardOutput, ThatNobodyReadsDoesNotHoldUpWhoInsists) {
+  for (const int flags : {0, O_NONBLOCK}) {
+    const Pipe pipe(flags);
+    Process process({.program = "quillon", .input = wordy, .output_fd = pipe.fds[1]});
+    pipe.waitUntilFull();
+    process.send(SIGTERM);
+    process.send(SIGINT);
+    const Finished f = process.finish();
+    EXPECT_TRUE(f.signal == SIGTERM || f.signal == SIGINT) << "exit code " << f.exit;
+  }
+}
+
+TEST(StandardOutput, ThatGrowsTooLargeIsAnError) {
+  const Finished f = run({.program = "quillon", .input = wordy, .file_size = 50000});
+  EXPECT_EQ(f.exit, 74);
+  EXPECT_NE(f.err.find("standard output cannot be written"), std::string::npos) << f.err;
 }
 
 TEST(StandardOutput, ThatCannotBeWrittenIsAnError) {

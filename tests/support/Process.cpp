@@ -48,7 +48,8 @@ Process::Process(const Setup& setup) {
   if (setup.close_input) close(0);
   if (setup.close_output) close(1);
   for (const auto& [resource, bytes] :
-       {std::pair(RLIMIT_AS, setup.address_space), std::pair(RLIMIT_STACK, setup.stack)}) {
+       {std::pair(RLIMIT_AS, setup.address_space), std::pair(RLIMIT_STACK, setup.stack),
+        std::pair(RLIMIT_FSIZE, setup.file_size)}) {
     const rlimit limit{static_cast<rlim_t>(bytes), static_cast<rlim_t>(bytes)};
     if (bytes > 0) setrlimit(resource, &limit);
   }

@@ -35,6 +35,7 @@ class Process {
     int error_fd = -1;            ///< standard error goes there instead of being collected
     long address_space = 0;       ///< limit in bytes; 0 for none
     long stack = 0;               ///< the same
+    long file_size = 0;           ///< the same, for each file it writes
   };
 
   explicit Process(const Setup& setup);
