@@ -1,5 +1,5 @@
 /// \file
-/// Entering what has gathered, in steps over all of it.
+/// Entering what has gathered.
 #include "Assembler.h"
 
 #include <cassert>
@@ -8,21 +8,11 @@
 namespace formats {
 
 void Assembler::enter() {
-  Names& names = problem.variables;
-  bool any_hashed = false;
-  for (std::size_t i = 0; i < term_count; i++) any_hashed = any_hashed || terms[i].name.isHashed();
-  for (int step = 1; any_hashed && step <= 2; step++)
-    for (std::size_t i = 0; i < term_count; i++)
-      if (terms[i].name.isHashed()) names.approach(terms[i].name, step);
-  for (std::size_t i = 0; i < term_count; i++) {
-    terms[i].variable = names.add(terms[i].name);
-    builder.approach(terms[i].variable);
-  }
-
+  terms.lookUp(problem.variables, builder);
   std::size_t i = 0;
   const auto addTermsUpTo = [&](std::size_t end) {
     for (; i < end; i++) {
-      const PendingTerm& term = terms[i];
+      const TermBatch::Entry& term = terms[i];
       [[maybe_unused]] const bool added =
           builder.add(term.variable, term.coefficient, term.place, -largest_int, largest_int);
       assert(added);
@@ -33,8 +23,8 @@ void Assembler::enter() {
     problem.rows.add(rows[r].head);
     builder.begin(problem.rows.terms());
   }
-  addTermsUpTo(term_count);
-  term_count = 0;
+  addTermsUpTo(terms.size());
+  terms.clear();
   row_count = 0;
 }
 

@@ -1,11 +1,10 @@
 /// \file
-/// Puts a problem together from terms and rows in the order of the text. It lets some terms gather
-/// before it enters them, so that their names are looked up at once: in a large problem that takes
-/// a fraction of the time, since memory answers many questions as fast as one.
+/// Puts a problem together from terms and rows in the order of the text, many at a time.
 #ifndef QUILLON_FORMATS_ASSEMBLER_H
 #define QUILLON_FORMATS_ASSEMBLER_H
 
 #include "Problem.h"
+#include "TermBatch.h"
 
 #include <array>
 #include <cstddef>
@@ -16,16 +15,6 @@ namespace formats {
 /// Views handed in (names, labels) must last until the problem is taken. In each form the
 /// magnitudes of all coefficients must add up to an Int.
 class Assembler {
-  /// Enough to hide the latency of memory, few enough to stay in the nearest cache: measured with
-  /// a million variables in random order, 8 take a quarter longer, and 256 no less.
-  static constexpr std::size_t batch = 64;
-
-  struct PendingTerm {
-    Names::Sought name;
-    Int coefficient;
-    Place place;
-    int variable;
-  };
   struct PendingRow {
     RowHead head;
     std::size_t end; ///< so many of the pending terms are in it or before it
@@ -33,9 +22,8 @@ class Assembler {
 
   Problem problem;
   FormBuilder builder;
-  std::array<PendingTerm, batch> terms;
-  std::array<PendingRow, batch> rows;
-  std::size_t term_count = 0;
+  TermBatch terms;
+  std::array<PendingRow, TermBatch::capacity> rows;
   std::size_t row_count = 0;
 
   void enter();
@@ -48,15 +36,15 @@ class Assembler {
   /// Adds a term to the objective between `beginObjective` and `endObjective`, otherwise to the
   /// next row, where it is merged with an earlier one of the same variable.
   void addTerm(std::string_view name, Int coefficient, Place place) {
-    if (term_count == batch) enter();
-    terms[term_count++] = {problem.variables.seek(name), coefficient, place, 0};
+    if (terms.isFull()) enter();
+    terms.add(problem.variables, name, coefficient, place);
   }
   void beginObjective();
   void endObjective();
   /// Completes a row of the terms added since the last one.
   void addRow(const RowHead& head) {
-    if (row_count == batch) enter();
-    rows[row_count++] = {head, term_count};
+    if (row_count == rows.size()) enter();
+    rows[row_count++] = {head, terms.size()};
   }
   bool hasRows() const { return row_count != 0 || !problem.rows.empty(); }
   /// What is not about terms and rows can be set here. Names must not be added.

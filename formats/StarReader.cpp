@@ -3,6 +3,7 @@
 #include "StarReader.h"
 
 #include "Lexical.h"
+#include "TermBatch.h"
 
 #include <algorithm>
 #include <string>
@@ -84,6 +85,13 @@ class Reader {
 
   Problem problem;
   FormBuilder builder;
+  /// Of the form being read; where a sum of coefficients is out of range, the message names the
+  /// place and the word of the name.
+  TermBatch batch;
+  struct {
+    Place place;
+    size_t word;
+  } name_marks[TermBatch::capacity];
   Error error;
 
   bool fail(std::string message, Place where) {
@@ -301,10 +309,35 @@ class Reader {
     return (token != Token::plus && token != Token::minus) || scan();
   }
 
-  /// Reads a form behind the other terms of `terms`. It is left empty when a sign or a coefficient
-  /// is not followed by a name, even after good terms; the names of those stay known.
-  bool readForm(Terms& terms) {
-    builder.begin(terms);
+  /// Adds the terms that have gathered to the form.
+  bool enterTerms() {
+    batch.lookUp(problem.variables, builder);
+    size_t entered = 0;
+    for (; entered < batch.size(); entered++) {
+      const TermBatch::Entry& term = batch[entered];
+      if (!builder.add(term.variable, term.coefficient, term.place, lowest_coefficient,
+                       largest_number))
+        break;
+    }
+    const bool all = entered == batch.size();
+    if (!all) {
+      fail("c number out of RANGE", name_marks[entered].place);
+      error.word = name_marks[entered].word;
+    }
+    batch.clear();
+    return all;
+  }
+
+  bool addTerm(Int coefficient, Place start) {
+    name_marks[batch.size()] = {place, count};
+    batch.add(problem.variables, image, coefficient, start);
+    // The letters of a spliced word do not last.
+    return (!batch.isFull() && word.data() != spliced.data()) || enterTerms();
+  }
+
+  /// Reads terms until one is not followed by a sign, or, `broken` then being set, a sign or a
+  /// coefficient is not followed by a name.
+  bool readTerms(bool& broken) {
     do {
       const Place start = place;
       int sign = 1;
@@ -316,15 +349,22 @@ class Reader {
         if (token != Token::asterisk) return fail("expecting '*' instead of " + std::string(image));
         if (!scan()) return false;
       }
-      if (token != Token::name) {
-        builder.abandon();
-        return true;
-      }
-      const int variable = problem.variables.add(image);
-      if (!builder.add(variable, sign * coefficient, start, lowest_coefficient, largest_number))
-        return fail("c number out of RANGE");
-      if (!scan()) return false;
+      broken = token != Token::name;
+      if (broken) return true;
+      if (!addTerm(sign * coefficient, start) || !scan()) return false;
     } while (token == Token::plus || token == Token::minus);
+    return true;
+  }
+
+  /// Reads a form behind the other terms of `terms`. It is left empty when it is broken, even after
+  /// good terms; the names of those stay known.
+  bool readForm(Terms& terms) {
+    builder.begin(terms);
+    bool broken = false;
+    const bool read = readTerms(broken);
+    // What is wrong with the terms that have gathered comes before whatever stopped the reading.
+    if (!enterTerms() || !read) return false;
+    if (broken) builder.abandon();
     return true;
   }
 

@@ -182,6 +182,8 @@ TEST(StarReader, Refuses) {
       {"st x >= 1;", "1:1: missing variable name", 1},
       {"+2147483647*x +1*x >= 1;", "1:18: c number out of RANGE", 2},
       {"-2147483647*x -2*x >= 1;", "1:18: c number out of RANGE", 2},
+      {"+2147483647*x +1*x + +y >= 1;", "1:18: c number out of RANGE", 2}, // the first error
+      {"+2147483647*x +1*\rx\r\r +1*y 5 >= 1;", "1:19: c number out of RANGE", 2},
       {"x >= 2147483648;", "1:6: numeric constant `2147483648' out of range (2147483647)", 3},
       {"3.5*x >= 1;", "1:1: numeric constant `3.5' out of range (2147483647)", 1},
       {"+1e3*x >= 1;", "1:2: numeric constant `1e3' out of range (2147483647)", 1},
