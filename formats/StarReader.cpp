@@ -249,7 +249,8 @@ class Reader {
     if (peek() == 'e' || peek() == 'E') {
       pos++;
       if (peek() == '+' || peek() == '-') pos++;
-      if (!isDigit(peek())) return fail("numeric constant `" + scanned() + "' incomplete");
+      if (!isDigit(peek()) && pos - start <= longest_image)
+        return fail("numeric constant `" + scanned() + "' incomplete");
       digits();
     }
     image = word.substr(start, std::min(pos - start, longest_image));

@@ -191,6 +191,8 @@ TEST(StarReader, Refuses) {
       {". >= 1;", "1:1: invalid use of decimal point", 1},
       {std::string(256, '0') + "*x >= 1;",
        "1:1: numeric constant `" + std::string(255, '0') + "' out of range (2147483647)", 1},
+      {std::string(255, '0') + "e*x >= 1;", // too long before it is found to be incomplete
+       "1:1: numeric constant `" + std::string(255, '0') + "' out of range (2147483647)", 1},
       {"3x1 >= 1;", "1:2: expecting '*' instead of x1", 1},
       {"+3 *x1 >= 1;\nx2 >= 1;", "2:1: expecting '*' instead of x2", 4},
       {"x1 x2 >= 1;", "1:4: missing constraint sense", 2},
