@@ -45,6 +45,11 @@ class Reader {
     return false;
   }
   bool fail(std::string message) { return fail(std::move(message), here()); }
+  bool failBeyondWidth(std::string message, Place place) {
+    fail(std::move(message), place);
+    error.beyond_width = true;
+    return false;
+  }
 
   Place here() const { return Place::at(line, static_cast<size_t>(next - line_start) + 1); }
   bool atEnd() const { return next == end; }
@@ -117,17 +122,18 @@ class Reader {
     if (next - start <= std::numeric_limits<std::uint64_t>::digits10) return true;
     const std::optional<Int> wide = parseInt(from(start)); // `value` may have wrapped
     if (!wide)
-      return fail("the number of " + std::to_string(next - start) + " digits is beyond " +
-                      int_width,
-                  place);
+      return failBeyondWidth("the number of " + std::to_string(next - start) +
+                                 " digits is beyond " + int_width,
+                             place);
     number = *wide;
     return true;
   }
 
   bool charge(Int amount, Place place) {
     return addTo(weight, amount) ||
-           fail(std::string("the numbers of this statement add up to more than ") + int_width,
-                place);
+           failBeyondWidth(std::string("the numbers of this statement add up to more than ") +
+                               int_width,
+                           place);
   }
 
   /// Takes a literal, of which the first character is next, and adds it to the form.

@@ -36,6 +36,8 @@ struct Error {
   /// Our own format only: the ordinal of the word being read, comment skips counted as words, which
   /// is the number the solver's own messages begin with.
   std::size_t word = 0;
+  /// Whether the text is well formed as far as it was read, but has numbers beyond `int_width`.
+  bool beyond_width = false;
 
   /// "LINE:COLUMN: message", or the bare message when there is no place.
   std::string text() const {
