@@ -48,6 +48,7 @@ void Solver::minimise(std::vector<WideTerm> terms, Int128 constant) {
 
 Verdict Solver::solve(const std::vector<Lit>& assumptions, Listener* listener) {
   Inside& in = *inside;
+  in.search.setListener(listener);
   if (in.objective) {
     assert(assumptions.empty());
     if (in.coordinator == nullptr)

@@ -2,9 +2,15 @@
 /// The main loop of the search.
 #include "Search.h"
 
+#include "estoc/Solver.h"
+
 #include <algorithm>
 
 namespace estoc {
+
+namespace {
+constexpr std::uint64_t progress_interval = 256; ///< conflicts between two words to the listener
+} // namespace
 
 Search::Search(const Options& o, const std::atomic<bool>& interrupt)
     : options(o), interrupted(interrupt), propagation(*this), trail(propagation.assignment()),
@@ -90,6 +96,7 @@ bool Search::install() {
 /// solution.
 bool Search::resolve(Ref conflict) {
   count.conflicts++;
+  if (listener != nullptr && count.conflicts % progress_interval == 0) listener->onProgress();
   decider.noteTrail(trail.start(trail.level()));
   if (!analyzer.analyze(conflict, learnt)) return ok = false;
   recent_glue.add(learnt.glue);

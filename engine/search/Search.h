@@ -16,6 +16,8 @@
 
 namespace estoc {
 
+class Listener;
+
 /// How a run of the search ended.
 enum class Outcome {
   model,         ///< all variables are assigned, nothing is violated; the trail holds the model
@@ -65,6 +67,8 @@ class Search final : private UnassignListener {
   bool modelValue(Var v) const { return trail.isTrue(Lit::of(v)); }
   void backToRoot() { propagation.backjump(0); }
 
+  /// Who is told now and then that the search goes on; nobody if null.
+  void setListener(Listener* l) { listener = l; }
   bool okay() const { return ok; }
   /// Whether l is known to be true in all solutions.
   bool isFact(Lit l) const { return trail.isRootTrue(l); }
@@ -79,6 +83,7 @@ class Search final : private UnassignListener {
  private:
   const Options options;
   const std::atomic<bool>& interrupted;
+  Listener* listener = nullptr;
   Propagation propagation;
   const Trail& trail;
   Decider decider;

@@ -51,6 +51,8 @@ class Listener {
   virtual void onSolution(const std::vector<bool>& values, Int128 value, Strategy by) = 0;
   /// No solution is better than `lower`, which is larger than all before.
   virtual void onLowerBound(Int128 lower, Strategy by) = 0;
+  /// The search goes on: called every few hundred conflicts.
+  virtual void onProgress() {}
 };
 
 /// Decides and optimises one pseudo-Boolean problem. Several can live side by side.
