@@ -42,6 +42,12 @@ inline char lowered(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
+/// The first white space or control character in `text`.
+inline const char* endOfRun(const char* text) {
+  while (!isOf(*text, is_space | is_control)) text++;
+  return text;
+}
+
 /// 1 for "+", -1 for "-", 0 for all that is no sign.
 inline int signOf(char c) {
   return c == '+' ? 1 : c == '-' ? -1 : 0;

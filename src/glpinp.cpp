@@ -116,7 +116,7 @@ bool Input::takeLine(bool is_comment) {
   size_t length = 0;
   for (;;) {
     const char* const run = in_next; // of characters to be stored
-    while (!isOf(*in_next, is_space | is_control)) in_next++;
+    in_next += endOfRun(run) - run;
     if (!is_comment) {
       const size_t run_length = static_cast<size_t>(in_next - run);
       if (line + length != run) std::memmove(line + length, run, run_length);
@@ -194,7 +194,7 @@ inline bool Input::lookAhead() {
     seen = term.end + 1;
     return true;
   }
-  while (!isOf(*seen, is_space | is_control)) seen++;
+  seen = endOfRun(seen);
   if (seen == in_end) return false; // nor is there anything to see until the buffer is refilled
   seen++;
   return true;
