@@ -27,6 +27,9 @@ template <class T> class Queue {
     elems.clear();
     first = 0;
   }
+  /// The memory it takes.
+  // NOLINTNEXTLINE(bugprone-sizeof-expression): T may be a pointer
+  size_t bytes() const { return sizeof(T) * static_cast<size_t>(elems.capacity()); }
   /// Whether `x` is pending; linear.
   bool has(const T& x) const {
     for (int i = first; i < elems.size(); i++)

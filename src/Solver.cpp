@@ -1,5 +1,7 @@
 /// \file
 /// The solver's problem and its assignment.
+#include <type_traits>
+
 #include "Solver.h"
 
 // ------------------------------------------------------------------------------------------------
@@ -17,31 +19,18 @@ Solver::~Solver() {
 
 Var Solver::newVar(bool decision_var, int /*vlink*/, int /*vsize*/, int /*vmax*/) {
   const Var x = nVars();
-  watches.push();
-  watches.push();
-  pb_watches.push();
-  pb_watches.push();
-  reason.push(nullptr);
-  reason_coeff.push(0);
-  assigns.push(static_cast<signed char>(toInt(l_Undef)));
-  litValues.push(static_cast<signed char>(toInt(l_Undef)));
-  litValues.push(static_cast<signed char>(toInt(l_Undef)));
-  level.push(-1);
-  activity.push(0.0);
+  eachArray(*this, [](auto& array, int entries) {
+    for (; entries > 0; entries--) array.push();
+  });
+  level[x] = -1;
   order.newVar(decision_var);
   return x;
 }
 
 void Solver::reserve(int nvars) {
-  const int nliterals = nvars > INT_MAX / 2 ? INT_MAX : 2 * nvars;
-  watches.reserve(nliterals);
-  pb_watches.reserve(nliterals);
-  litValues.reserve(nliterals);
-  reason.reserve(nvars);
-  reason_coeff.reserve(nvars);
-  assigns.reserve(nvars);
-  level.reserve(nvars);
-  activity.reserve(nvars);
+  eachArray(*this, [nvars](auto& array, int entries) {
+    array.reserve(entries == 2 && nvars > INT_MAX / 2 ? INT_MAX : entries * nvars);
+  });
   trail.reserve(nvars);
   propQ.reserve(nvars);
   order.reserve(nvars);
@@ -112,18 +101,22 @@ bool Solver::checkModel() const {
 }
 
 MemoryUse Solver::memoryUse() const {
-  MemoryUse use = {constrs.bytes() + learnts.bytes() + pb_learnts.bytes(), 0, 0};
-  for (int i = 0; i < constrs.size(); i++) use.constraints += constrs[i]->bytes();
-  for (int i = 0; i < learnts.size(); i++) use.constraints += learnts[i]->bytes();
-  for (int i = 0; i < pb_learnts.size(); i++) use.constraints += pb_learnts[i]->bytes();
+  MemoryUse use = {0, 0, 0};
+  const auto addOwned = [&use](const auto& owned) {
+    use.constraints += owned.bytes();
+    for (int i = 0; i < owned.size(); i++) use.constraints += owned[i]->bytes();
+  };
+  addOwned(constrs);
+  addOwned(learnts);
+  addOwned(pb_learnts);
   for (int i = 0; i < watches.size(); i++)
     use.watches += watches[i].bytes() + pb_watches[i].bytes();
-  use.variables = watches.bytes() + pb_watches.bytes() + undos.bytes() + activity.bytes() +
-                  order.bytes() + list_is_left.bytes() + assigns.bytes() + litValues.bytes() +
-                  reason.bytes() + reason_coeff.bytes() + level.bytes() + analyze_seen.bytes() +
-                  accumulator.bytes() + model.bytes() + levelSums.bytes() +
-                  static_cast<size_t>(trail_lim.capacity()) * sizeof(int) +
-                  static_cast<size_t>(trail_pb.capacity()) +      // at the deepest level so far
-                  static_cast<size_t>(nVars()) * 2 * sizeof(Lit); // the trail and its queue
+  use.variables = order.bytes() + propQ.bytes() + accumulator.bytes() + levelSums.bytes();
+  eachArray(*this, [&use](const auto& array, int entries) {
+    // What comes and goes counts with its room, which it has filled for the most part.
+    using Element = std::remove_cvref_t<decltype(array[0])>;
+    use.variables +=
+        entries > 0 ? array.bytes() : sizeof(Element) * static_cast<size_t>(array.capacity());
+  });
   return use;
 }

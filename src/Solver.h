@@ -218,6 +218,30 @@ class Solver {
   }
   bool pbImpliedHere() const { return trail_pb.last() != 0; }
 
+  /// Calls `visit` with every array that grows with the problem or the search, and with the number
+  /// of entries that it has for each variable from the beginning; 0 for those that come and go.
+  template <class Self, class Visit> static void eachArray(Self& self, Visit visit) {
+    visit(self.watches, 2);
+    visit(self.pb_watches, 2);
+    visit(self.litValues, 2);
+    visit(self.assigns, 1);
+    visit(self.reason, 1);
+    visit(self.reason_coeff, 1);
+    visit(self.level, 1);
+    visit(self.activity, 1);
+    visit(self.undos, 0);
+    visit(self.trail, 0);
+    visit(self.trail_lim, 0);
+    visit(self.trail_pb, 0);
+    visit(self.lists_left, 0);
+    visit(self.list_is_left, 0);
+    visit(self.analyze_seen, 0);
+    visit(self.analyze_reason, 0);
+    visit(self.explained, 0);
+    visit(self.collected, 0);
+    visit(self.model, 0);
+  }
+
   // Propagation of one literal that has become true
   PseudoBool* propagatePBs(Lit p);
   Clause* propagateClauses(Lit p);
