@@ -157,8 +157,8 @@ class Accumulator {
   /// How many terms the passes have looked at since `clear`, for tests.
   int64 work() const { return looked_at; }
 
-  /// Asks for a fake watch of x, should it be false in the next constraint whose watches are chosen
-  /// from a whole assignment. Entering the sum withdraws that.
+  /// Asks for a fake watch on x wherever its literal is false in a constraint whose watches are
+  /// chosen anew, see `PseudoBool::assertAndWatch`. Stays until x enters the sum.
   void mark(Var x) { terms[x].marked = true; }
   bool isMarked(Var x) const { return terms[x].marked; }
 
@@ -182,7 +182,7 @@ class Accumulator {
       open[kept++] = x;
       if (x == without) continue;
       refresh(term);
-      true_sum += std::min(term.coeff, degree);
+      true_sum += term.coeff; // not saturated: one that had to be makes the sum useless anyway
     }
     open.shrink(open.size() - kept);
 #ifndef NDEBUG
