@@ -52,13 +52,10 @@ bool PseudoBool::isClause() const {
 namespace {
 
 /// What a problem constraint may not leave: the coefficients and the degree are 32-bit.
-int fitted(int64 number, int guard) {
+int fitted(int64 number, OverflowGuard guard) {
   if (number < INT_MIN || number > INT_MAX) numericOverflow(guard);
   return static_cast<int>(number);
 }
-
-constexpr int guard_construction = 1;
-constexpr int guard_watch_bound = 4;
 
 /// Sorts as `sort` does. A short array is sorted without branches on what it holds, which no
 /// processor could foretell.
@@ -85,8 +82,8 @@ bool PseudoBool_new(Solver& S, int pbgoal, int pbtype, vec<vnumcoef>& pbterms,
   out = nullptr;
   if (pbtype == pb_at_most) {
     for (int i = 0; i < pbterms.size(); i++)
-      pbterms[i].coeff = fitted(-static_cast<int64>(pbterms[i].coeff), guard_construction);
-    pbgoal = fitted(-static_cast<int64>(pbgoal), guard_construction);
+      pbterms[i].coeff = fitted(-static_cast<int64>(pbterms[i].coeff), OverflowGuard::construction);
+    pbgoal = fitted(-static_cast<int64>(pbgoal), OverflowGuard::construction);
   }
   assert(S.decisionLevel() == 0);
   assert(v_p < 0 && v_n < 0);
@@ -102,13 +99,13 @@ bool PseudoBool_new(Solver& S, int pbgoal, int pbtype, vec<vnumcoef>& pbterms,
     const int coeff = pbterms[i].coeff;
     const bool flipped = coeff < 0; // a*x = a + |a|*~x
     const Lit lit(std::abs(vnum) - 1, (vnum < 0) != flipped);
-    const int size = fitted(std::abs(static_cast<int64>(coeff)), guard_construction);
+    const int size = fitted(std::abs(static_cast<int64>(coeff)), OverflowGuard::construction);
     goal += flipped ? size : 0;
     pb->addToLhsMax(size);
     new (&terms[i]) PBTerm(size, lit);
     prefetch(&S.pb_watches[index(~lit)]); // for what follows
   }
-  pb->rhs_goal = fitted(goal, guard_construction);
+  pb->rhs_goal = fitted(goal, OverflowGuard::construction);
   pb->rhs_max = pb->rhs_goal;
   sortTerms(terms, pb->nterms);
   // Has the memory get the ends of the lists ready in which the first watches are going to be
@@ -134,7 +131,7 @@ bool PseudoBool_new(Solver& S, int pbgoal, int pbtype, vec<vnumcoef>& pbterms,
 bool PseudoBool::chooseFirstWatches(Solver& S) {
   const PBTerm* const term = terms();
   amax = term[0].coeff();
-  fitted(static_cast<int64>(rhs_max) + amax, guard_watch_bound);
+  fitted(static_cast<int64>(rhs_max) + amax, OverflowGuard::bound);
   amaxpos = -1;
   singlepos = nterms;
   watchsum = 0;

@@ -6,8 +6,6 @@
 
 namespace {
 
-constexpr int guard_objective_value = 3;
-constexpr int guard_objective_sum = 4;
 constexpr int strategy_next_better = 1;
 constexpr int64 no_better = 0;
 
@@ -35,9 +33,9 @@ int64 PseudoBool::newGoal(Solver& S, int selStrategy, bool isSAT) {
 
   // What is reported, with P and N the sums of the positive and of the negative coefficients and V
   // the value: V - N, or -V when minimising without a positive coefficient.
-  if (!dir && overflow) numericOverflow(guard_objective_value);
+  if (!dir && overflow) numericOverflow(OverflowGuard::objective_value);
   const int64 reported = dir ? lhs_sum : lhs_max - lhs_sum;
-  if (reported > INT_MAX) numericOverflow(guard_objective_value);
+  if (reported > INT_MAX) numericOverflow(OverflowGuard::objective_value);
   S.objResult = static_cast<int>(reported);
 
   if (done) return no_better;
@@ -66,7 +64,7 @@ bool PseudoBool::newObjConstraint(Solver& S, bool isSAT) {
     rhs_max = saturated(new_goal);
     return false;
   }
-  if (overflow) numericOverflow(guard_objective_sum);
+  if (overflow) numericOverflow(OverflowGuard::bound);
   rhs_goal = rhs_max = static_cast<int>(new_goal);
   assert(lhs_max >= rhs_goal);
 

@@ -9,12 +9,6 @@
 
 // What a visit needs is in this file, so that the compiler can make one loop of it.
 
-namespace {
-
-constexpr int guard_watch_sum = 2;
-
-} // namespace
-
 // ------------------------------------------------------------------------------------------------
 // Watches
 
@@ -33,7 +27,7 @@ inline void PseudoBool::startWatch(Solver& S, int iterm) {
     S.pb_watches[index(~term.lit)].push(S.pool, pbWatchTerm{this, iterm});
   }
   const int64 sum = static_cast<int64>(watchsum) + term.coeff();
-  if (sum > INT_MAX) numericOverflow(guard_watch_sum);
+  if (sum > INT_MAX) numericOverflow(OverflowGuard::watching);
   watchsum = static_cast<int>(sum);
 }
 

@@ -162,7 +162,7 @@ bool addObjective(Solver& S, const LPT& lpt, vec<vnumcoef>& pbterms) {
   int64 min_obj = 0;
   for (int i = 0; i < pbterms.size(); i++)
     (pbterms[i].coeff > 0 ? max_obj : min_obj) += pbterms[i].coeff;
-  if (max_obj > INT_MAX || min_obj < INT_MIN) numericOverflow(1);
+  if (max_obj > INT_MAX || min_obj < INT_MIN) numericOverflow(OverflowGuard::construction);
   return lpt.sense == LPT_MAX
              ? S.addPBConstraint(static_cast<int>(min_obj), pb_at_least, pbterms, -1, -1, true)
              : S.addPBConstraint(static_cast<int>(max_obj), pb_at_most, pbterms, -1, -1, true);
@@ -245,9 +245,11 @@ int main(int argc, char* argv[]) {
 #endif
   Progress progress(limit);
   S.host = &progress;
+  printSizes(S);
   const SolveResult st = S.solve(assumps);
   traceStats(S);
 
+  if (st == solve_done && S.isOBJ()) printOptimum(S);
   printTotalTime(reportedSeconds(T0, process::processorTicks()));
   switch (st) {
   case solve_unsatisfiable:

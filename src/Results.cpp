@@ -22,6 +22,14 @@ size_t NameVec::bytes() const {
   return sum;
 }
 
+void printSizes(const Solver& S) {
+  std::printf("c #variables read: %d - #constraints read: %d\n", S.nVars(), S.nConstrs());
+}
+
+void printOptimum(const Solver& S) {
+  std::printf("c optimum objective found = %d\n", S.objectiveValue());
+}
+
 void printVerdict(Verdict verdict) {
   switch (verdict) {
   case Verdict::satisfiable:

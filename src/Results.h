@@ -26,6 +26,12 @@ class NameVec {
   size_t bytes() const;
 };
 
+/// The size of the problem.
+void printSizes(const Solver& S);
+
+/// The objective value of the solver's last solution, which is optimal, as the search reports it.
+void printOptimum(const Solver& S);
+
 enum class Verdict { satisfiable, unsatisfiable, optimum, unknown };
 
 void printVerdict(Verdict verdict);

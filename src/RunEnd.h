@@ -14,11 +14,17 @@ enum ExitCode : int {
   exit_optimum = 30        ///< an optimal solution
 };
 
-/// Ends the process because a sum on problem data would leave the 32-bit signed range. `guard` is
-/// the number of the guard that noticed, 1 to 4: construction, watching, objective value,
-/// tightening or watching bound.
-[[noreturn]] inline void numericOverflow(int guard) {
-  std::printf("c sum of numeric constants out of range [%d]\n", guard);
+/// Where the sums on problem data are guarded, with the number that the message gives.
+enum class OverflowGuard : int {
+  construction = 1,    ///< coefficients, degree and the objective's largest and smallest value
+  watching = 2,        ///< the sum of the watched coefficients
+  objective_value = 3, ///< the value of a solution
+  bound = 4            ///< a degree and a coefficient; a degree that demands a better solution
+};
+
+/// Ends the process because a sum on problem data would leave the 32-bit signed range.
+[[noreturn]] inline void numericOverflow(OverflowGuard guard) {
+  std::printf("c sum of numeric constants out of range [%d]\n", static_cast<int>(guard));
   std::printf("s UNKNOWN\n");
   std::exit(exit_none);
 }

@@ -29,7 +29,8 @@ Var Solver::newVar(bool decision_var, int /*vlink*/, int /*vsize*/, int /*vmax*/
 
 void Solver::reserve(int nvars) {
   eachArray(*this, [nvars](auto& array, int entries) {
-    array.reserve(entries == 2 && nvars > INT_MAX / 2 ? INT_MAX : entries * nvars);
+    if (entries == 0) return;
+    array.reserve(nvars > INT_MAX / entries ? INT_MAX : entries * nvars);
   });
   trail.reserve(nvars);
   propQ.reserve(nvars);
@@ -115,8 +116,9 @@ MemoryUse Solver::memoryUse() const {
   eachArray(*this, [&use](const auto& array, int entries) {
     // What comes and goes counts with its room, which it has filled for the most part.
     using Element = std::remove_cvref_t<decltype(array[0])>;
-    use.variables +=
-        entries > 0 ? array.bytes() : sizeof(Element) * static_cast<size_t>(array.capacity());
+    const auto room = static_cast<size_t>(array.capacity());
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): the elements may be pointers
+    use.variables += entries > 0 ? array.bytes() : sizeof(Element) * room;
   });
   return use;
 }

@@ -106,14 +106,10 @@ lbool Solver::search(int nof_conflicts, int nof_learnts, const SearchParams& par
 SolveResult Solver::solve(const vec<Lit>& assumps) {
   accumulator.growTo(nVars());
   nPBLearnt = first_pb_learnts;
-  std::printf("c #variables read: %d - #constraints read: %d\n", nVars(), nConstrs());
-
   const SolveResult result = runSearch(assumps);
   if (host != nullptr) host->onEnd();
   propQ.clear();
   cancelUntil(0);
-  if (result == solve_done && oneSolFound)
-    std::printf("c optimum objective found = %d\n", objResult);
   return result;
 }
 

@@ -369,10 +369,7 @@ TEST(Objective, EndsWhenNothingCanBeGained) {
 TEST(Objective, LargestSumThatFits) {
   TestSolver S(2);
   addObjective(S, {{1, INT_MAX - 5}, {2, 5}}, true);
-  testing::internal::CaptureStdout();
   EXPECT_EQ(S.solve(Lits{}), solve_done);
-  EXPECT_NE(testing::internal::GetCapturedStdout().find("objective found = 2147483647\n"),
-            std::string::npos);
   EXPECT_EQ(S.objectiveValue(), INT_MAX);
   EXPECT_TRUE(S.model[0] && S.model[1]);
 }

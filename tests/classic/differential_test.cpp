@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "Generators.h"
-#include "Silence.h"
 #include "SolverAudit.h"
 
 namespace {
@@ -154,13 +153,10 @@ class Differential : public testing::Test {
       SeededDraws draws(seed);
       Problem problem = plain::someProblem(draws);
       std::string fault;
-      {
-        const Silence silence;
-        try {
-          fault = experiment(draws, problem, coverage);
-        } catch (const std::logic_error& broken) {
-          fault = broken.what();
-        }
+      try {
+        fault = experiment(draws, problem, coverage);
+      } catch (const std::logic_error& broken) {
+        fault = broken.what();
       }
       const std::string where = running;
       running.clear();
