@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -48,15 +49,6 @@ bool inForeground() {
   return foreground < 0 || foreground == getpgrp();
 }
 
-std::string stamp() {
-  const std::time_t t = std::time(nullptr);
-  std::tm utc = {};
-  gmtime_r(&t, &utc);
-  char text[32];
-  std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &utc);
-  return text;
-}
-
 /// Columns of the terminal, or a safe number if it does not tell.
 size_t terminalWidth() {
   winsize size = {};
@@ -64,21 +56,37 @@ size_t terminalWidth() {
   return 80;
 }
 
-template <class... Values> std::string format(const char* how, Values... values) {
-  char text[128];
-  std::snprintf(text, sizeof text, how, values...);
-  return text;
-}
+/// Text of bounded length; what goes beyond is left out.
+class Line {
+  char text[512];
+  size_t length = 0;
 
-std::string describe(const Snapshot& s, Ticks start) {
-  std::string text = format("%.1f s, %lld conflicts, %lld restarts, %lld learnt",
-                            seconds(wallTicks() - start), static_cast<long long>(s.conflicts),
-                            static_cast<long long>(s.restarts), static_cast<long long>(s.learnt));
-  if (!s.best.empty())
-    text += ", best objective " + s.best + format(" at %.1f s", seconds(s.best_time - start));
-  if (!s.bound.empty()) text += ", bound " + s.bound;
-  if (s.gap) text += format(", gap %.2f %%", 100 * *s.gap);
-  return text;
+ public:
+  [[gnu::format(printf, 2, 3)]] void add(const char* format, ...) {
+    va_list values;
+    va_start(values, format);
+    const int added = std::vsnprintf(text + length, sizeof text - length, format, values);
+    va_end(values);
+    if (added > 0) length = std::min(length + static_cast<size_t>(added), sizeof text - 1);
+  }
+  void addTime() {
+    const std::time_t t = std::time(nullptr);
+    std::tm utc = {};
+    gmtime_r(&t, &utc);
+    length += std::strftime(text + length, sizeof text - length, "%Y-%m-%dT%H:%M:%SZ ", &utc);
+  }
+  void cut(size_t columns) { text[std::min(length, columns)] = '\0'; }
+  const char* c_str() const { return text; }
+};
+
+void describe(const Snapshot& s, Ticks start, Line& line) {
+  line.add("%.1f s, %lld conflicts, %lld restarts, %lld learnt", seconds(wallTicks() - start),
+           static_cast<long long>(s.conflicts), static_cast<long long>(s.restarts),
+           static_cast<long long>(s.learnt));
+  if (s.best != nullptr)
+    line.add(", best objective %s at %.1f s", s.best, seconds(s.best_time - start));
+  if (s.bound != nullptr) line.add(", bound %s", s.bound);
+  if (s.gap) line.add(", gap %.2f %%", 100 * *s.gap);
 }
 
 } // namespace
@@ -96,11 +104,16 @@ Display::Display(const char* variable, void (*when_due)()) : start(wallTicks()) 
 }
 
 void Display::show(const Snapshot& snapshot) const {
-  const std::string text = describe(snapshot, start);
-  if (mode == Mode::log) std::fprintf(stderr, "c %s %s\n", stamp().c_str(), text.c_str());
-  if (mode != Mode::line || !inForeground()) return;
-  // A line that wraps could not be erased.
-  const std::string line = ("c " + text).substr(0, std::max<size_t>(1, terminalWidth() - 1));
+  if (mode == Mode::off || (mode == Mode::line && !inForeground())) return;
+  Line line;
+  line.add("c ");
+  if (mode == Mode::log) line.addTime();
+  describe(snapshot, start, line);
+  if (mode == Mode::log) {
+    std::fprintf(stderr, "%s\n", line.c_str());
+    return;
+  }
+  line.cut(std::max<size_t>(1, terminalWidth() - 1)); // a line that wraps could not be erased
   std::fprintf(stderr, "\r%s\033[K", line.c_str());
   shown = true;
 }

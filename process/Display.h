@@ -5,7 +5,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <string>
 
 #include "Clock.h"
 
@@ -16,11 +15,11 @@ namespace process {
 struct Snapshot {
   std::int64_t conflicts = 0;
   std::int64_t restarts = 0;
-  std::int64_t learnt = 0; ///< constraints kept
-  std::string best = {};   ///< value of the best solution, empty before the first
-  Ticks best_time = 0;     ///< when it was found, by `wallTicks`
-  std::string bound = {};  ///< what no solution can be better than, empty if nothing is known
-  std::optional<double> gap = {}; ///< between the two, as a share of the best value
+  std::int64_t learnt = 0;     ///< constraints kept
+  const char* best = nullptr;  ///< value of the best solution, null before the first
+  Ticks best_time = 0;         ///< when it was found, by `wallTicks`
+  const char* bound = nullptr; ///< what no solution can be better than, null if nothing is known
+  std::optional<double> gap{}; ///< between the two, as a share of the best value
 };
 
 /// Shows snapshots. On a terminal it is one line, refreshed at most five times a second and erased

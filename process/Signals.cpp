@@ -60,8 +60,10 @@ void catchStopSignals(void (*on_stop)()) {
     if (sigaction(s, nullptr, &inherited) == 0 && inherited.sa_handler != SIG_IGN)
       sigaction(s, &action, nullptr);
   }
-  std::signal(SIGPIPE, SIG_IGN);
-  std::signal(SIGXFSZ, SIG_IGN);
+  action.sa_handler = SIG_IGN;
+  action.sa_flags = 0;
+  sigaction(SIGPIPE, &action, nullptr);
+  sigaction(SIGXFSZ, &action, nullptr);
 }
 
 int stopSignal() {

@@ -2,6 +2,8 @@
 /// What the program tells a search and shows of it.
 #include "Progress.h"
 
+#include <cstdio>
+
 #include "Interrupt.h"
 #include "process/Signals.h"
 
@@ -13,8 +15,10 @@ void Progress::onReportDue(const Solver& S) {
   snapshot.conflicts = S.stats.conflicts;
   snapshot.restarts = S.stats.starts - 1;
   snapshot.learnt = S.nLearnts() + S.pb_nLearnts();
+  char value[16];
   if (S.solutionFound()) {
-    snapshot.best = std::to_string(S.objectiveValue());
+    std::snprintf(value, sizeof value, "%d", S.objectiveValue());
+    snapshot.best = value;
     snapshot.best_time = solution_time;
   }
   display.show(snapshot);
