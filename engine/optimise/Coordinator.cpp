@@ -111,7 +111,7 @@ Verdict Coordinator::run(Listener* listener) {
   for (;;) {
     const std::uint64_t before = search.work();
     if (options.solution_phases) search.decisions().useSolution(slices % 4 == 3);
-    const std::uint64_t conflicts = slices == 0 ? first_slice : slice;
+    const std::uint64_t conflicts = options.paced(slices == 0 ? first_slice : slice);
     const SliceEnd end = turn == Strategy::linear ? linearSlice(listener, conflicts)
                                                   : coreSlice(listener, conflicts);
     slices++;

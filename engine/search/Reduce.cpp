@@ -66,7 +66,7 @@ void Search::reduce() {
   markReasons(false);
   propagation.collect(&objective);
   // Arithmetic progression of the distances.
-  next_reduction = count.conflicts + reduction_interval * (count.reductions + 1);
+  next_reduction = count.conflicts + options.paced(reduction_interval) * (count.reductions + 1);
 }
 
 } // namespace estoc

@@ -27,7 +27,8 @@ void Search::restart() {
   switchMode();
   if (options.rephase && count.conflicts >= next_rephase) rephase();
   next_restart =
-      count.conflicts + (decider.isStable() ? stable_interval * luby.next() : focused_interval);
+      count.conflicts +
+      (decider.isStable() ? options.paced(stable_interval) * luby.next() : focused_interval);
 }
 
 /// The first mode lasts some conflicts; the work it took, times the square of the number of pairs
@@ -36,7 +37,7 @@ void Search::restart() {
 void Search::switchMode() {
   if (!options.stable_mode || !options.focused_mode) return;
   if (mode_length == 0) {
-    if (count.conflicts < first_mode_conflicts) return;
+    if (count.conflicts < options.paced(first_mode_conflicts)) return;
     mode_length = work();
   } else if (work() < mode_end) {
     return;
@@ -57,7 +58,7 @@ void Search::rephase() {
                                      Rephase::best, Rephase::solution, Rephase::inverted};
   decider.rephase(rephases < 2 ? first[rephases] : turn[(rephases - 2) % 6]);
   rephases++;
-  next_rephase = count.conflicts + rephase_interval * (rephases + 1);
+  next_rephase = count.conflicts + options.paced(rephase_interval) * (rephases + 1);
 }
 
 } // namespace estoc

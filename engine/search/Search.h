@@ -106,9 +106,9 @@ class Search final : private UnassignListener {
   std::uint64_t mode_length = 0;
   std::uint64_t mode_start = 0;
   std::uint64_t mode_count = 0;
-  std::uint64_t next_rephase = 1000;
+  std::uint64_t next_rephase = options.paced(1000);
   std::uint64_t rephases = 0;
-  std::uint64_t next_reduction = 2000;
+  std::uint64_t next_reduction = options.paced(2000);
   int simplified = 0; ///< facts at the last `removeSatisfied`
 
   void onUnassign(Lit was_true) override { decider.onUnassign(was_true); }

@@ -18,6 +18,14 @@ struct Options {
   bool minimise = true;        ///< minimise learnt clauses
   bool core_guided = true;     ///< raise the lower bound by cores in part of the search
   int smallest_width = 0;      ///< 0 to 3: derive with at least 32, 64, 128 bits, without bound
+  /// For tests: what happens every so many conflicts happens this many times as often, so that
+  /// small problems see it, too.
+  std::uint64_t pace = 1;
+
+  /// An interval of `conflicts`, at that pace.
+  std::uint64_t paced(std::uint64_t conflicts) const {
+    return conflicts > pace ? conflicts / pace : 1;
+  }
 };
 
 } // namespace estoc
