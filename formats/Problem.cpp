@@ -49,11 +49,11 @@ bool Rows::hasName(std::string_view name) const {
   if (!name.starts_with(made_up_prefix)) return false;
   const std::optional<Int> ordinal = parseInt(name.substr(made_up_prefix.size()));
   if (!ordinal) return false;
-  const Packed* const end = packed.data() + packed.size();
+  const Packed* const behind = packed.data() + packed.size();
   const Packed* const found =
-      std::lower_bound(packed.data(), end, *ordinal,
+      std::lower_bound(packed.data(), behind, *ordinal,
                        [](const Packed& row, Int wanted) { return row.ordinal < wanted; });
-  return found != end && found->label < 0 && found->ordinal != 0 &&
+  return found != behind && found->label < 0 && found->ordinal != 0 &&
          madeUpName(found->ordinal) == name;
 }
 

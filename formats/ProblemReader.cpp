@@ -16,8 +16,9 @@ Result<Problem> readProblem(std::string_view text) {
   if (opb) return opb;
   const Place& a = star.error().place;
   const Place& b = opb.error().place;
-  if (std::pair(a.line, a.column) > std::pair(b.line, b.column)) return star;
-  return opb;
+  const bool star_got_further = std::pair(a.line, a.column) > std::pair(b.line, b.column);
+  // cppcheck-suppress duplicateValueTernary ; two objects of one type, not one value
+  return std::move(star_got_further ? star : opb);
 }
 
 } // namespace formats

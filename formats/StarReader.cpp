@@ -91,7 +91,7 @@ class Reader {
   struct {
     Place place;
     size_t word;
-  } name_marks[TermBatch::capacity];
+  } name_marks[TermBatch::capacity] = {};
   Error error;
 
   bool fail(std::string message, Place where) {
@@ -136,8 +136,10 @@ class Reader {
       return fail("word length exceeds " + std::to_string(longest_word) + " characters",
                   word_place);
     if (next == text.size()) {
-      ended = word.empty();
-      if (ended) count--;
+      if (word.empty()) {
+        ended = true;
+        count--;
+      }
       return true;
     }
     const Place where = here();
@@ -362,9 +364,9 @@ class Reader {
   bool readForm(Terms& terms) {
     builder.begin(terms);
     bool broken = false;
-    const bool read = readTerms(broken);
+    const bool complete = readTerms(broken);
     // What is wrong with the terms that have gathered comes before whatever stopped the reading.
-    if (!enterTerms() || !read) return false;
+    if (!enterTerms() || !complete) return false;
     if (broken) builder.abandon();
     return true;
   }
