@@ -69,7 +69,7 @@ Verdict Solver::solve(const std::vector<Lit>& assumptions, Listener* listener) {
     if (listener != nullptr) listener->onSolution(in.solution, 0, Strategy::linear);
     return Verdict::satisfiable;
   case Outcome::core:
-    for (const WideTerm& t : in.search.core().terms) in.core.push_back(~t.literal);
+    for (const auto& t : in.search.core().terms) in.core.push_back(~t.literal);
     return Verdict::unsatisfiable;
   case Outcome::unsatisfiable:
     return Verdict::unsatisfiable;

@@ -45,17 +45,34 @@ struct Cardinality : Header {
   static std::size_t bytes(std::size_t size) { return sizeof(Cardinality) + size * sizeof(Lit); }
 };
 
-/// sum coefficient * literal >= degree, with positive coefficients in falling order.
+/// sum coefficient * literal >= degree, with positive coefficients in falling order. The literals
+/// are watched all of them, or with `partial` some: these alone have a slack of at least the
+/// largest coefficient, or else (`exhausted`) all others are false.
 template <class C, class S> struct General : Header {
   using Coefficient = C;
   using Sum = S;
-  S slack; ///< sum over the literals not yet seen falsified, less the degree
+  S slack; ///< sum over the watched literals not yet seen falsified, less the degree
   S degree;
   std::uint32_t cursor; ///< the terms before it, while they exceed the slack, are assigned
+  std::uint32_t scan;   ///< where the search for more literals to watch goes on
+  bool partial;
+  bool exhausted;
   Term<C>* terms() { return reinterpret_cast<Term<C>*>(this + 1); }
   const Term<C>* terms() const { return reinterpret_cast<const Term<C>*>(this + 1); }
   C largest() const { return terms()[0].coefficient; }
-  static std::size_t bytes(std::size_t size) { return sizeof(General) + size * sizeof(Term<C>); }
+  /// With `partial`: a bit for each term, whether it is watched.
+  bool isWatched(std::uint32_t i) const { return (bits()[i / 32] >> (i % 32) & 1U) != 0; }
+  void watch(std::uint32_t i) { bits()[i / 32] |= 1U << (i % 32); }
+  void unwatch(std::uint32_t i) { bits()[i / 32] &= ~(1U << (i % 32)); }
+  static std::size_t bytes(std::size_t size) {
+    return sizeof(General) + size * sizeof(Term<C>) + (size + 31) / 32 * sizeof(std::uint32_t);
+  }
+
+ private:
+  std::uint32_t* bits() { return reinterpret_cast<std::uint32_t*>(terms() + size); }
+  const std::uint32_t* bits() const {
+    return reinterpret_cast<const std::uint32_t*>(terms() + size);
+  }
 };
 using General32 = General<std::int32_t, std::int64_t>;
 using General64 = General<std::int64_t, Int128>;

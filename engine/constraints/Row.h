@@ -11,10 +11,14 @@ namespace estoc {
 
 /// sum coefficient * literal >= degree. In normal form the coefficients are positive, no larger
 /// than the degree, in falling order, and no variable occurs twice.
-struct Row {
-  std::vector<WideTerm> terms;
-  Int128 degree = 0;
+template <class C, class D> struct RowOf {
+  std::vector<Term<C>> terms;
+  D degree = 0;
 };
+/// As problems state them.
+using Row = RowOf<Int128, Int128>;
+/// As conflict analysis learns them.
+using LearntRow = RowOf<std::int32_t, std::int64_t>;
 
 } // namespace estoc
 

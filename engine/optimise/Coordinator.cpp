@@ -108,6 +108,7 @@ Coordinator::SliceEnd Coordinator::coreSlice(Listener* listener, std::uint64_t c
 
 Verdict Coordinator::run(Listener* listener) {
   Strategy turn = Strategy::linear;
+  int streak = 0; ///< slices in a row that have moved a bound
   for (;;) {
     const std::uint64_t before = search.work();
     if (options.solution_phases) search.decisions().useSolution(slices % 4 == 3);
@@ -129,7 +130,9 @@ Verdict Coordinator::run(Listener* listener) {
       break;
     }
     if (!options.core_guided) continue;
-    if (end == SliceEnd::moved && slices % 8 != 0) continue;
+    streak = end == SliceEnd::moved ? streak + 1 : 0;
+    if (streak > 0 && streak < 4) continue;
+    streak = 0;
     turn = work_of[0] <= work_of[1] ? Strategy::linear : Strategy::core_guided;
   }
 }

@@ -14,24 +14,24 @@ namespace {
 /// than k of its literals cannot reach the degree. Then coefficients are cut to the k-th
 /// (weakening), light literals that the degree can spare are left out (weakening), and division by
 /// the k-th coefficient does the rest.
-void toCardinality(Row& row) {
-  std::vector<WideTerm>& terms = row.terms;
-  Int128 sum = 0;
+void toCardinality(LearntRow& row) {
+  auto& terms = row.terms;
+  std::int64_t sum = 0;
   std::size_t k = 0;
   while (sum < row.degree) sum += terms[k++].coefficient;
-  const Int128 divisor = terms[k - 1].coefficient;
+  const std::int32_t divisor = terms[k - 1].coefficient;
   for (std::size_t i = 0; i + 1 < k; i++) {
     row.degree -= terms[i].coefficient - divisor;
     terms[i].coefficient = divisor;
   }
-  Int128 spare = row.degree - 1 - static_cast<Int128>(k - 1) * divisor;
+  std::int64_t spare = row.degree - 1 - static_cast<std::int64_t>(k - 1) * divisor;
   assert(spare >= 0);
   while (terms.size() > k && terms.back().coefficient <= spare) {
     spare -= terms.back().coefficient;
     terms.pop_back();
   }
-  for (WideTerm& t : terms) t.coefficient = 1;
-  row.degree = static_cast<Int128>(k);
+  for (auto& t : terms) t.coefficient = 1;
+  row.degree = static_cast<std::int64_t>(k);
 }
 
 } // namespace
@@ -110,19 +110,22 @@ bool CoreGuided::spend(Lit l, Int128 amount) {
   return extend(index);
 }
 
-bool CoreGuided::refine(const Row& core) {
-  Row row = core;
+bool CoreGuided::refine(const LearntRow& core) {
+  LearntRow row = core;
   toCardinality(row);
-  if (!search.addRow(row)) return false;
+  Row wide;
+  for (const auto& t : row.terms) wide.terms.push_back({t.coefficient, t.literal});
+  wide.degree = row.degree;
+  if (!search.addRow(std::move(wide))) return false;
   Int128 least = weights[row.terms[0].literal.index()];
-  for (const WideTerm& t : row.terms) least = std::min(least, weights[t.literal.index()]);
+  for (const auto& t : row.terms) least = std::min(least, weights[t.literal.index()]);
   assert(least > 0);
   lower += least * row.degree;
-  for (const WideTerm& t : row.terms)
+  for (const auto& t : row.terms)
     if (!spend(t.literal, least)) return false;
-  if (row.degree < static_cast<Int128>(row.terms.size())) {
+  if (row.degree < static_cast<std::int64_t>(row.terms.size())) {
     Counter counter;
-    for (const WideTerm& t : row.terms) counter.literals.push_back(t.literal);
+    for (const auto& t : row.terms) counter.literals.push_back(t.literal);
     counter.weight = least;
     counter.reached = static_cast<std::size_t>(row.degree);
     counters.push_back(std::move(counter));

@@ -31,7 +31,7 @@ class CoreGuided {
   /// What is to be assumed now, heaviest first.
   std::vector<Lit> assumptions() const;
   /// Takes a core of these assumptions in; goes back to level 0. False when there is no solution.
-  bool refine(const Row& core);
+  bool refine(const LearntRow& core);
   /// Assumes more literals from now on. False when all are assumed already.
   bool lowerThreshold();
   /// Fixes literals that cannot be true in a solution of a cost below `upper`. Goes back to level 0

@@ -76,6 +76,40 @@ template <class G> void Propagation::implyGeneral(G& g, Ref ref) {
   g.cursor = i;
 }
 
+/// A watched literal, term number `index`, has become false. Watches others instead, as many as it
+/// takes; if there are not enough, the constraint implies what it can. False when it is falsified.
+/// `keep` tells whether the entry stays. Source: Devriendt, Watched propagation of 0-1 integer
+/// linear constraints (2020).
+bool Propagation::visitPartial(General32& g, Ref ref, std::uint32_t index, bool& keep) {
+  const Term<std::int32_t>* const terms = g.terms();
+  g.slack -= terms[index].coefficient;
+  const std::int64_t wanted = g.largest();
+  if (g.slack < wanted && !g.exhausted) {
+    std::uint32_t i = g.scan;
+    std::uint32_t looked = 0;
+    for (; looked < g.size && g.slack < wanted; looked++) {
+      if (!g.isWatched(i) && trail.value(terms[i].literal) >= 0) {
+        g.watch(i);
+        g.slack += terms[i].coefficient;
+        rows[terms[i].literal.index()].push(RowWatch(ref, false, i));
+      }
+      if (++i == g.size) i = 0;
+    }
+    g.scan = i;
+    done.terms += looked;
+    g.exhausted = g.slack < wanted;
+  }
+  if (g.slack >= wanted) {
+    keep = false;
+    g.unwatch(index);
+    return true;
+  }
+  keep = true;
+  if (g.slack < 0) return false;
+  implyGeneral(g, ref);
+  return true;
+}
+
 /// Looks for another literal to watch instead of `falsified`, which stands at `place`. Without one
 /// all other watched literals are implied; false when one of them is false already. `keep` tells
 /// whether the entry stays.
@@ -129,6 +163,15 @@ Ref Propagation::propagateRows(Lit falsified) {
     Header& header = at(watch.ref());
     if (header.kind == Kind::general32) {
       auto& g = static_cast<General32&>(header);
+      if (g.partial) {
+        bool stays = true;
+        if (conflict != no_ref)
+          g.slack -= g.terms()[watch.detail].coefficient;
+        else if (!visitPartial(g, watch.ref(), watch.detail, stays))
+          conflict = watch.ref();
+        if (!stays) keep--;
+        continue;
+      }
       g.slack -= watch.detail;
       if (g.slack < g.largest() && conflict == no_ref) {
         if (g.slack < 0)
@@ -171,8 +214,10 @@ void Propagation::giveBack(Lit falsified) {
     Header& header = at(watch.ref());
     if (header.kind == Kind::general32) {
       auto& g = static_cast<General32&>(header);
-      g.slack += watch.detail;
+      g.slack +=
+          g.partial ? g.terms()[watch.detail].coefficient : static_cast<std::int32_t>(watch.detail);
       g.cursor = 0;
+      g.exhausted = false;
       continue;
     }
     withGeneral(header, [&](auto& g) {

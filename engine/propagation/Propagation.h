@@ -23,10 +23,12 @@ class UnassignListener {
 };
 
 /// Constraints and trail. Clauses are watched by two literals, cardinalities by degree + 1 of
-/// them; general constraints count: each keeps the sum over the literals that it has not yet seen
+/// them. General constraints count: each keeps the sum over the literals that it has not yet seen
 /// falsified, less its degree (its slack), and implies every literal with a larger coefficient.
-/// A literal is seen once propagation has come to it on the trail. Clauses are propagated before
-/// rows (cardinalities and general constraints), since they are cheaper.
+/// Where few literals reach degree and largest coefficient together, only these are counted, and
+/// others as they become false. A literal is seen once propagation has come to it on the trail.
+/// Clauses are propagated before rows (cardinalities and general constraints), since they are
+/// cheaper.
 class Propagation {
  public:
   /// What has been done so far, for statistics and for budgets.
@@ -46,7 +48,7 @@ class Propagation {
   /// Stores and attaches `row`, which is in normal form without variables assigned at level 0 (the
   /// current level may be another one), has at least two terms and a degree of at least 1. `glue`
   /// counts for learnt constraints only. The constraint may imply something at once: call `imply`.
-  Ref add(const Row& row, bool learnt, unsigned glue);
+  template <class C, class D> Ref add(const RowOf<C, D>& row, bool learnt, unsigned glue);
   /// The same for a clause of at least two literals, which need no order.
   Ref addClause(const Lit* literals, std::size_t size, bool learnt, unsigned glue);
   /// The same for a row that stays a general constraint whatever it looks like and whose degree can
@@ -104,14 +106,16 @@ class Propagation {
   Work done;
 
   template <class T> T& create(Kind kind, std::size_t size, bool learnt, unsigned glue, Ref& ref);
-  template <class G> Ref addGeneral(Kind kind, const Row& row, bool learnt, unsigned glue);
-  Ref addCardinality(const Row& row, bool learnt, unsigned glue);
+  template <class G, class R> Ref addGeneral(Kind kind, const R& row, bool learnt, unsigned glue);
+  template <class R> Ref addCardinality(const R& row, bool learnt, unsigned glue);
   void watchFirst(Lit* literals, std::size_t size, std::size_t count);
 
   Ref propagateClauses(Lit falsified);
   Ref propagateRows(Lit falsified);
   bool visitCardinality(Ref ref, std::uint32_t place, Lit falsified, bool& keep);
   template <class G> void implyGeneral(G& g, Ref ref);
+  bool visitPartial(General32& g, Ref ref, std::uint32_t index, bool& keep);
+  bool watchSome(General32& g, Ref ref);
   void giveBack(Lit falsified);
 };
 

@@ -54,7 +54,7 @@ Ref Propagation::addClause(const Lit* literals, std::size_t size, bool learnt, u
   return ref;
 }
 
-Ref Propagation::addCardinality(const Row& row, bool learnt, unsigned glue) {
+template <class R> Ref Propagation::addCardinality(const R& row, bool learnt, unsigned glue) {
   const std::size_t size = row.terms.size();
   Ref ref = no_ref;
   auto& c = create<Cardinality>(Kind::cardinality, size, learnt, glue, ref);
@@ -68,8 +68,8 @@ Ref Propagation::addCardinality(const Row& row, bool learnt, unsigned glue) {
   return ref;
 }
 
-template <class G>
-Ref Propagation::addGeneral(Kind kind, const Row& row, bool learnt, unsigned glue) {
+template <class G, class R>
+Ref Propagation::addGeneral(Kind kind, const R& row, bool learnt, unsigned glue) {
   using C = typename G::Coefficient;
   using S = typename G::Sum;
   Ref ref = no_ref;
@@ -77,10 +77,12 @@ Ref Propagation::addGeneral(Kind kind, const Row& row, bool learnt, unsigned glu
   g.degree = static_cast<S>(row.degree);
   g.slack = -g.degree;
   auto* const terms = g.terms();
+  for (std::uint32_t i = 0; i < g.size; i++)
+    terms[i] = {static_cast<C>(row.terms[i].coefficient), row.terms[i].literal};
+  if constexpr (std::is_same_v<G, General32>)
+    if (learnt && watchSome(g, ref)) return ref;
   for (std::uint32_t i = 0; i < g.size; i++) {
-    const WideTerm& t = row.terms[i];
-    terms[i] = {static_cast<C>(t.coefficient), t.literal};
-    const Lit l = t.literal;
+    const Lit l = terms[i].literal;
     if (!trail.isFalse(l) || trail.position(l.var()) >= row_head) g.slack += terms[i].coefficient;
     rows[l.index()].push(
         RowWatch(ref, false,
@@ -89,22 +91,67 @@ Ref Propagation::addGeneral(Kind kind, const Row& row, bool learnt, unsigned glu
   return ref;
 }
 
-Ref Propagation::add(const Row& row, bool learnt, unsigned glue) {
+/// Watches as few literals as suffice. False, with nothing done, if that is most of them: then
+/// counting all is cheaper.
+bool Propagation::watchSome(General32& g, Ref ref) {
+  const Term<std::int32_t>* const terms = g.terms();
+  const std::int64_t wanted = g.degree + g.largest();
+  const std::size_t most = static_cast<std::size_t>(g.size) * 3 / 5;
+  // Literals that are not false, heavy ones first; then those that have been false for the shortest
+  // time, so that going back brings these back first.
+  std::vector<std::uint32_t> chosen;
+  std::vector<std::pair<int, std::uint32_t>> falsified; // negated position, index
+  std::int64_t sum = 0;
+  for (std::uint32_t i = 0; i < g.size && sum < wanted; i++) {
+    const Lit l = terms[i].literal;
+    if (trail.isFalse(l)) {
+      falsified.emplace_back(-trail.position(l.var()), i);
+      continue;
+    }
+    chosen.push_back(i);
+    sum += terms[i].coefficient;
+    if (chosen.size() > most) return false;
+  }
+  const bool enough = sum >= wanted;
+  if (!enough) {
+    std::sort(falsified.begin(), falsified.end());
+    for (std::size_t i = 0; i < falsified.size() && sum < wanted; i++) {
+      chosen.push_back(falsified[i].second);
+      sum += terms[falsified[i].second].coefficient;
+    }
+    if (chosen.size() > most) return false;
+  }
+  g.partial = true;
+  g.exhausted = !enough;
+  for (std::uint32_t i = 0; i < g.size; i++) g.unwatch(i);
+  for (const std::uint32_t i : chosen) {
+    const Lit l = terms[i].literal;
+    g.watch(i);
+    if (!trail.isFalse(l) || trail.position(l.var()) >= row_head) g.slack += terms[i].coefficient;
+    rows[l.index()].push(RowWatch(ref, false, i));
+  }
+  return true;
+}
+
+template <class C, class D>
+Ref Propagation::add(const RowOf<C, D>& row, bool learnt, unsigned glue) {
   assert(row.terms.size() >= 2 && row.degree >= 1);
-  const Int128 largest = row.terms.front().coefficient;
+  const C largest = row.terms.front().coefficient;
   if (largest == 1 && row.degree == 1) {
     std::vector<Lit> literals;
     literals.reserve(row.terms.size());
-    for (const WideTerm& t : row.terms) literals.push_back(t.literal);
+    for (const auto& t : row.terms) literals.push_back(t.literal);
     return addClause(literals.data(), literals.size(), learnt, glue);
   }
-  if (largest == 1 && row.degree < static_cast<Int128>(row.terms.size()))
+  if (largest == 1 && row.degree < static_cast<D>(row.terms.size()))
     return addCardinality(row, learnt, glue);
   const int bits = bitLength(largest);
   if (bits <= 31) return addGeneral<General32>(Kind::general32, row, learnt, glue);
   if (bits <= 63) return addGeneral<General64>(Kind::general64, row, learnt, glue);
   return addGeneral<General128>(Kind::general128, row, learnt, glue);
 }
+template Ref Propagation::add(const Row& row, bool learnt, unsigned glue);
+template Ref Propagation::add(const LearntRow& row, bool learnt, unsigned glue);
 
 Ref Propagation::addObjective(const Row& row) {
   Int128 sum = 0;

@@ -2,12 +2,15 @@
 /// Conflict analysis by cutting planes; its beginning and its end.
 #include "Analyzer.h"
 
+#include "constraints/SortTerms.h"
+
 namespace estoc {
 
 void Analyzer::addVariable() {
   seen.push_back(0);
   redundancy.push_back(0);
   level_stamps.resize(seen.size() + 1);
+  level_sums.resize(seen.size() + 1);
 }
 
 /// A learnt constraint that is of use survives the next reductions.
@@ -79,22 +82,28 @@ template <class W> Analyzer::Standing Analyzer::standingBelow(const Expression<W
 
 /// The lowest level at which e is falsified; it is at the current one.
 template <class W> int Analyzer::lowestFalsified(const Expression<W>& e) {
-  std::vector<std::pair<int, Var>> falsified;
-  typename W::Degree slack = -e.degree();
-  for (const Var v : e.variables()) {
-    if (!e.occurs(v)) continue;
-    slack += e.magnitude(v);
-    if (isFalsified(e.literal(v))) falsified.emplace_back(trail.level(v), v);
-  }
+  int latest = 0;
+  typename W::Degree slack = -e.degree(); // below the latest level
+  for (const Var v : e.variables())
+    if (e.occurs(v) && isFalsified(e.literal(v))) latest = std::max(latest, trail.level(v));
+  for (const Var v : e.variables())
+    if (e.occurs(v) && !(isFalsified(e.literal(v)) && trail.level(v) < latest))
+      slack += e.magnitude(v);
   steps += e.variables().size();
+  if (slack >= 0) return latest;
+
+  std::vector<std::pair<int, Var>> falsified;
+  for (const Var v : e.variables())
+    if (e.occurs(v) && isFalsified(e.literal(v)) && trail.level(v) < latest)
+      falsified.emplace_back(trail.level(v), v);
   std::sort(falsified.begin(), falsified.end());
-  if (slack < 0) return 0;
-  for (const auto& [l, v] : falsified) {
-    slack -= e.magnitude(v);
-    if (slack < 0) return l;
+  while (!falsified.empty()) { // backwards: what is falsified at the level and before suffices
+    const auto [l, v] = falsified.back();
+    slack += e.magnitude(v);
+    if (slack >= 0) return l;
+    falsified.pop_back();
   }
-  assert(false);
-  return trail.level();
+  return 0;
 }
 
 /// Brings coefficients down to `bits` bits. What is not falsified is weakened until the divisor
@@ -202,7 +211,8 @@ template <class W> bool Analyzer::addReason(Expression<W>& e, Lit implied) {
       } else if (falsifiedBefore(l)) {
         rounded.push_back({divisor == 1 ? a : ceilDiv(a, divisor), l});
       } else {
-        const N quotient = divisor == 1 ? a : a / divisor;
+        const N rest = divisor == 1 ? N(0) : a % divisor;
+        const N quotient = rest != 0 && weaken_fully ? N(0) : a / divisor;
         degree -= a - quotient * divisor;
         if (quotient != 0) rounded.push_back({quotient, l});
       }
@@ -269,53 +279,59 @@ void Analyzer::widen() {
 }
 
 /// Takes the row out of e, in normal form.
-template <class W> void Analyzer::extract(Expression<W>& e, Row& row) {
+template <class W> void Analyzer::extract(Expression<W>& e, LearntRow& row) {
   e.tighten();
   row.terms.clear();
-  Int128 divisor = 0;
+  std::int32_t divisor = 0;
   for (const Var v : e.variables()) {
-    const auto a = static_cast<Int128>(e.magnitude(v));
+    const auto a = static_cast<std::int32_t>(e.magnitude(v));
     row.terms.push_back({a, e.literal(v)});
     if (divisor != 1) divisor = greatestCommonDivisor(divisor, a);
   }
-  row.degree = static_cast<Int128>(e.degree());
+  row.degree = static_cast<std::int64_t>(e.degree());
   if (divisor > 1) {
-    for (WideTerm& t : row.terms) t.coefficient /= divisor;
-    row.degree = ceilDiv(row.degree, divisor);
+    for (auto& t : row.terms) t.coefficient /= divisor;
+    row.degree = ceilDiv(row.degree, std::int64_t{divisor});
   }
-  std::stable_sort(row.terms.begin(), row.terms.end(), [](const WideTerm& a, const WideTerm& b) {
-    return a.coefficient > b.coefficient;
-  });
+  if (e.bound() != divisor) sortByCoefficient(row.terms, spare_terms); // else all are 1 now
   e.clear();
 }
 
 /// The lowest level at which `row` implies something.
-int Analyzer::assertionLevel(const Row& row) {
-  std::vector<std::pair<int, std::size_t>> falsified; // level, index
-  Int128 slack = -row.degree;
-  for (std::size_t i = 0; i < row.terms.size(); i++) {
-    slack += row.terms[i].coefficient;
-    const Lit l = row.terms[i].literal;
-    if (isFalsified(l) && trail.level(l.var()) < level)
-      falsified.emplace_back(trail.level(l.var()), i);
+int Analyzer::assertionLevel(const LearntRow& row) {
+  std::vector<int> levels; // at which something of the row is falsified
+  std::int64_t slack = -row.degree;
+  for (const auto& t : row.terms) {
+    slack += t.coefficient;
+    const Var v = t.literal.var();
+    if (!isFalsified(t.literal) || trail.level(v) >= level) continue;
+    std::int64_t& sum = level_sums[static_cast<std::size_t>(trail.level(v))];
+    if (sum == 0) levels.push_back(trail.level(v));
+    sum += t.coefficient;
   }
-  std::sort(falsified.begin(), falsified.end());
+  std::sort(levels.begin(), levels.end());
   std::size_t largest = 0; // the first term that is not assigned at the level looked at
+  int found = level - 1;
   std::size_t next = 0;
   for (int l = 0;;) {
-    for (; next < falsified.size() && falsified[next].first <= l; next++)
-      slack -= row.terms[falsified[next].second].coefficient;
+    if (next < levels.size() && levels[next] == l) {
+      slack -= level_sums[static_cast<std::size_t>(l)];
+      next++;
+    }
     while (largest < row.terms.size()) {
       const Var v = row.terms[largest].literal.var();
       if (!trail.isAssigned(v) || trail.level(v) > l) break;
       largest++;
     }
-    if (largest < row.terms.size() && row.terms[largest].coefficient > slack) return l;
-    if (next == falsified.size()) break;
-    l = falsified[next].first;
+    if (largest < row.terms.size() && row.terms[largest].coefficient > slack) {
+      found = l;
+      break;
+    }
+    assert(next < levels.size());
+    l = levels[next];
   }
-  assert(false);
-  return level - 1;
+  for (const int l : levels) level_sums[static_cast<std::size_t>(l)] = 0;
+  return found;
 }
 
 /// Runs `resolveRows` in the width at hand, and then in others as it asks.
@@ -376,19 +392,19 @@ bool Analyzer::analyze(Ref conflict, Learnt& out) {
   }
   if (!finish(out)) return false;
   std::vector<Lit> falsified;
-  for (const WideTerm& t : out.row.terms)
+  for (const auto& t : out.row.terms)
     if (isFalsified(t.literal)) falsified.push_back(t.literal);
   out.glue = countLevels(falsified);
   out.is_clause = out.row.degree == 1;
   out.level = assertionLevel(out.row);
   if (out.is_clause) {
     out.clause.clear();
-    for (const WideTerm& t : out.row.terms) out.clause.push_back(t.literal);
+    for (const auto& t : out.row.terms) out.clause.push_back(t.literal);
   }
   return true;
 }
 
-void Analyzer::explainFailure(Lit assumed, Row& core) {
+void Analyzer::explainFailure(Lit assumed, LearntRow& core) {
   assert(trail.isFalse(assumed) && trail.level(assumed.var()) > 0);
   core.terms.clear();
   if (trail.reason(assumed.var()) == no_ref) { // decided the other way

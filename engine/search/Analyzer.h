@@ -16,7 +16,7 @@ namespace estoc {
 struct Learnt {
   bool is_clause = false;
   std::vector<Lit> clause; ///< if `is_clause`
-  Row row;                 ///< otherwise, in normal form
+  LearntRow row;           ///< otherwise, in normal form
   int level = 0;           ///< the lowest level at which it implies something
   unsigned glue = 0;       ///< decision levels among its falsified literals
 };
@@ -38,13 +38,15 @@ class Analyzer {
   void addVariable();
   /// For tests: the width (0 to 3) below which no derivation starts.
   void setSmallestWidth(int w) { smallest_width = w; }
+  /// Whether what does not fit the divisor leaves a reason as a whole, or only as far as needed.
+  void setWeakenFully(bool fully) { weaken_fully = fully; }
 
   /// Analyses the conflict that `conflict` is falsified. False when this shows that there is no
   /// solution at all; otherwise `out` holds what has been learnt.
   bool analyze(Ref conflict, Learnt& out);
   /// `assumed` is a literal that the decisions below have made false. Derives into `core` a row,
   /// over negated decisions and ~`assumed` only, that these falsify.
-  void explainFailure(Lit assumed, Row& core);
+  void explainFailure(Lit assumed, LearntRow& core);
 
   /// Literals and terms handled, for budgets.
   std::uint64_t work() const { return steps; }
@@ -54,6 +56,7 @@ class Analyzer {
   const Trail& trail;
   Decider& decider;
   int smallest_width = 0;
+  bool weaken_fully = false;
   std::uint64_t steps = 0;
 
   // The state of one analysis
@@ -92,6 +95,7 @@ class Analyzer {
   Expression<Unbounded> unbounded;
   std::vector<Term<std::int64_t>> rounded64;
   std::vector<Term<Int128>> rounded128;
+  std::vector<Term<std::int32_t>> spare_terms;
   enum class RowResult { done, contradiction, widen, shrink };
   enum class Standing { open, implying, falsified };
 
@@ -105,7 +109,7 @@ class Analyzer {
   template <class W> int lowestFalsified(const Expression<W>& e);
   template <class W> void reduce(Expression<W>& e, int bits);
   template <class W> void load(Expression<W>& e, Ref ref);
-  template <class W> void extract(Expression<W>& e, Row& row);
+  template <class W> void extract(Expression<W>& e, LearntRow& row);
   template <class W> bool isFalsifiedSum(const Expression<W>& e) const;
   /// Calls `f` with the expression of width number w, which has room for all variables then.
   template <class F> void withWidth(std::size_t w, F&& f) {
@@ -129,7 +133,9 @@ class Analyzer {
     // On the way to the decisions these stay when the rest of the trail has been resolved.
     return position < at || (to_decisions && position < start && trail.reason(l.var()) == no_ref);
   }
-  int assertionLevel(const Row& row);
+  int assertionLevel(const LearntRow& row);
+  std::vector<std::int64_t>
+      level_sums; ///< per level: falsified coefficients, during `assertionLevel`
   void noteUse(Header& c);
   unsigned countLevels(const std::vector<Lit>& falsified);
   std::vector<std::uint32_t> level_stamps;

@@ -164,10 +164,10 @@ void Decider::endConflict() {
     increment /= decay;
   } else {
     // In their order so far, so that the queue keeps what older conflicts have taught.
-    std::sort(bumped.begin(), bumped.end(), [&](Var a, Var b) {
-      return links[static_cast<std::size_t>(a)].stamp < links[static_cast<std::size_t>(b)].stamp;
-    });
-    for (const Var v : bumped) moveToEnd(v);
+    by_stamp.clear();
+    for (const Var v : bumped) by_stamp.emplace_back(links[static_cast<std::size_t>(v)].stamp, v);
+    std::sort(by_stamp.begin(), by_stamp.end());
+    for (const auto& [stamp, v] : by_stamp) moveToEnd(v);
   }
   for (const Var v : bumped) is_bumped[static_cast<std::size_t>(v)] = 0;
   bumped.clear();

@@ -7,6 +7,7 @@
 #include "propagation/Trail.h"
 
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 namespace estoc {
@@ -87,6 +88,7 @@ class Decider {
   void append(Var v);
 
   std::vector<Var> bumped;
+  std::vector<std::pair<std::uint64_t, Var>> by_stamp;
   std::vector<char> is_bumped;
 
   // Phases: 1, -1, or 0 for none

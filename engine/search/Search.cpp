@@ -16,6 +16,7 @@ Search::Search(const Options& o, const std::atomic<bool>& interrupt)
     : options(o), interrupted(interrupt), propagation(*this), trail(propagation.assignment()),
       decider(trail), analyzer(propagation, decider) {
   analyzer.setSmallestWidth(options.smallest_width);
+  analyzer.setWeakenFully(options.weaken_fully);
   decider.setStable(!options.focused_mode);
 }
 
@@ -73,7 +74,10 @@ bool Search::install() {
   propagation.backjump(learnt.level);
   if (learnt.is_clause ? learnt.clause.size() == 1 : learnt.level == 0) {
     if (learnt.is_clause) return enqueueFacts(learnt.clause);
-    return addRow(std::move(learnt.row), true);
+    Row row; // level 0 may know more of it by now
+    for (const auto& t : learnt.row.terms) row.terms.push_back({t.coefficient, t.literal});
+    row.degree = learnt.row.degree;
+    return addRow(std::move(row), true);
   }
   Ref ref = no_ref;
   if (learnt.is_clause) {

@@ -62,7 +62,7 @@ class Search final : private UnassignListener {
   Outcome run(const std::vector<Lit>& assumptions, std::uint64_t conflicts);
   /// After `Outcome::core`: a row over negated assumptions that follows from the constraints and is
   /// falsified by the assumptions.
-  const Row& core() const { return failure; }
+  const LearntRow& core() const { return failure; }
   /// After `Outcome::model`, until anything is changed.
   bool modelValue(Var v) const { return trail.isTrue(Lit::of(v)); }
   void backToRoot() { propagation.backjump(0); }
@@ -93,7 +93,7 @@ class Search final : private UnassignListener {
   Ref objective = no_ref;
   bool objective_raised = false; ///< what it implies now has not been looked at
   std::vector<Lit> assumed;      ///< the assumptions that the trail's first levels belong to
-  Row failure;
+  LearntRow failure;
   Learnt learnt;
   std::vector<Lit> units;
 

@@ -15,6 +15,7 @@ struct Options {
   bool focused_mode = true;    ///< use the queue in part of the search
   bool rephase = true;         ///< return to the best or first phases now and then
   bool solution_phases = true; ///< in part of the search, prefer values of the best solution
+  bool weaken_fully = true;    ///< reasons lose literals that rounding would only keep in part
   bool minimise = true;        ///< minimise learnt clauses
   bool core_guided = true;     ///< raise the lower bound by cores in part of the search
   int smallest_width = 0;      ///< 0 to 3: derive with at least 32, 64, 128 bits, without bound
