@@ -58,7 +58,7 @@ size_t terminalWidth() {
 
 /// Text of bounded length; what goes beyond is left out.
 class Line {
-  char text[512];
+  char text[512] = "";
   size_t length = 0;
 
  public:

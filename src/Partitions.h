@@ -32,7 +32,7 @@ template <class T, class LessThan> class Partitions {
 
   [[gnu::noinline]] void buildIndex() {
     vec<int> order;
-    for (int place = 0; place < size; place++) order.push(place);
+    for (int i = 0; i < size; i++) order.push(i);
     int* const places = static_cast<int*>(order);
     std::sort(places, places + size, [this](int a, int b) { return lt(array[a], array[b]); });
     while (leaves < static_cast<size_t>(size)) leaves *= 2;

@@ -116,7 +116,7 @@ bool Propagation::visitPartial(General32& g, Ref ref, std::uint32_t index, bool&
 bool Propagation::visitCardinality(Ref ref, std::uint32_t place, Lit falsified, bool& keep) {
   auto& c = static_cast<Cardinality&>(at(ref));
   Lit* const literals = c.literals();
-  assert(literals[place] == falsified && place <= c.degree);
+  assert(place <= c.degree && literals[place] == falsified);
   const std::uint32_t first = c.degree + 1;
   std::uint32_t i = c.cursor;
   for (std::uint32_t looked = first; looked < c.size; looked++) {

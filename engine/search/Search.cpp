@@ -79,7 +79,7 @@ bool Search::install() {
     row.degree = learnt.row.degree;
     return addRow(std::move(row), true);
   }
-  Ref ref = no_ref;
+  Ref ref;
   if (learnt.is_clause) {
     ref = propagation.addClause(learnt.clause.data(), learnt.clause.size(), true, learnt.glue);
     count.learnt_clauses++;
