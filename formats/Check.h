@@ -1,6 +1,7 @@
 /// \file
-/// Holds assignments, and whole solver outputs, against a problem. Pure functions over 128-bit
-/// sums: nothing is simplified, nothing is trusted, nothing can wrap.
+/// Holds assignments, and whole solver outputs, against a problem as it was read, products and soft
+/// rows included. Pure functions over 128-bit sums: nothing is simplified, nothing is trusted,
+/// nothing can wrap.
 #ifndef QUILLON_FORMATS_CHECK_H
 #define QUILLON_FORMATS_CHECK_H
 
@@ -19,33 +20,43 @@ enum class Value : signed char { unset, negative, positive };
 /// A value for each variable, by number.
 using Assignment = std::vector<Value>;
 
-/// What an assignment makes of a problem's rows. A row uses the variables that have a coefficient
-/// other than 0 in it.
+/// What an assignment makes of a problem. A row or objective uses the variables that have a
+/// coefficient other than 0 in it.
 struct Evaluation {
   enum class Kind {
-    holds,       ///< every row holds
+    holds,       ///< every row holds, and the cost is below the top
     violated,    ///< `row` is the first row that does not hold, its form comes to `left`
-    undetermined ///< `row` is the first row that is not known to hold: it uses the unset `variable`
+    undetermined ///< not known to hold, or without a known objective: see `variable`
   };
   Kind kind = Kind::holds;
-  std::size_t row = 0; ///< index in `Problem::rows`
+  /// Where it does not hold or is undetermined: in a row, in a soft row, or in the objective, which
+  /// is violated when the cost `left` is not below the top.
+  enum class Part { row, soft_row, objective };
+  Part part = Part::row;
+  std::size_t row = 0; ///< index in `Problem::rows` or `Problem::soft`
   Int left = 0;
-  int variable = -1;
+  int variable = -1; ///< an unset variable that is used there
+  /// The objective's value, constant included, or the cost of violated soft rows, when the problem
+  /// has an objective and holds.
+  std::optional<Int> objective;
 };
 
-/// Evaluates the rows in order up to the first one that is violated or undetermined. `assignment`
-/// has an entry per variable. Linear in the size of the problem.
-Evaluation evaluate(const Problem& problem, const Assignment& assignment);
+/// Evaluates rows, objective and soft rows, in this order, up to the first one that is violated or
+/// undetermined; a soft row may be violated. `assignment` has an entry per variable; those of
+/// products are ignored, their factors count. Linear in the size of the problem.
+Evaluation evaluate(const Problem& problem, Assignment assignment);
 
 /// The sum of `form` under `assignment`. Without a value when a variable with a coefficient other
 /// than 0 is unset; its number is then stored in `unset` if that is not null.
 std::optional<Int> valueOf(Form form, const Assignment& assignment, int* unset = nullptr);
 
-/// The assignment that the value entries describe. An entry is a name of the problem, or "-" or "~"
-/// and a name; a name that is a key of `map` stands for the name it is mapped to, or for no
-/// variable of the problem. Names x1, x2, ... that the problem only declares are passed over, as is
-/// what stands for no variable. Fails at the first unknown name and at the first entry that
-/// contradicts an earlier one; repetitions are harmless.
+/// The assignment that the value entries describe, products left unset. An entry is a name of the
+/// problem, or "-" or "~" and a name; a name that is a key of `map` stands for the name it is
+/// mapped to, or for no variable of the problem. Names that the problem only declares are passed
+/// over, as is what stands for no variable. Fails at the first unknown name and at the first entry
+/// that contradicts an earlier one; repetitions are harmless. With a problem in a DIMACS format,
+/// "0" is no more than an end, and with WCNF one entry of a 0 or 1 for each declared variable gives
+/// all.
 Result<Assignment> assignmentOf(const Problem& problem, const std::vector<ValueEntry>& values,
                                 const NameMap& map = {});
 

@@ -286,6 +286,7 @@ class Reader {
       fail("there is neither a row nor an objective");
       return error;
     }
+    assembler.rest().format = Format::opb;
     return assembler.take();
   }
 };

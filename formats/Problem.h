@@ -1,17 +1,19 @@
 /// \file
-/// The problem model that every front end builds and every check reads: named 0-1 variables, an
-/// optional linear objective and linear rows, as the text states them, with nothing normalised.
-/// Nothing in it is allocated by itself: a problem is a handful of arrays.
+/// The problem model that every front end builds and every check reads: named 0-1 variables,
+/// products of their literals, an objective or soft rows, and rows, as the text states them, with
+/// nothing normalised. Nothing in it is allocated by itself: a problem is a handful of arrays.
 #ifndef QUILLON_FORMATS_PROBLEM_H
 #define QUILLON_FORMATS_PROBLEM_H
 
 #include "Integer.h"
 #include "Names.h"
+#include "Products.h"
 #include "Result.h"
 #include "Terms.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -104,16 +106,42 @@ struct Objective {
   Place place; ///< of the first character of the keyword
 };
 
+/// What a text is written in.
+enum class Format {
+  star, ///< our own
+  opb,
+  wbo,
+  cnf,
+  wcnf ///< either form
+};
+
+/// Rows that need not hold, each at a cost of 0 or more.
+struct SoftRows {
+  Rows rows;
+  Array<Int> costs; ///< of violating each row
+  /// What the costs of all violated rows must add up to less than.
+  std::optional<Int> top;
+};
+
 /// A problem. Invariant kept by the readers, and expected of everybody else who builds one: in the
 /// objective and in each row the magnitudes of all coefficients and of the bound or constant add
-/// up to an Int, so no evaluation can wrap.
+/// up to an Int, and so do all costs, each taken twice, and the top; so no evaluation can wrap.
 struct Problem {
+  Format format = Format::star;
+  /// Those of the text and, each behind its factors, the products.
   Names variables;
-  Objective objective;
-  Rows rows;
-  /// Variables x1 to x`declared` exist although they need not occur anywhere; outputs may mention
-  /// them. 0 when the text declares none.
+  Products products;
+  Objective objective; ///< none in WBO and WCNF, where the cost is to be minimised
+  Rows rows;           ///< all of them must hold
+  SoftRows soft;       ///< in WBO and WCNF only
+  /// Variables x1 to x`declared`, in DIMACS formats 1 to `declared`, exist although they need not
+  /// occur anywhere; outputs may mention them. 0 when the text declares none.
   Int declared = 0;
+
+  /// Whether violated soft rows have a cost, which is what is to be minimised.
+  bool hasCost() const { return format == Format::wbo || format == Format::wcnf; }
+  /// Whether one solution can be better than another.
+  bool hasObjective() const { return hasCost() || objective.sense != Sense::none; }
 };
 
 } // namespace formats

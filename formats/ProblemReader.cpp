@@ -5,9 +5,34 @@
 #include "OpbReader.h"
 #include "StarReader.h"
 
+#include <string>
 #include <utility>
 
 namespace formats {
+namespace {
+
+/// By `Format`.
+constexpr const char* names[] = {"star", "opb", "wbo", "cnf", "wcnf"};
+
+} // namespace
+
+const char* nameOf(Format format) {
+  return names[static_cast<int>(format)];
+}
+
+std::optional<Format> formatOf(std::string_view name) {
+  for (const Format format : {Format::star, Format::opb, Format::wbo, Format::cnf, Format::wcnf})
+    if (nameOf(format) == name) return format;
+  return std::nullopt;
+}
+
+Result<Problem> readProblem(std::string_view text, Format format) {
+  Result<Problem> result = format == Format::star ? readStar(text) : readOpb(text);
+  if (!result || result->format == format) return result;
+  return Error{{},
+               std::string("the text is in the format ") + nameOf(result->format) + ", not " +
+                   nameOf(format)};
+}
 
 Result<Problem> readProblem(std::string_view text) {
   Result<Problem> star = readStar(text);
