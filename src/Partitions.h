@@ -50,7 +50,7 @@ template <class T, class LessThan> class Partitions {
                  std::max(tree[2 * node].largest, tree[2 * node + 1].largest)};
   }
   Ranks& leaf(int place) { return tree[leaves + static_cast<size_t>(place)]; }
-  int place(size_t node) const { return static_cast<int>(node - leaves); }
+  int placeOf(size_t node) const { return static_cast<int>(node - leaves); }
   /// Brings the nodes above a leaf up to date.
   void follow(int changed) {
     for (size_t node = (leaves + static_cast<size_t>(changed)) / 2; node > 0; node /= 2) {
@@ -68,7 +68,7 @@ template <class T, class LessThan> class Partitions {
       node *= 2;
       if (tree[node].largest < rank) node++;
     }
-    return place(node);
+    return placeOf(node);
   }
   /// The last place before `j` with at most this rank; the part holds one.
   int lastBefore(int j, int rank) const {
@@ -79,7 +79,7 @@ template <class T, class LessThan> class Partitions {
       node = 2 * node + 1;
       if (tree[node].least > rank) node--;
     }
-    return place(node);
+    return placeOf(node);
   }
   [[gnu::noinline]] int cutByIndex(int first, int n, int at) {
     const int pivot = leaf(first + at).least;
