@@ -9,6 +9,8 @@
 #include "Parameters.h"
 #include "SolverTypes.h"
 
+namespace quillon {
+
 /// A sum of literals with positive coefficients that shall reach a degree. Terms are added one by
 /// one; before each resolution a scaling pass saturates, measures and multiplies all of them.
 ///
@@ -202,5 +204,7 @@ class Accumulator {
     }
   }
 };
+
+} // namespace quillon
 
 #endif

@@ -5,6 +5,8 @@
 
 #include "Global.h"
 
+namespace quillon {
+
 /// Hands out blocks cut one after the other from large chunks, so that records made together lie
 /// together and no header stands between them. A block given back waits for the next request of its
 /// size. Large blocks come from the C library.
@@ -82,5 +84,7 @@ class BlockPool {
     }
   }
 };
+
+} // namespace quillon
 
 #endif

@@ -65,9 +65,9 @@ struct pbWatchTerm {
 };
 
 /// Removes the first entry equal to `elem`, which must be there; the others keep their order.
-void removeWatch(WatchList<Constr*>& ws, Constr* elem);
+void removeWatch(quillon::WatchList<Constr*>& ws, Constr* elem);
 /// Removes the first entry of constraint `elem`, which must be there; the others keep their order.
-void removeWatchTerm(WatchList<pbWatchTerm>& ws, Constr* elem);
+void removeWatchTerm(quillon::WatchList<pbWatchTerm>& ws, Constr* elem);
 /// The same as `removeWatch`, for `undos` lists.
 void removeUndo(vec<Constr*>& ws, Constr* elem);
 
@@ -289,8 +289,12 @@ class PseudoBool final : public Constr {
   void printAssignment(const Solver& S, const char* msg) const;
 };
 
+namespace quillon {
+
 /// Relation codes of `PseudoBool_new` and `Solver::addPBConstraint`.
 enum PBRelation : int { pb_at_most = 2, pb_equal = 3, pb_at_least = 4 };
+
+} // namespace quillon
 
 /// Builds a problem constraint at level 0 in normal form, chooses its watches and enqueues what it
 /// implies. `pbtype` is `pb_at_least` or `pb_at_most`; the latter negates the coefficients in

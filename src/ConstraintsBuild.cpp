@@ -6,6 +6,8 @@
 #include "Solver.h"
 #include "Sort.h"
 
+using namespace quillon;
+
 PseudoBool::PseudoBool(int n, int degree, int num)
     : rhs_goal(degree), rhs_max(degree), lhs_max(0), overflow(false), watchsum(0), amaxpos(-1),
       amax(0), singlepos(0), nterms(n), activity_(0), learnt_(false) {

@@ -5,6 +5,8 @@
 #include "Solver.h"
 #include "Sort.h"
 
+using namespace quillon;
+
 bool PseudoBool_add(Solver& S, const vec<Lit>& first_vec, PseudoBool*& out, Clause*& c_out) {
   out = nullptr;
   c_out = nullptr;

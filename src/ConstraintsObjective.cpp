@@ -4,6 +4,8 @@
 #include "LevelSums.h"
 #include "Solver.h"
 
+using namespace quillon;
+
 namespace {
 
 constexpr int strategy_next_better = 1;

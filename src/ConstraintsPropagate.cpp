@@ -7,6 +7,8 @@
 #include "Prefetch.h"
 #include "Solver.h"
 
+using namespace quillon;
+
 // What a visit needs is in this file, so that the compiler can make one loop of it.
 
 // ------------------------------------------------------------------------------------------------

@@ -9,6 +9,8 @@
 #include "Parameters.h"
 #include "Solver.h"
 
+using namespace quillon;
+
 bool Clause::calcReason(Solver& S, Lit p, vec<Lit>& out_reason, vec<Lit>& /*out_not_reason*/) {
   const Lit* const data = lits();
   assert(p == lit_Undef || p == data[0]);

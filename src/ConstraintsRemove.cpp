@@ -3,6 +3,8 @@
 #include "Constraints.h"
 #include "Solver.h"
 
+using namespace quillon;
+
 namespace {
 
 /// Removes the first entry of `ws` for which `matches` holds; there must be one.

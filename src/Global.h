@@ -17,6 +17,8 @@ using int64 = std::int64_t;
 // ------------------------------------------------------------------------------------------------
 // Memory
 
+namespace quillon {
+
 /// Ends the process because an allocation failed, as a failing `new` would.
 [[noreturn]] inline void outOfMemory() {
   if (const std::new_handler handler = std::get_new_handler()) handler();
@@ -24,11 +26,13 @@ using int64 = std::int64_t;
   std::abort();
 }
 
+} // namespace quillon
+
 /// Room for `size` elements of T, which are left uninitialised. Does not return when there is none.
 template <class T> inline T* xmalloc(size_t size) {
   // NOLINTNEXTLINE(bugprone-sizeof-expression): T may be a pointer, in an array of pointers
   T* tmp = static_cast<T*>(std::malloc(size * sizeof(T)));
-  if (size != 0 && tmp == nullptr) outOfMemory();
+  if (size != 0 && tmp == nullptr) quillon::outOfMemory();
   return tmp;
 }
 
@@ -36,7 +40,7 @@ template <class T> inline T* xmalloc(size_t size) {
 template <class T> inline T* xrealloc(T* ptr, size_t size) {
   // NOLINTNEXTLINE(bugprone-sizeof-expression): as above
   T* tmp = static_cast<T*>(std::realloc(static_cast<void*>(ptr), size * sizeof(T)));
-  if (size != 0 && tmp == nullptr) outOfMemory();
+  if (size != 0 && tmp == nullptr) quillon::outOfMemory();
   return tmp;
 }
 
@@ -88,7 +92,7 @@ template <class T> class vec {
       do wanted = wanted * 2 + 16;
       while (wanted < min_cap);
     }
-    if (wanted > INT_MAX) outOfMemory(); // positions are ints
+    if (wanted > INT_MAX) quillon::outOfMemory(); // positions are ints
     resize(static_cast<int>(wanted));
   }
   void resize(int new_cap) {

@@ -9,6 +9,8 @@
 #include "Global.h"
 #include "SolverTypes.h"
 
+namespace quillon {
+
 /// The coefficients of one constraint by the levels at which its literals were assigned. The work
 /// is that of the levels which hold a term; levels in between cost nothing. One object serves one
 /// constraint after the other.
@@ -104,5 +106,7 @@ class LevelSums {
     return sum;
   }
 };
+
+} // namespace quillon
 
 #endif

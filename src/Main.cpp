@@ -22,6 +22,8 @@
 #include "process/Program.h"
 #include "process/Signals.h"
 
+using namespace quillon;
+
 namespace {
 
 NameVec varNameVec;

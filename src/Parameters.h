@@ -5,6 +5,8 @@
 
 #include "Global.h"
 
+namespace quillon {
+
 /// A pseudo-Boolean constraint that grows past one of these while it is being learnt is given up.
 namespace learning_bounds {
 constexpr int64 merged_degree = 10000;      ///< when a reason has been added, before it cancels
@@ -31,5 +33,7 @@ constexpr int constraints_per_learnt = 3; ///< for each of as many there is a le
 constexpr double first_pb_learnts = 50;
 constexpr double random_decisions = 0.02; ///< share of the decisions taken at random
 } // namespace search_budgets
+
+} // namespace quillon
 
 #endif

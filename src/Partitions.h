@@ -8,6 +8,8 @@
 
 #include <algorithm>
 
+namespace quillon {
+
 /// The partitions of a quicksort. They go through the array, until an order that defeats the pivots
 /// has made them go too far; then an index finds the elements to be swapped. Either way the same
 /// ones are. A partition swaps at most as many as its smaller part holds, and an element is in the
@@ -126,5 +128,7 @@ template <class T, class LessThan> class Partitions {
     }
   }
 };
+
+} // namespace quillon
 
 #endif

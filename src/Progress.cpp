@@ -7,6 +7,8 @@
 #include "Interrupt.h"
 #include "process/Signals.h"
 
+using namespace quillon;
+
 Progress::Progress(const process::TimeLimit& time_limit)
     : limit(time_limit), display("QUILLON_PROGRESS", [] { report_due = 1; }) {}
 

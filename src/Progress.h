@@ -9,7 +9,7 @@
 
 /// Keeps the time limit and feeds the status display, which the environment variable
 /// QUILLON_PROGRESS controls.
-class Progress final : public SearchHost {
+class Progress final : public quillon::SearchHost {
   process::TimeLimit limit;
   process::Display display;
   process::Ticks solution_time = 0; ///< when the last solution was found

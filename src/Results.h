@@ -10,7 +10,7 @@
 
 /// The names of the variables as the input spells them, by solver variable.
 class NameVec {
-  BlockPool pool;
+  quillon::BlockPool pool;
   vec<char*> names;
 
  public:

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+namespace quillon {
+
 /// Exit codes that carry the verdict.
 enum ExitCode : int {
   exit_none = 0,           ///< nothing decided: option error, input error, arithmetic overflow
@@ -28,5 +30,7 @@ enum class OverflowGuard : int {
   std::printf("s UNKNOWN\n");
   std::exit(exit_none);
 }
+
+} // namespace quillon
 
 #endif

@@ -32,6 +32,8 @@ struct SearchParams {
   SearchParams(double v, double c, double r) : var_decay(v), clause_decay(c), random_var_freq(r) {}
 };
 
+namespace quillon {
+
 /// The result of `Solver::solve`.
 enum SolveResult : int {
   solve_unsatisfiable = 0, ///< no assignment satisfies the constraints and assumptions
@@ -59,6 +61,8 @@ class SearchHost {
   /// Called as soon as the search is over, before anything is retracted or printed.
   virtual void onEnd() {}
 };
+
+} // namespace quillon
 
 /// One problem and the state of its solution.
 ///
@@ -106,7 +110,7 @@ class Solver {
 
   /// Decides the problem under `assumps`, or with an objective finds an optimal solution. The
   /// solver is back at level 0 afterwards.
-  SolveResult solve(const vec<Lit>& assumps);
+  quillon::SolveResult solve(const vec<Lit>& assumps);
   /// Whether `model` holds a solution of a problem with an objective.
   bool solutionFound() const { return oneSolFound; }
   /// Objective value of the solution in `model`, shifted or negated as `PseudoBool::newGoal` says.
@@ -115,7 +119,7 @@ class Solver {
   /// one on standard error.
   bool checkModel() const;
   /// Linear in the size of the problem.
-  MemoryUse memoryUse() const;
+  quillon::MemoryUse memoryUse() const;
 
   lbool value(Var x) const { return toLbool(assigns[x]); }
   lbool value(Lit p) const { return toLbool(litValues[index(p)]); }
@@ -149,7 +153,7 @@ class Solver {
                              Clause*& c_out);
   friend bool convertPBtoCNF(Solver& S, PseudoBool*& pb, Clause*& c_out, bool learnt);
 
-  BlockPool pool; ///< where constraints and watch lists lie
+  quillon::BlockPool pool; ///< where constraints and watch lists lie
   // Constraints, all owned
   bool ok = true;              ///< false once contradictory without any decision
   vec<Constr*> constrs;        ///< the problem's, in order
@@ -166,8 +170,8 @@ class Solver {
   VarOrder order;
 
   // Propagation
-  vec<WatchList<Constr*>> watches;        ///< per literal; all of them clauses
-  vec<WatchList<pbWatchTerm>> pb_watches; ///< per literal
+  vec<quillon::WatchList<Constr*>> watches;        ///< per literal; all of them clauses
+  vec<quillon::WatchList<pbWatchTerm>> pb_watches; ///< per literal
   vec<vec<Constr*>> undos; ///< per variable: whom to tell when it is unassigned; as long as needed
   Queue<Lit> propQ;        ///< assigned, not yet propagated
   int propagated = 0;      ///< literals propagated without conflict, as of the last one
@@ -187,15 +191,15 @@ class Solver {
   int simplified = 0;         ///< number of facts at the last `simplifyDB`
 
   // Conflict analysis
-  vec<char> analyze_seen;     ///< per variable; all 0 between calls
-  Accumulator accumulator;    ///< the pseudo-Boolean constraint being learnt
+  vec<char> analyze_seen;           ///< per variable; all 0 between calls
+  quillon::Accumulator accumulator; ///< the pseudo-Boolean constraint being learnt
   bool learning = false;      ///< whether that is still of use in this analysis, or was to the last
   vec<PBTerm> collected;      ///< terms of the constraint being installed
   vec<Lit> analyze_reason;    ///< the reason being resolved
   vec<PseudoBool*> explained; ///< have given a reason in this analysis
-  LevelSums levelSums;        ///< of the constraint being installed
-  bool PB_qualified = false;  ///< the literal being resolved occurs, falsified, in the accumulator
-  int npbLimit = 0;           ///< -1 switches pseudo-Boolean learning off
+  quillon::LevelSums levelSums; ///< of the constraint being installed
+  bool PB_qualified = false; ///< the literal being resolved occurs, falsified, in the accumulator
+  int npbLimit = 0;          ///< -1 switches pseudo-Boolean learning off
 
   // Objective
   PseudoBool* objConstr = nullptr;
@@ -207,8 +211,9 @@ class Solver {
   double progress_estimate = 0.0; ///< share of the search space done, roughly; at each restart
   vec<bool> model;                ///< per variable: the last solution found
   int verbosity = 0;
-  double nPBLearnt = 0.0;     ///< learnt pseudo-Boolean constraints kept before they are reduced
-  SearchHost* host = nullptr; ///< not owned; null: there is no time limit, and nobody is told
+  double nPBLearnt = 0.0; ///< learnt pseudo-Boolean constraints kept before they are reduced
+  quillon::SearchHost* host =
+      nullptr; ///< not owned; null: there is no time limit, and nobody is told
 
  private:
   /// Notes that a pseudo-Boolean constraint implies something at the current level, and tells
@@ -252,7 +257,7 @@ class Solver {
   }
 
   // Search
-  SolveResult runSearch(const vec<Lit>& assumps);
+  quillon::SolveResult runSearch(const vec<Lit>& assumps);
   lbool search(int nof_conflicts, int nof_learnts, const SearchParams& params);
   double progressEstimate() const;
   bool outOfTime() { return host != nullptr && host->outOfTime(); }
@@ -307,8 +312,8 @@ inline bool Solver::enqueue(Lit p, Constr* from, int coeff) {
   reason_coeff[x] = at_root ? 0 : coeff == 0 ? 1 : coeff;
   trail.push(p);
   propQ.insert(p);
-  prefetch(&watches[index(p)]);
-  prefetch(&pb_watches[index(p)]);
+  quillon::prefetch(&watches[index(p)]);
+  quillon::prefetch(&pb_watches[index(p)]);
   return true;
 }
 
@@ -326,6 +331,8 @@ inline void Solver::undoOne() {
   }
 }
 
+namespace quillon {
+
 /// Where a search stands when it calls `search_audit`.
 enum class AuditPoint {
   fixpoint, ///< everything is propagated, without conflict
@@ -339,5 +346,7 @@ enum class AuditPoint {
 /// In checking builds: called, if set, by every search to look the whole state over.
 inline void (*search_audit)(const Solver& S, AuditPoint point) = nullptr;
 #endif
+
+} // namespace quillon
 
 #endif

@@ -4,6 +4,8 @@
 #include "Parameters.h"
 #include "Solver.h"
 
+using namespace quillon;
+
 using namespace activity_rules;
 
 namespace {

@@ -2,6 +2,8 @@
 /// Conflict analysis: the walk from a conflict back to what is learnt from it.
 #include "Solver.h"
 
+using namespace quillon;
+
 /// Walks the trail back from the conflict to the first unique implication point (J. P. Marques
 /// Silva and K. A. Sakallah, GRASP, 1996; L. Zhang et al., Efficient Conflict Driven Learning in a
 /// Boolean Satisfiability Solver, 2001), undoing it on the way. `out_learnt` receives the learnt

@@ -5,6 +5,8 @@
 #include "Parameters.h"
 #include "Solver.h"
 
+using namespace quillon;
+
 using namespace search_budgets;
 
 namespace {

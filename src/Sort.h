@@ -38,7 +38,7 @@ template <class T, class LessThan> void sort(T* array, int size, LessThan lt, do
   // The most seen was 1.8 times the logarithm, in some millions of random orders of 16 to a million
   // elements, most of them of less than a hundred; the mean comes near 1.2.
   const int64 allowance = int64{4} * size * std::bit_width(static_cast<unsigned>(size));
-  Partitions<T, LessThan> partitions(array, size, lt, allowance);
+  quillon::Partitions<T, LessThan> partitions(array, size, lt, allowance);
   vec<Part> waiting;
   for (Part part{0, size};;) {
     if (part.size <= selection_sort_limit) {

@@ -6,6 +6,8 @@
 
 #include "Sort.h"
 
+using namespace quillon;
+
 namespace {
 
 /// Descending activity.

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <type_traits>
 
+namespace quillon {
+
 /// A list in the memory of a pool, to which it is small: one for each literal, mostly short.
 /// Elements are relocated bitwise when it grows.
 template <class T> class WatchList {
@@ -83,5 +85,7 @@ template <class T> class WatchList {
     sz = cap = 0;
   }
 };
+
+} // namespace quillon
 
 #endif

@@ -11,6 +11,8 @@
 #include <cstring>
 #include <new>
 
+using namespace quillon;
+
 namespace {
 
 constexpr std::uint32_t first_log_slots = 6; ///< 1 kB; no matter, for the table doubles

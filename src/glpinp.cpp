@@ -14,6 +14,8 @@
 #include <poll.h>
 #include <unistd.h>
 
+using namespace quillon;
+
 namespace glp {
 
 namespace {

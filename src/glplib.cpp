@@ -9,6 +9,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+using namespace quillon;
+
 namespace {
 
 [[gnu::format(printf, 1, 0)]] void printLine(const char* fmt, va_list arg) {

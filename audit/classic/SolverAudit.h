@@ -9,6 +9,8 @@
 
 #include "Solver.h"
 
+using namespace quillon; // tests and fuzz targets speak of the engine throughout
+
 class SolverAudit {
  public:
   // The audit -------------------------------------------------------------------------------------

@@ -17,6 +17,8 @@
 #include <unistd.h>
 #include <vector>
 
+using namespace quillon;
+
 namespace {
 
 /// A linear form as text: "5*x1 -1*y ".
