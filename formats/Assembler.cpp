@@ -2,6 +2,7 @@
 /// Entering what has gathered.
 #include "Assembler.h"
 
+#include <algorithm>
 #include <cassert>
 #include <utility>
 
@@ -20,8 +21,8 @@ void Assembler::enter() {
   };
   for (std::size_t r = 0; r < row_count; r++) {
     addTermsUpTo(rows[r].end);
-    problem.rows.add(rows[r].head);
-    builder.begin(problem.rows.terms());
+    target->add(rows[r].head);
+    builder.begin(target->terms());
   }
   addTermsUpTo(terms.size());
   terms.clear();
@@ -35,7 +36,33 @@ void Assembler::beginObjective() {
 
 void Assembler::endObjective() {
   enter();
-  builder.begin(problem.rows.terms());
+  builder.begin(target->terms());
+}
+
+void Assembler::turn() {
+  enter();
+  target = target == &problem.rows ? &problem.soft.rows : &problem.rows;
+  builder.begin(target->terms());
+}
+
+void Assembler::addTerm(int variable, Int coefficient, Place place) {
+  enter();
+  [[maybe_unused]] const bool added =
+      builder.add(variable, coefficient, place, -largest_int, largest_int);
+  assert(added);
+}
+
+std::optional<Literal> Assembler::product(const std::vector<NamedLiteral>& literals) {
+  enter();
+  factors.clear();
+  for (const NamedLiteral& literal : literals)
+    factors.emplace_back(problem.variables.add(literal.name), literal.negated);
+  std::sort(factors.begin(), factors.end());
+  factors.erase(std::unique(factors.begin(), factors.end()), factors.end());
+  for (size_t i = 0; i + 1 < factors.size(); i++)
+    if (factors[i].variable() == factors[i + 1].variable()) return std::nullopt;
+  if (factors.size() == 1) return factors.front();
+  return Literal(problem.products.add(factors, problem.variables), false);
 }
 
 Problem Assembler::take() {

@@ -8,9 +8,17 @@
 
 #include <array>
 #include <cstddef>
+#include <optional>
 #include <string_view>
+#include <vector>
 
 namespace formats {
+
+/// A literal as a text has it.
+struct NamedLiteral {
+  std::string_view name;
+  bool negated;
+};
 
 /// Views handed in (names, labels) must last until the problem is taken. In each form the
 /// magnitudes of all coefficients must add up to an Int.
@@ -21,15 +29,18 @@ class Assembler {
   };
 
   Problem problem;
+  Rows* target = &problem.rows; ///< where rows are added
   FormBuilder builder;
+  std::vector<Literal> factors; ///< kept for its memory
   TermBatch terms;
   std::array<PendingRow, TermBatch::capacity> rows;
   std::size_t row_count = 0;
 
   void enter();
+  void turn();
 
  public:
-  Assembler() { builder.begin(problem.rows.terms()); }
+  Assembler() { builder.begin(target->terms()); }
   Assembler(const Assembler&) = delete;
   Assembler& operator=(const Assembler&) = delete;
 
@@ -39,14 +50,25 @@ class Assembler {
     if (terms.isFull()) enter();
     terms.add(problem.variables, name, coefficient, place);
   }
+  /// Adds a term of a variable that is known already.
+  void addTerm(int variable, Int coefficient, Place place);
+  /// What the product of `literals` comes to: a literal, of a variable of the text or of a product,
+  /// or nothing when it is always 0.
+  std::optional<Literal> product(const std::vector<NamedLiteral>& literals);
   void beginObjective();
   void endObjective();
+  /// Whether rows that come are soft; their costs are set in `rest`. No row is begun.
+  void beginRow(bool is_soft) {
+    if ((target == &problem.soft.rows) != is_soft) turn();
+  }
   /// Completes a row of the terms added since the last one.
   void addRow(const RowHead& head) {
     if (row_count == rows.size()) enter();
     rows[row_count++] = {head, terms.size()};
   }
-  bool hasRows() const { return row_count != 0 || !problem.rows.empty(); }
+  bool hasRows() const {
+    return row_count != 0 || !problem.rows.empty() || !problem.soft.rows.empty();
+  }
   /// What is not about terms and rows can be set here. Names must not be added.
   Problem& rest() { return problem; }
   /// Hands over the problem; nothing can be added after that.

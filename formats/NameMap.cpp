@@ -15,8 +15,10 @@ const std::string nothing = "-";
 
 std::string writeNameMap(const std::vector<std::pair<std::string, std::string>>& pairs) {
   std::string text;
-  for (const auto& [new_name, old_name] : pairs)
-    text += new_name + " " + (old_name.empty() ? nothing : old_name) + "\n";
+  for (const auto& [new_name, old_name] : pairs) {
+    const bool is_variable = !old_name.empty() && old_name.find(' ') == std::string::npos;
+    text += new_name + " " + (is_variable ? old_name : nothing) + "\n";
+  }
   return text;
 }
 

@@ -19,7 +19,7 @@ namespace formats {
 using NameMap = std::unordered_map<std::string, std::string, KeyedHash>;
 
 /// The text of a map file with `pairs` as in a `NameMap`. The names hold no white space, and none
-/// is "-".
+/// is "-"; only old names may hold blanks, and stand for no variable then.
 std::string writeNameMap(const std::vector<std::pair<std::string, std::string>>& pairs);
 
 /// Reads a map file; empty lines are skipped. Refused are lines without exactly two words and a

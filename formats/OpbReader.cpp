@@ -1,5 +1,5 @@
 /// \file
-/// The OPB reader: one statement after the other, one character of lookahead.
+/// The reader of OPB and WBO: one statement after the other, one character of lookahead.
 #include "OpbReader.h"
 
 #include "Assembler.h"
@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace formats {
 namespace {
@@ -38,6 +39,8 @@ class Reader {
   /// Sum of the magnitudes of the statement's numbers, those of negated literals counted twice.
   /// While it is an Int, so is every sum that the rewriting and any evaluation can come to.
   Int weight = 0;
+  Int costs = 0;                      ///< of soft rows, each taken twice, and the top
+  std::vector<NamedLiteral> literals; ///< of a product
   Error error;
 
   bool fail(std::string message, Place place) {
@@ -101,7 +104,6 @@ class Reader {
     if (atEnd()) return fail("the last statement has no ';'");
     const char c = peek();
     if (c == '*') return fail("a term is a coefficient, a blank and a literal, without a '*'");
-    if (c == '[') return fail("soft constraints are not supported");
     static const char hex[] = "0123456789ABCDEF";
     const unsigned code = static_cast<unsigned char>(c);
     if (code < 32 || code > 126)
@@ -136,24 +138,48 @@ class Reader {
                            place);
   }
 
-  /// Takes a literal, of which the first character is next, and adds it to the form.
-  bool readLiteral(Int coefficient, Int& constant, Place place) {
-    const bool negated = peek() == '~';
-    if (negated) next++;
+  /// Takes a literal, of which the first character is next.
+  bool readLiteral(NamedLiteral& literal) {
+    literal.negated = peek() == '~';
+    if (literal.negated) next++;
     if (!isNameStart(peek())) return fail("'~' must stand right in front of a name");
     const char* const start = next;
     while (next != end && (!endsName(*next) || (*next == '!' && peek(1) != '='))) next++;
-    const std::string_view name = from(start);
+    literal.name = from(start);
     const char c = peek();
-    if (c == '~' || c == '+' || c == '-' || c == '*' || c == ':')
-      return fail("a blank is missing behind the name");
+    if (c == '~' || c == '*' || c == ':') return fail("a blank is missing behind the name");
+    return true;
+  }
+
+  /// Makes room for a term, whose weight moves to the other side as well when it is negated; what
+  /// is left of its coefficient.
+  bool chargeTerm(Int& coefficient, bool negated, Int& constant, Place place) {
     if (!charge(magnitude(coefficient), place)) return false;
-    if (negated) {
-      if (!charge(magnitude(coefficient), place)) return false;
-      constant += coefficient;
-      coefficient = -coefficient;
+    if (!negated) return true;
+    if (!charge(magnitude(coefficient), place)) return false;
+    constant += coefficient;
+    coefficient = -coefficient;
+    return true;
+  }
+
+  /// Takes the literals that follow a coefficient, and adds the term to the form.
+  bool readProduct(Int coefficient, Int& constant, Place place) {
+    NamedLiteral literal;
+    if (!readLiteral(literal)) return false;
+    skipBlanks();
+    if (!atLiteral()) {
+      if (!chargeTerm(coefficient, literal.negated, constant, place)) return false;
+      assembler.addTerm(literal.name, coefficient, place);
+      return true;
     }
-    assembler.addTerm(name, coefficient, place);
+    for (literals.assign(1, literal); atLiteral(); skipBlanks()) {
+      if (!readLiteral(literal)) return false;
+      literals.push_back(literal);
+    }
+    const std::optional<Literal> product = assembler.product(literals);
+    if (!product) return true;
+    if (!chargeTerm(coefficient, product->isNegated(), constant, place)) return false;
+    assembler.addTerm(product->variable(), coefficient, place);
     return true;
   }
 
@@ -179,9 +205,7 @@ class Reader {
       if (negative) number = -number;
       skipBlanks();
       if (atLiteral()) {
-        if (!readLiteral(number, constant, place)) return false;
-        skipBlanks();
-        if (atLiteral()) return fail("a product of literals: only linear sums are supported");
+        if (!readProduct(number, constant, place)) return false;
       } else if (atSumEnd() || peek() == '+' || peek() == '-') {
         if (!charge(magnitude(number), place)) return false;
         constant += number;
@@ -208,6 +232,7 @@ class Reader {
   bool readObjective(Sense sense, Place place) {
     Objective& objective = assembler.rest().objective;
     if (objective.sense != Sense::none) return fail("a second objective", place);
+    if (isSoft()) return fail("an objective beside soft constraints", place);
     if (assembler.hasRows()) return fail("the objective must come before the rows", place);
     objective.sense = sense;
     objective.place = place;
@@ -216,6 +241,56 @@ class Reader {
     assembler.endObjective();
     if (peek() == ';') return true;
     return atEnd() ? unexpected() : fail("the objective has a relation");
+  }
+
+  bool isSoft() { return assembler.rest().format == Format::wbo; }
+
+  /// Adds the cost or top to what all of them come to, `times` times.
+  bool chargeCost(Int amount, int times, Place place) {
+    for (int i = 0; i < times; i++)
+      if (!addTo(costs, amount))
+        return failBeyondWidth(std::string("the costs of soft constraints and the top add up to "
+                                           "more than ") +
+                                   int_width,
+                               place);
+    return true;
+  }
+
+  /// Reads the rest of the head of a text with soft rows.
+  bool readSoftHead(Place place) {
+    if (isSoft()) return fail("a second \"soft:\"", place);
+    if (assembler.rest().objective.sense != Sense::none)
+      return fail("soft constraints beside an objective", place);
+    if (assembler.hasRows()) return fail("\"soft:\" must come before the rows", place);
+    assembler.rest().format = Format::wbo;
+    skipBlanks();
+    if (isDigit(peek())) {
+      const Place number_place = here();
+      Int top = 0;
+      if (!readNumber(top) || !chargeCost(top, 1, number_place)) return false;
+      assembler.rest().soft.top = top;
+      skipBlanks();
+    }
+    if (peek() == ';') return true;
+    return atEnd() ? unexpected() : fail("the top is no integer of 0 or more and a ';'");
+  }
+
+  /// Reads the cost of a soft row, of which the '[' is next.
+  bool readCost() {
+    if (!isSoft()) return fail("a soft constraint without \"soft:\" at the beginning of the text");
+    next++;
+    skipBlanks();
+    const Place place = here();
+    Int cost = 0;
+    if (!isDigit(peek()))
+      return atEnd() ? unexpected() : fail("the cost is no integer of 0 or more");
+    if (!readNumber(cost) || !chargeCost(cost, 2, place)) return false;
+    skipBlanks();
+    if (peek() != ']') return atEnd() ? unexpected() : fail("expecting ']' behind the cost");
+    next++;
+    skipBlanks();
+    assembler.rest().soft.costs.push(cost);
+    return true;
   }
 
   bool readRelation(Relation& relation) {
@@ -266,27 +341,33 @@ class Reader {
     weight = 0;
     std::string_view keyword;
     readKeyword(keyword);
-    if (keyword.empty()) return readRow(place);
+    if (keyword.empty()) {
+      const bool is_soft = peek() == '[';
+      if (is_soft && !readCost()) return false;
+      assembler.beginRow(is_soft);
+      return readRow(place);
+    }
     if (keyword == "min") return readObjective(Sense::minimise, place);
     if (keyword == "max") return readObjective(Sense::maximise, place);
-    if (keyword == "soft") return fail("soft constraints are not supported", place);
+    if (keyword == "soft") return readSoftHead(place);
     return fail("unknown keyword \"" + std::string(keyword.substr(0, longest_name)) + ":\"", place);
   }
 
  public:
   explicit Reader(std::string_view text)
-      : next(text.data()), end(text.data() + text.size()), line_start(next) {}
+      : next(text.data()), end(text.data() + text.size()), line_start(next) {
+    assembler.rest().format = Format::opb;
+  }
 
   Result<Problem> read() {
     for (skipBlanks(); !atEnd(); skipBlanks()) {
       if (!readStatement()) return error;
       next++; // the ';'
     }
-    if (!assembler.hasRows() && assembler.rest().objective.sense == Sense::none) {
+    if (!assembler.hasRows() && !assembler.rest().hasObjective()) {
       fail("there is neither a row nor an objective");
       return error;
     }
-    assembler.rest().format = Format::opb;
     return assembler.take();
   }
 };

@@ -2,6 +2,7 @@
 /// The choice between the readers.
 #include "ProblemReader.h"
 
+#include "DimacsReader.h"
 #include "OpbReader.h"
 #include "StarReader.h"
 
@@ -27,14 +28,17 @@ std::optional<Format> formatOf(std::string_view name) {
 }
 
 Result<Problem> readProblem(std::string_view text, Format format) {
-  Result<Problem> result = format == Format::star ? readStar(text) : readOpb(text);
+  const bool is_dimacs = format == Format::cnf || format == Format::wcnf;
+  Result<Problem> result = is_dimacs                ? readDimacs(text)
+                           : format == Format::star ? readStar(text)
+                                                    : readOpb(text);
   if (!result || result->format == format) return result;
-  return Error{{},
-               std::string("the text is in the format ") + nameOf(result->format) + ", not " +
-                   nameOf(format)};
+  return Error{Place::at(1, 1), std::string("the text is in the format ") + nameOf(result->format) +
+                                    ", not " + nameOf(format)};
 }
 
 Result<Problem> readProblem(std::string_view text) {
+  if (isDimacs(text)) return readDimacs(text);
   Result<Problem> star = readStar(text);
   if (star) return star;
   Result<Problem> opb = readOpb(text);

@@ -26,6 +26,8 @@ Result<QuillonOutput> readQuillonOutput(std::string_view text);
 Int reportedObjective(const Objective& objective, Int value);
 
 /// `checkOutput`, and each reported number must be the one for the objective that the values give.
+/// With soft rows that is the number for the objective of `linearise`, and may be larger when no
+/// optimum is claimed.
 Report checkQuillonOutput(const Problem& problem, const QuillonOutput& output,
                           const NameMap& map = {});
 

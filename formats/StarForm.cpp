@@ -3,6 +3,7 @@
 #include "StarForm.h"
 
 #include "Lexical.h"
+#include "Linear.h"
 
 #include <optional>
 
@@ -21,8 +22,9 @@ bool holdsEmpty(const Row& row) {
 
 class Converter {
   const Problem& source;
+  const Linear& linear;
   StarForm result;
-  /// Per variable of the source: its number in the result, -1 while it has not occurred.
+  /// Per variable of the linear problem: its number in the result, -1 while it has not occurred.
   std::vector<int> numbers;
   size_t fresh_names = 0;
 
@@ -39,7 +41,8 @@ class Converter {
   int numberOf(int variable) {
     int& number = numbers[static_cast<size_t>(variable)];
     if (number >= 0) return number;
-    const std::string_view name = source.variables[variable];
+    const bool is_relaxation = variable >= source.variables.size();
+    const std::string_view name = is_relaxation ? "" : source.variables[variable];
     if (isLegalName(name)) {
       number = result.problem.variables.add(name);
     } else {
@@ -49,35 +52,41 @@ class Converter {
     return number;
   }
 
+  std::string describe(int variable) const {
+    if (variable >= source.variables.size()) return "what relaxes a soft row";
+    return '"' + std::string(source.variables[variable]) + '"';
+  }
+
   /// Copies the terms that count; `where` names the form in the message.
   std::optional<Error> convert(Form from, Terms& to, const std::string& where) {
     for (const Term term : from) {
       if (term.coefficient == 0) continue;
       if (!isWritable(term.coefficient))
         return Error{term.place, where + ": the coefficient " + toString(term.coefficient) +
-                                     " of \"" + std::string(source.variables[term.variable]) +
-                                     "\" is beyond " + std::to_string(largest_number)};
+                                     " of " + describe(term.variable) + " is beyond " +
+                                     std::to_string(largest_number)};
       to.add({term.coefficient, numberOf(term.variable), term.place});
     }
     return std::nullopt;
   }
 
   std::optional<Error> convertObjective() {
-    const Objective& objective = source.objective;
-    if (objective.sense == Sense::none) return std::nullopt;
+    const Objective& given = source.objective;
+    if (!source.hasObjective()) return std::nullopt;
     Objective& made = result.problem.objective;
-    if (auto error = convert(objective.form, made.form, "objective")) return error;
+    const Form form = source.hasCost() ? linear.objective : given.form;
+    const Int constant = source.hasCost() ? linear.constant : given.constant;
+    if (auto error = convert(form, made.form, "objective")) return error;
     if (made.form.empty()) {
       result.notes.push_back("the objective of the source has no variable: it is always " +
-                             toString(objective.constant));
+                             toString(constant));
       return std::nullopt;
     }
-    made.sense = objective.sense;
-    made.name = objective.name;
-    made.place = objective.place;
-    if (objective.constant != 0)
-      result.notes.push_back("objective of the source = objective here + " +
-                             toString(objective.constant));
+    made.sense = source.hasCost() ? Sense::minimise : given.sense;
+    made.name = given.name;
+    made.place = given.place;
+    if (constant != 0)
+      result.notes.push_back("objective of the source = objective here + " + toString(constant));
     return std::nullopt;
   }
 
@@ -96,27 +105,33 @@ class Converter {
     result.problem.rows.add(row);
   }
 
-  std::optional<Error> convertRows() {
-    bool impossible = false;
-    for (size_t i = 0; i < source.rows.size(); i++) {
-      const Row row = source.rows[i];
-      const std::string where = "row " + std::to_string(i + 1);
-      Terms& terms = result.problem.rows.terms();
-      const size_t before = terms.size();
-      if (auto error = convert(row.form, terms, where)) return error;
-      if (terms.size() == before) {
-        impossible = impossible || !holdsEmpty(row);
-        result.notes.push_back(where + " of the source has no variable and " +
-                               (holdsEmpty(row) ? "always holds: dropped"
-                                                : "never holds: the last row stands for it"));
-        continue;
-      }
-      if (!isWritable(row.bound))
-        return Error{row.bound_place, where + ": the right-hand side " + toString(row.bound) +
-                                          " is beyond " + std::to_string(largest_number)};
-      result.problem.rows.add(row);
+  /// Copies one row; one that never holds is left to `never_holds`.
+  std::optional<Error> convertRow(const Row& row, const std::string& where, bool& never_holds) {
+    Terms& terms = result.problem.rows.terms();
+    const size_t before = terms.size();
+    if (auto error = convert(row.form, terms, where)) return error;
+    if (terms.size() == before) {
+      never_holds = never_holds || !holdsEmpty(row);
+      result.notes.push_back(
+          where + " of the source has no variable and " +
+          (holdsEmpty(row) ? "always holds: dropped" : "never holds: the last row stands for it"));
+      return std::nullopt;
     }
-    if (impossible) addRow(2);
+    if (!isWritable(row.bound))
+      return Error{row.bound_place, where + ": the right-hand side " + toString(row.bound) +
+                                        " is beyond " + std::to_string(largest_number)};
+    result.problem.rows.add(row);
+    return std::nullopt;
+  }
+
+  std::optional<Error> convertRows() {
+    bool never_holds = false;
+    for (size_t i = 0; i < source.rows.size(); i++)
+      if (auto error = convertRow(source.rows[i], "row " + std::to_string(i + 1), never_holds))
+        return error;
+    for (const Row row : linear.rows)
+      if (auto error = convertRow(row, "a soft row or the top", never_holds)) return error;
+    if (never_holds) addRow(2);
     if (result.problem.rows.empty()) {
       result.notes.push_back("no row is left: the one here always holds");
       addRow(0);
@@ -133,8 +148,8 @@ class Converter {
   }
 
  public:
-  explicit Converter(const Problem& problem)
-      : source(problem), numbers(static_cast<size_t>(problem.variables.size()), -1) {}
+  Converter(const Problem& problem, const Linear& its_linear)
+      : source(problem), linear(its_linear), numbers(static_cast<size_t>(linear.variables), -1) {}
 
   Result<StarForm> run() {
     if (auto error = convertObjective()) return *error;
@@ -147,7 +162,9 @@ class Converter {
 } // namespace
 
 Result<StarForm> toStarForm(const Problem& source) {
-  return Converter(source).run();
+  const Result<Linear> linear = linearise(source);
+  if (!linear) return linear.error();
+  return Converter(source, *linear).run();
 }
 
 } // namespace formats

@@ -1,6 +1,7 @@
 /// \file
 /// The formats library: what each reader takes and refuses, that conversions keep the meaning, and
 /// that the check of outputs notices every kind of false claim.
+#include "formats/DimacsReader.h"
 #include "formats/InputFile.h"
 #include "formats/KeyedHash.h"
 #include "formats/OpbReader.h"
@@ -29,8 +30,11 @@ namespace {
 std::string show(const Problem& problem) {
   const auto form = [&](Form terms) {
     std::string text;
-    for (const Term term : terms)
-      text += toString(term.coefficient) + std::string(problem.variables[term.variable]) + " ";
+    for (const Term term : terms) {
+      const std::string name(problem.variables[term.variable]);
+      text += toString(term.coefficient) +
+              (problem.products.isProduct(term.variable) ? "(" + name + ")" : name) + " ";
+    }
     return text;
   };
   std::string text;
@@ -38,9 +42,14 @@ std::string show(const Problem& problem) {
   if (objective.sense != Sense::none)
     text += std::string(objective.sense == Sense::minimise ? "min " : "max ") +
             form(objective.form) + "+ " + toString(objective.constant) + "; ";
-  for (const Row row : problem.rows)
-    text += (row.label.empty() ? "" : std::string(row.label) + ": ") + form(row.form) +
-            signOf(row.relation) + " " + toString(row.bound) + "; ";
+  const auto show = [&](const Row& row) {
+    return (row.label.empty() ? "" : std::string(row.label) + ": ") + form(row.form) +
+           signOf(row.relation) + " " + toString(row.bound) + "; ";
+  };
+  for (const Row row : problem.rows) text += show(row);
+  for (size_t i = 0; i < problem.soft.rows.size(); i++)
+    text += "[" + toString(problem.soft.costs[i]) + "] " + show(problem.soft.rows[i]);
+  if (problem.soft.top) text += "top " + toString(*problem.soft.top) + "; ";
   return text;
 }
 
@@ -262,6 +271,15 @@ TEST(OpbReader, Accepts) {
       {"1 x[1] 1 \xC3\xA4 1 a!b >= 1;", "1x[1] 1\xC3\xA4 1a!b >= 1; "},
       {"100000000000000000000000000000000000000 x >= 1;",
        "100000000000000000000000000000000000000x >= 1; "},
+      {"1 x+2 y-3 ~z\r\n>=1;", "1x 2y 3z >= 4; "},
+      // Products: factors in the order of variables, once; x x is x, and x ~x is 0.
+      {"max: 3 x1 ~x2 -1 x3 ;\n-1 ~x2 x1 2 x1 >= -1;2 x3 x3+4 ~x1 ~x1>=1;",
+       "max 3(x1 ~x2) -1x3 + 0; -1(x1 ~x2) 2x1 >= -1; 2x3 -4x1 >= -3; "},
+      {"2 y\n* comment\n ~x 5 x y ~x 1 x y >= 2;", "2(y ~x) 1(y x) >= 2; "},
+      // Soft rows.
+      {"soft: 10 ;\n[ 2 ] 1 x y >= 1;1 x = 1;[3]-1 x<= 0;",
+       "1x = 1; [2] 1(x y) >= 1; [3] -1x <= 0; top 10; "},
+      {"* c\nsoft:;", ""},
   };
   for (const Accepted& entry : table) {
     const Result<Problem> problem = readOpb(entry.text);
@@ -301,14 +319,22 @@ TEST(OpbReader, MergesInLargeProblemsAsInSmallOnes) {
 TEST(OpbReader, Refuses) {
   const Refused table[] = {
       {"* nothing\n", "2:1: there is neither a row nor an objective"},
-      {"1 x1 x2 >= 1;", "1:6: a product of literals: only linear sums are supported"},
-      {"1 x1 ~x2 >= 1;", "1:6: a product of literals: only linear sums are supported"},
+      {"1 x1 x2~x3 >= 1;", "1:8: a blank is missing behind the name"},
+      {"1 x1 ~ >= 1;", "1:7: '~' must stand right in front of a name"},
       {"1 x1 != 1;", "1:6: the relation != is not linear"},
       {"1 x1 > 1;", "1:6: unknown relation >, known are >=, <= and ="},
       {"1 x1 == 1;", "1:6: unknown relation ==, known are >=, <= and ="},
       {"1 x1 >= 1 <= 2;", "1:11: the row has two relations"},
-      {"soft: 3 ;", "1:1: soft constraints are not supported"},
-      {"[2] 1 x1 >= 1;", "1:1: soft constraints are not supported"},
+      {"[2] 1 x1 >= 1;", "1:1: a soft constraint without \"soft:\" at the beginning of the text"},
+      {"soft: 3 ;\nsoft: 3 ;", "2:1: a second \"soft:\""},
+      {"1 x >= 1; soft: 3 ;", "1:11: \"soft:\" must come before the rows"},
+      {"min: 1 x; soft: ;", "1:11: soft constraints beside an objective"},
+      {"soft: ; min: 1 x;", "1:9: an objective beside soft constraints"},
+      {"soft: -3 ;", "1:7: the top is no integer of 0 or more and a ';'"},
+      {"soft: 3", "1:8: the last statement has no ';'"},
+      {"soft: ;[-1] 1 x >= 1;", "1:9: the cost is no integer of 0 or more"},
+      {"soft: ;[1 1 x >= 1;", "1:11: expecting ']' behind the cost"},
+      {"soft: ;[1] [1] 1 x >= 1;", "1:12: unexpected character '['"},
       {"min: 1 x;\nmin: 1 y;", "2:1: a second objective"},
       {"1 x >= 1;\nmin: 1 y;", "2:1: the objective must come before the rows"},
       {"min: 1 x >= 1;", "1:10: the objective has a relation"},
@@ -321,8 +347,7 @@ TEST(OpbReader, Refuses) {
       {"1 x >= y;", "1:8: the right-hand side is no integer"},
       {"1 x >= 1 y;", "1:10: expecting ';' behind the right-hand side"},
       {"2x >= 1;", "1:2: a blank is missing behind the number"},
-      {"1 x+2 y >= 1;", "1:4: a blank is missing behind the name"},
-      {"1 x-1 >= 1;", "1:4: a blank is missing behind the name"},
+      {"1 x:2 y >= 1;", "1:4: a blank is missing behind the name"},
       {"1 ~ x >= 1;", "1:4: '~' must stand right in front of a name"},
       {"x >= 1;", "1:1: the literal has no coefficient"},
       {"3 2 x >= 1;", "1:3: a number follows a number"},
@@ -336,6 +361,8 @@ TEST(OpbReader, Refuses) {
       {"100000000000000000000000000000000000000 x >= 1;\n 100000000000000000000000000000000000000 "
        "~x >= 1;",
        "2:2: the numbers of this statement add up to more than 127 bits"},
+      {"soft: ;\n[90000000000000000000000000000000000000] 1 x >= 1;",
+       "2:2: the costs of soft constraints and the top add up to more than 127 bits"},
   };
   for (const Refused& entry : table) {
     const Result<Problem> problem = readOpb(entry.text);
@@ -344,9 +371,103 @@ TEST(OpbReader, Refuses) {
   }
 }
 
-TEST(ProblemReader, TellsTheFormatsApartAndReportsTheReaderThatGotFurther) {
-  EXPECT_EQ(show(*readProblem("+1*x >= 1;")), "1x >= 1; ");
-  EXPECT_EQ(show(*readProblem("+1 x >= 1;")), "1x >= 1; ");
+// ------------------------------------------------------------------------------------------------
+// DIMACS
+
+TEST(DimacsReader, Accepts) {
+  const Accepted table[] = {
+      {"c x\np cnf 4 3\n1 -2 0 4\n 0\nc in between\n-1 4 -1\nc inside\n0",
+       "11 -12 >= 0; 14 >= 1; -21 14 >= -1; "},
+      {"cx\r\np  cnf\t2 1 \r\n2 -2 0\r\n%\r\n0\r\n", "02 >= 0; "},
+      {"p cnf 0 0\n", ""},
+      {"p cnf 3 1\n0\n", ">= 1; "},
+      {"p wcnf 2 4 5\n5 1 0\n4 2 0\n6 -1 0 1 0\n", "11 >= 1; -11 >= 0; [4] 12 >= 1; [1] >= 1; "},
+      {"p wcnf 1 1\n5 1 0", "[5] 11 >= 1; "},
+      {"c\nh 1 -2 0\n3 2 0\n h\n0\n0 2000000000 0", // 2000 million variables take no memory
+       "11 -12 >= 0; >= 1; [3] 12 >= 1; [0] 12000000000 >= 1; "},
+  };
+  for (const Accepted& entry : table) {
+    ASSERT_TRUE(isDimacs(entry.text)) << entry.text;
+    const Result<Problem> problem = readDimacs(entry.text);
+    ASSERT_TRUE(problem) << entry.text << "\n" << problem.error().text();
+    EXPECT_EQ(show(*problem), entry.problem) << entry.text;
+  }
+  EXPECT_EQ(readDimacs(table[0].text)->declared, 4);
+  EXPECT_EQ(readDimacs("h 7 0 1 -3 0")->declared, 7);
+}
+
+TEST(DimacsReader, Refuses) {
+  const Refused table[] = {
+      {"c\n", "2:1: there is neither a header nor a clause"},
+      {"p sat 1 1\n1 0", "1:3: the header names neither cnf nor wcnf"},
+      {"p cnf 1\n1 0", "1:8: expecting the number of clauses instead of the end of the line"},
+      {"p cnf -1 1\n1 0", "1:7: expecting the number of variables instead of the character '-'"},
+      {"p cnf 2 1 3\n1 0", "1:11: expecting the end of the line instead of the character '3'"},
+      {"p cnf 2147483647 1", "1:7: more than 2147483646 variables"},
+      {"p cnf 2 1\n1 -3 0", "2:3: the variable 3 is beyond the 2 of the header"},
+      {"1 3000000000 0", "1:3: the variable 3000000000 is beyond the 2147483646 that there may be"},
+      {"p cnf 2 1\n1 0\n2 0", "3:1: more clauses than the 1 of the header"},
+      {"p cnf 2 2\n1 0\n", "3:1: the header promises 2 clauses, the text has 1"},
+      {"p cnf 2 1\n1 2\n",
+       "3:1: a literal, or the 0 behind the last one, is missing at the end of the text"},
+      {"p cnf 2 1\n1 c 0",
+       "2:3: expecting a literal, or the 0 behind the last one, instead of the character 'c'"},
+      {"p cnf 2 1\n1 2.5 0", "2:3: the number is not an integer"},
+      {"p cnf 2 1\n1 - 2 0",
+       "2:4: expecting a literal, or the 0 behind the last one, instead of the end of the line"},
+      {"p cnf 2 1\n-0", "2:1: 0 is no variable"},
+      {"p cnf 2 2\n1 0 % 0", "2:5: expecting a literal, or the 0 behind the last one, instead of "
+                             "the character '%'"},
+      {"p cnf 2 1\n1 0 % 0 1", "2:9: expecting the end of the text instead of the character '1'"},
+      {"p wcnf 2 1 3\n-1 2 0", "2:1: a weight must not be negative"},
+      {"p wcnf 2 1 3\nh 2 0", "2:1: expecting a weight instead of the character 'h'"},
+      {"h 1 0\nhh 2 0", "2:2: expecting a blank behind the h instead of the character 'h'"},
+      {"h 1 0\n5 2 0\n1.5 2 0", "3:1: the number is not an integer"},
+      {"h 1 0\n170141183460469231731687303715884105728 1 0",
+       "2:1: the number of 39 digits is beyond 127 bits"},
+      {"h 1 0\n90000000000000000000000000000000000000 1 0",
+       "2:1: the weights add up to more than 127 bits"},
+  };
+  for (const Refused& entry : table) {
+    const Result<Problem> problem = readDimacs(entry.text);
+    ASSERT_FALSE(problem) << entry.text;
+    EXPECT_EQ(problem.error().text(), entry.error) << entry.text;
+    EXPECT_EQ(problem.error().beyond_width, entry.error.ends_with("127 bits")) << entry.text;
+  }
+}
+
+// ------------------------------------------------------------------------------------------------
+// Any format
+
+TEST(ProblemReader, TellsTheFormatsApart) {
+  const struct {
+    std::string text;
+    Format format;
+  } table[] = {
+      {"+1*x >= 1;", Format::star},       {"c >= 1;", Format::star}, // no comment of a CNF
+      {"h -1*x >= 0;", Format::star},     {"h >= 0; 1*x >= 0;", Format::star},
+      {"p >= 0;", Format::star},          {"+1 x >= 1;", Format::opb},
+      {"1 x 2 y\n>= 0 ;", Format::opb},   {"min: ;", Format::opb},
+      {"soft: ; 1 x >= 1;", Format::wbo}, {"c\np cnf 0 0", Format::cnf},
+      {"p wcnf 1 0", Format::wcnf},       {"h 1 0", Format::wcnf},
+      {"3 1 -2\n 0 h 1 0", Format::wcnf},
+  };
+  for (const auto& entry : table) {
+    const Result<Problem> found = readProblem(entry.text);
+    ASSERT_TRUE(found) << entry.text << "\n" << found.error().text();
+    for (const char* name : {"star", "opb", "wbo", "cnf", "wcnf"}) {
+      const Format format = *formatOf(name);
+      const Result<Problem> read = readProblem(entry.text, format);
+      EXPECT_EQ(static_cast<bool>(read), format == entry.format) << entry.text << " as " << name;
+      EXPECT_TRUE(read ? read->format == format : read.error().place.line != 0);
+    }
+  }
+  EXPECT_FALSE(formatOf("OPB"));
+  EXPECT_EQ(readProblem("soft: ;", Format::opb).error().text(),
+            "1:1: the text is in the format wbo, not opb");
+}
+
+TEST(ProblemReader, ReportsTheReaderThatGotFurther) {
   EXPECT_EQ(readProblem("1 x >= 1;\n1 y >= y;").error().text(),
             "2:8: the right-hand side is no integer");
   EXPECT_EQ(readProblem("1*x >= 1;\n1*y >= y;").error().text(), "2:8: missing right-hand side");
