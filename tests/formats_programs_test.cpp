@@ -123,14 +123,14 @@ TEST_F(Programs, MessagesAreWholeWhateverIsInThem) {
 
 TEST_F(Programs, ConverterRefusesWithPlaceAndLeavesTheOutputAlone) {
   const std::string old = file("out", "precious");
-  const std::string product = file("product.opb", "1 x1 x2 >= 1 ;\n");
+  const std::string strict = file("strict.opb", "1 x1 x2 > 1 ;\n");
   const std::string large = file("large.opb", "1 x1 >= 1 ;\n+1 x1\n+5000000000 x2 >= 1 ;\n");
   const Finished refused = call("opb2quillon", {large, old});
   EXPECT_EQ(refused.exit, 1);
   EXPECT_EQ(refused.err, "opb2quillon: " + large +
                              ":3:1: row 2: the coefficient 5000000000 of \"x2\" is beyond "
                              "2147483647\n");
-  EXPECT_EQ(exitOf("opb2quillon", {product, old}), 1);
+  EXPECT_EQ(exitOf("opb2quillon", {strict, old}), 1);
   EXPECT_EQ(slurp(old), "precious");
 
   const std::string good = file("good.opb", "1 x >= 1 ;");
