@@ -18,6 +18,7 @@ struct Solver::Inside {
   std::optional<Objective> objective; ///< until the first `solve`
   std::unique_ptr<Coordinator> coordinator;
   std::vector<bool> solution;
+  bool has_solution = false;
   std::vector<Lit> core;
 
   explicit Inside(const Options& o) : options(o), search(options, interrupted) {}
@@ -58,7 +59,13 @@ Verdict Solver::solve(const std::vector<Lit>& assumptions, Listener* listener) {
     in.interrupted = false;
     return verdict;
   }
-  const Outcome outcome = in.search.run(assumptions, std::numeric_limits<std::uint64_t>::max() / 2);
+  std::vector<Lit> different; // each assumption opens a level, of which there is one a variable
+  std::vector<bool> is_assumed(2 * static_cast<std::size_t>(in.search.variables()));
+  for (const Lit l : assumptions) {
+    if (!is_assumed[l.index()]) different.push_back(l);
+    is_assumed[l.index()] = true;
+  }
+  const Outcome outcome = in.search.run(different, std::numeric_limits<std::uint64_t>::max() / 2);
   in.interrupted = false;
   in.core.clear();
   switch (outcome) {
@@ -66,6 +73,7 @@ Verdict Solver::solve(const std::vector<Lit>& assumptions, Listener* listener) {
     in.solution.resize(static_cast<std::size_t>(in.problem_variables));
     for (Var v = 0; v < in.problem_variables; v++)
       in.solution[static_cast<std::size_t>(v)] = in.search.modelValue(v);
+    in.has_solution = true;
     if (listener != nullptr) listener->onSolution(in.solution, 0, Strategy::linear);
     return Verdict::satisfiable;
   case Outcome::core:
@@ -86,7 +94,7 @@ void Solver::interrupt() noexcept {
 
 bool Solver::hasSolution() const {
   return inside->coordinator != nullptr ? inside->coordinator->upperBound().has_value()
-                                        : !inside->solution.empty();
+                                        : inside->has_solution;
 }
 
 bool Solver::value(Var v) const {

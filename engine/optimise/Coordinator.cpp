@@ -2,6 +2,8 @@
 /// The alternation of the strategies.
 #include "Coordinator.h"
 
+#include <algorithm>
+
 namespace estoc {
 
 namespace {
@@ -21,6 +23,8 @@ std::optional<Int128> Coordinator::upperBound() const {
 }
 
 void Coordinator::raiseLower(Listener* listener, Int128 cost, Strategy by) {
+  // Cores may rest on the demand for something better than the best solution.
+  if (upper) cost = std::min(cost, *upper);
   if (cost <= lower) return;
   lower = cost;
   if (listener != nullptr) listener->onLowerBound(objective.value(lower), by);

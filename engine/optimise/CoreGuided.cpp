@@ -18,7 +18,10 @@ void toCardinality(LearntRow& row) {
   auto& terms = row.terms;
   std::int64_t sum = 0;
   std::size_t k = 0;
-  while (sum < row.degree) sum += terms[k++].coefficient;
+  while (sum < row.degree) {
+    assert(k < terms.size());
+    sum += terms[k++].coefficient;
+  }
   const std::int32_t divisor = terms[k - 1].coefficient;
   for (std::size_t i = 0; i + 1 < k; i++) {
     row.degree -= terms[i].coefficient - divisor;
@@ -69,7 +72,7 @@ bool CoreGuided::lowerThreshold() {
   for (const Lit l : active) {
     const Int128 w = weights[l.index()];
     if (w < threshold) fallback = std::max(fallback, w);
-    if (2 * w < threshold) largest = std::max(largest, w);
+    if (w < threshold - w) largest = std::max(largest, w);
   }
   if (fallback == 0) return false;
   threshold = largest > 0 ? largest : fallback;

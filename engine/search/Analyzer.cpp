@@ -404,13 +404,13 @@ bool Analyzer::analyze(Ref conflict, Learnt& out) {
   return true;
 }
 
-void Analyzer::explainFailure(Lit assumed, LearntRow& core) {
+bool Analyzer::explainFailure(Lit assumed, LearntRow& core) {
   assert(trail.isFalse(assumed) && trail.level(assumed.var()) > 0);
   core.terms.clear();
   if (trail.reason(assumed.var()) == no_ref) { // decided the other way
     core.terms = {{1, assumed}, {1, ~assumed}};
     core.degree = 1;
-    return;
+    return true;
   }
   at = start = trail.position(assumed.var());
   level = trail.level();
@@ -421,6 +421,9 @@ void Analyzer::explainFailure(Lit assumed, LearntRow& core) {
   Learnt out;
   finish(out);
   core = std::move(out.row);
+  std::int64_t sum = 0;
+  for (const auto& t : core.terms) sum += t.coefficient;
+  return sum >= core.degree;
 }
 
 } // namespace estoc

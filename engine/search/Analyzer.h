@@ -45,8 +45,9 @@ class Analyzer {
   /// solution at all; otherwise `out` holds what has been learnt.
   bool analyze(Ref conflict, Learnt& out);
   /// `assumed` is a literal that the decisions below have made false. Derives into `core` a row,
-  /// over negated decisions and ~`assumed` only, that these falsify.
-  void explainFailure(Lit assumed, LearntRow& core);
+  /// over negated decisions and ~`assumed` only, that these falsify. False when this shows that
+  /// there is no solution at all.
+  bool explainFailure(Lit assumed, LearntRow& core);
 
   /// Literals and terms handled, for budgets.
   std::uint64_t work() const { return steps; }

@@ -119,7 +119,7 @@ Search::Decision Search::decide(const std::vector<Lit>& assumptions) {
         failure.terms = {{1, ~a}};
         failure.degree = 1;
       } else {
-        analyzer.explainFailure(a, failure);
+        ok = analyzer.explainFailure(a, failure);
         decider.endConflict();
       }
       return Decision::failed;
@@ -169,7 +169,7 @@ Outcome Search::run(const std::vector<Lit>& assumptions, std::uint64_t conflicts
       continue;
     }
     const Decision decision = decide(assumptions);
-    if (decision == Decision::failed) return Outcome::core;
+    if (decision == Decision::failed) return ok ? Outcome::core : Outcome::unsatisfiable;
     if (decision == Decision::none) return Outcome::model;
   }
 }
