@@ -119,6 +119,30 @@ void addMarketSplit(Draws& draws, Problem& problem) {
   }
 }
 
+void addClauseRows(Draws& draws, Problem& problem) {
+  const int most = draws.oneIn(4) ? 16 : 12;
+  problem.nvars = draws.small(6, most);
+  const auto literals = [&](int n, Int sign, Relation relation, Int bound) {
+    Row row{{}, relation, bound};
+    for (; n > 0; n--) {
+      const Int one = sign != 0 ? sign : draws.oneIn(2) ? 1 : -1;
+      row.form.push_back({draws.small(0, problem.nvars - 1), one});
+      if (one < 0) row.bound--; // a negated literal is one less its variable
+    }
+    problem.rows.push_back(std::move(row));
+  };
+  const int width = draws.small(2, 3);
+  const int clauses = problem.nvars * (width == 2 ? draws.small(5, 12) : draws.small(30, 48)) / 10;
+  for (int n = clauses; n > 0; n--) literals(width, 0, Relation::at_least, 1);
+  for (int n = draws.small(0, 3); n > 0; n--) literals(draws.small(2, 5), 1, Relation::at_most, 1);
+  for (int n = draws.small(0, 3); n > 0; n--) literals(draws.small(3, 8), 1, Relation::at_least, 1);
+  for (int n = draws.small(0, 2); n > 0; n--) {
+    Form form = someForm(draws, problem, problem.nvars, 5, true);
+    const Int half = rangeOf(form).high / 2;
+    problem.rows.push_back({std::move(form), Relation::at_most, half});
+  }
+}
+
 Problem someProblem(Draws& draws, Int limit) {
   Problem problem;
   problem.nvars = draws.small(1, 8);
@@ -126,7 +150,7 @@ Problem someProblem(Draws& draws, Int limit) {
     addMarketSplit(draws, problem);
     return problem;
   }
-  switch (draws.small(0, 5)) {
+  switch (draws.small(0, 7)) {
   case 0:
     addHugeRows(draws, problem, limit);
     break;
@@ -137,6 +161,10 @@ Problem someProblem(Draws& draws, Int limit) {
   case 3:
   case 4:
     addKnapsackRows(draws, problem);
+    break;
+  case 5:
+  case 6:
+    addClauseRows(draws, problem);
     break;
   default:
     addMatrixRows(draws, problem);

@@ -38,6 +38,10 @@ void addKnapsackRows(Draws& draws, Problem& problem);
 /// number of variables, up to 16.
 void addMarketSplit(Draws& draws, Problem& problem);
 
+/// Mostly clauses: short ones in about the number that makes them hard, groups of which at most one
+/// may be true, covers, and perhaps a few weighted rows. Sets the number of variables, up to 16.
+void addClauseRows(Draws& draws, Problem& problem);
+
 /// Rows of any one of these kinds, without an objective.
 Problem someProblem(Draws& draws, Int limit = limit_of_32_bits);
 
