@@ -5,11 +5,15 @@ _quillon() {
   local options
   case ${COMP_WORDS[0]##*/} in
     quillon) options="--t --help" ;;
-    *) options="--map --limit --help --version" ;;
+    *) options="--format --map --limit --help --version" ;;
   esac
   COMPREPLY=()
   case $before in
     --t | --limit) return ;; # a number
+    --format)
+      mapfile -t COMPREPLY < <(compgen -W "star opb wbo cnf wcnf" -- "$word")
+      return
+      ;;
     --map) ;;
     *)
       if [[ $word == -* ]]; then

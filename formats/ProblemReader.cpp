@@ -15,6 +15,16 @@ namespace {
 /// By `Format`.
 constexpr const char* names[] = {"star", "opb", "wbo", "cnf", "wcnf"};
 
+Result<Problem> readAs(Format format, std::string_view text) {
+  const bool is_dimacs = format == Format::cnf || format == Format::wcnf;
+  Result<Problem> result = is_dimacs                ? readDimacs(text)
+                           : format == Format::star ? readStar(text)
+                                                    : readOpb(text);
+  if (!result || result->format == format) return result;
+  return Error{Place::at(1, 1), std::string("the text is in the format ") + nameOf(result->format) +
+                                    ", not " + nameOf(format)};
+}
+
 } // namespace
 
 const char* nameOf(Format format) {
@@ -27,17 +37,8 @@ std::optional<Format> formatOf(std::string_view name) {
   return std::nullopt;
 }
 
-Result<Problem> readProblem(std::string_view text, Format format) {
-  const bool is_dimacs = format == Format::cnf || format == Format::wcnf;
-  Result<Problem> result = is_dimacs                ? readDimacs(text)
-                           : format == Format::star ? readStar(text)
-                                                    : readOpb(text);
-  if (!result || result->format == format) return result;
-  return Error{Place::at(1, 1), std::string("the text is in the format ") + nameOf(result->format) +
-                                    ", not " + nameOf(format)};
-}
-
-Result<Problem> readProblem(std::string_view text) {
+Result<Problem> readProblem(std::string_view text, std::optional<Format> format) {
+  if (format) return readAs(*format, text);
   if (isDimacs(text)) return readDimacs(text);
   Result<Problem> star = readStar(text);
   if (star) return star;
@@ -45,9 +46,8 @@ Result<Problem> readProblem(std::string_view text) {
   if (opb) return opb;
   const Place& a = star.error().place;
   const Place& b = opb.error().place;
-  const bool star_got_further = std::pair(a.line, a.column) > std::pair(b.line, b.column);
-  // cppcheck-suppress duplicateValueTernary ; two objects of one type, not one value
-  return std::move(star_got_further ? star : opb);
+  if (std::pair(a.line, a.column) > std::pair(b.line, b.column)) return star;
+  return opb;
 }
 
 } // namespace formats

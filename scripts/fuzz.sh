@@ -22,6 +22,11 @@ for input in tests/data/golden/*.in; do
   cp -f "$input" "$output" "$texts"
   { cat "$input"; printf '\n%%\n'; cat "$output"; } >"$texts/$name.both"
 done
+printf 'min: 2 x1 ~x2 -3 x3 +1;\n1 x1 x2 1 ~x3 >= 1;\n1 x1 = 0;\n' >"$texts/products.opb"
+printf 'soft: 9 ;\n[2] 1 x1 x2 >= 1;\n[3]-1 x1 -1 x3 = -1;\n1 x1<= 0;\n' >"$texts/soft.wbo"
+printf 'c x\np cnf 3 2\n1 -2 0\nc y\n-1 3\n0\n%%\n0\n' >"$texts/clauses.cnf"
+printf 'p wcnf 3 3 7\n7 1 -2 0\n3 -1 3 0\n2 2 0\n' >"$texts/old.wcnf"
+printf 'h 1 -2 0\n3 -1 3 0\n2 2 0\n%%\ns OPTIMUM FOUND\no 2\nv 100\n' >"$texts/new.wcnf.both"
 python3 - "$choices" <<'EOF'
 import pathlib, random, sys
 source = random.Random(1)
@@ -43,7 +48,7 @@ run() { # run TARGET RUNS SEEDS OPTION...
 }
 
 run reader_fuzz 40000 "$texts" -dict=fuzz/star.dict
-run formats_fuzz 40000 "$texts" -dict=fuzz/star.dict
+run formats_fuzz 60000 "$texts" -dict=fuzz/formats.dict
 run agreement_fuzz 20000 "$texts" -dict=fuzz/star.dict
 run program_fuzz 2000 "$choices" -max_len=400 -len_control=0
 run solver_fuzz 20000 "$choices" -max_len=400 -len_control=0

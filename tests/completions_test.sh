@@ -26,7 +26,8 @@ expect --help quillon --h
 expect --help quillon --t 5 --h
 expect '' quillon --t p
 expect 'problem two.pb,problem.pb' quillon pro
-expect --help,--limit,--map,--version opb2quillon --
+expect --format,--help,--limit,--map,--version opb2quillon --
+expect cnf opb2quillon --format c
 expect --map quillon-check --m
 expect other quillon-check --map o
 expect 'problem two.pb,problem.pb' quillon-check --map other p

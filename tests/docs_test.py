@@ -31,8 +31,8 @@ ROOT = Path(__file__).resolve().parent.parent
 DOCUMENTS = [ROOT / "README.md", *sorted(ROOT.glob("docs/*.md")), *sorted(ROOT.glob("*/README.md"))]
 PROGRAMS = {
     "quillon": ["--t", "--help"],
-    "opb2quillon": ["--map", "--limit", "--help", "--version"],
-    "quillon-check": ["--map", "--limit", "--help", "--version"],
+    "opb2quillon": ["--format", "--map", "--limit", "--help", "--version"],
+    "quillon-check": ["--format", "--map", "--limit", "--help", "--version"],
 }
 SECTIONS = ["NAME", "SYNOPSIS", "DESCRIPTION", "OPTIONS", "EXIT STATUS", "EXAMPLES", "SEE ALSO", "BUGS"]
 program_dir = Path()

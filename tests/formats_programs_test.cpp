@@ -73,6 +73,34 @@ TEST_F(Programs, CheckerUnderstandsVariablesThatTheConverterMadeUp) {
   }
 }
 
+TEST_F(Programs, WhateverTheFormatTheSolutionIsOneOfTheSource) {
+  const struct {
+    std::string source;
+    const char* format;
+    const char* objective; ///< how the optimum is reported, empty for no solution
+  } table[] = {
+      {"max: 3 x1 ~x2 -1 x1 ;\n1 x1 x3 1 x2 >= 1 ;", "opb", "objective 2 as stated"},
+      {"soft: 7 ;\n[3] 1 a b >= 1 ;\n[5] 1 a 1 b <= 1 ;\n[2] -1 a >= 0 ;\n1 b >= 1 ;\n", "wbo",
+       "objective 3 as stated"},
+      {"soft: 3 ;\n[3] 1 a b >= 1 ;\n[5] 1 a 1 b <= 1 ;\n1 b >= 1 ;\n", "wbo", ""},
+      {"h 1 2 0\n3 -1 -2 0\n2 1 0\n2 2 0\n4 0\n", "wcnf", "objective 6 as stated"},
+      {"c\np cnf 3 2\n1 -2 0 -1\n0", "cnf", "hold"},
+  };
+  for (const auto& entry : table) {
+    const std::string source = file("in", entry.source);
+    ASSERT_EQ(exitOf("opb2quillon", {"--map", path("map"), source, path("out")}), 0) << source;
+    const std::string solved = run({.program = "quillon", .input_file = path("out")}).out;
+    const Finished checked = call(
+        "quillon-check", {"--map", path("map"), "--format", entry.format, source, "-"}, solved);
+    EXPECT_EQ(checked.exit, *entry.objective == '\0' ? 4 : 0) << checked.out << checked.err;
+    EXPECT_NE(checked.out.find(entry.objective), std::string::npos) << entry.source << checked.out;
+  }
+  EXPECT_EQ(exitOf("opb2quillon", {"--format", "star", path("in")}), 1);
+  EXPECT_EQ(exitOf("quillon-check", {"--format", "star", path("in"), "-"}, "s UNKNOWN"), 3);
+  EXPECT_EQ(exitOf("opb2quillon", {"--format", "dimacs", path("in")}), 2);
+  EXPECT_EQ(exitOf("quillon-check", {"--format", "OPB", path("in"), "-"}, "s UNKNOWN"), 2);
+}
+
 TEST_F(Programs, ConverterWritesNoFileThatItReadsOrWritesAlready) {
   const std::string text = "1 x[1] >= 1 ;";
   const std::string in = file("in", text);
@@ -188,8 +216,7 @@ TEST_F(Programs, HelpAndVersion) {
   for (const std::string program : {"opb2quillon", "quillon-check"}) {
     const Finished help = call(program, {"--help"});
     EXPECT_EQ(help.exit, 0);
-    EXPECT_NE(help.out.find("Usage: " + program + " [--map FILE] [--limit SIZE]"),
-              std::string::npos);
+    EXPECT_TRUE(help.out.starts_with("Usage: " + program + " [--format NAME] [--map FILE]"));
     EXPECT_NE(help.out.find("Exit code:"), std::string::npos);
     EXPECT_TRUE(call(program, {"--version"}).out.starts_with(program + " 1."));
     EXPECT_EQ(run({.program = program, .arguments = {"--help"}, .output_file = "/dev/full"}).exit,

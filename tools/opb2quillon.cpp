@@ -1,9 +1,9 @@
 /// \file
-/// Converts standard OPB into the input format of quillon.
+/// Converts problems in other formats into the input format of quillon.
 #include "CommandLine.h"
 #include "formats/InputFile.h"
 #include "formats/NameMap.h"
-#include "formats/OpbReader.h"
+#include "formats/ProblemReader.h"
 #include "formats/StarForm.h"
 #include "formats/StarWriter.h"
 #include "process/Program.h"
@@ -24,12 +24,14 @@ namespace {
 enum ExitCode : int { exit_converted = 0, exit_refused = 1 };
 
 constexpr const char* help =
-    "Usage: opb2quillon [--map FILE] [--limit SIZE] [INPUT [OUTPUT]]\n"
+    "Usage: opb2quillon [--format NAME] [--map FILE] [--limit SIZE] [INPUT [OUTPUT]]\n"
     "\n"
-    "Converts a linear pseudo-Boolean problem in standard OPB into the input format of\n"
-    "quillon. INPUT may be packed with gzip, bzip2 or xz. INPUT and OUTPUT may be \"-\",\n"
-    "the default, for standard input and output.\n"
+    "Converts a problem in OPB, WBO, CNF or WCNF into the input format of quillon; products\n"
+    "and soft constraints get variables and rows of their own. INPUT may be packed with\n"
+    "gzip, bzip2 or xz. INPUT and OUTPUT may be \"-\", the default, for standard input and\n"
+    "output.\n"
     "\n"
+    "  --format NAME do not tell the format by the content: star, opb, wbo, cnf or wcnf\n"
     "  --map FILE    write the variables that had to be renamed to FILE, lines NEW OLD;\n"
     "                without it they are listed in comments of the output\n"
     "  --limit SIZE  refuse an input of more bytes, unpacked, than SIZE (default 1G);\n"
@@ -71,10 +73,11 @@ bool isSameFile(const File& a, const File& b) {
 
 /// Reads `input` into a form that can be written; otherwise the exit code after a message. What it
 /// was made from is gone when this returns.
-int read(const File& input, std::size_t limit, formats::StarForm& star) {
+int read(const File& input, std::size_t limit, std::optional<formats::Format> format,
+         formats::StarForm& star) {
   auto bytes = formats::readInput(input.path, limit);
   if (!bytes) return complain(exit_io, input.path + ": " + bytes.error().message);
-  const auto problem = formats::readOpb(*bytes);
+  const auto problem = formats::readProblem(*bytes, format);
   if (!problem) return complain(exit_refused, input.path + ":" + problem.error().text());
   *bytes = {};
   auto form = formats::toStarForm(*problem);
@@ -83,12 +86,8 @@ int read(const File& input, std::size_t limit, formats::StarForm& star) {
   return exit_converted;
 }
 
-int convert(const File& input, const File& output, const std::string& map, std::size_t limit) {
-  formats::StarForm star;
-  const int code = read(input, limit, star);
-  if (code != exit_converted) return code;
-
-  std::vector<std::string> comments = std::move(star.notes);
+int write(const formats::StarForm& star, const File& output, const std::string& map) {
+  std::vector<std::string> comments = star.notes;
   if (map.empty())
     for (const auto& [new_name, old_name] : star.renamed)
       comments.push_back(new_name + " stands for " + (old_name.empty() ? "nothing" : old_name));
@@ -113,13 +112,21 @@ int run(const CommandLine& line) {
     return complain(exit_usage, "map and input are one file");
   if (!map.path.empty() && isSameFile(map, output))
     return complain(exit_usage, "map and output are one file");
-  return convert(input, output, map.path, *limit);
+  const std::optional<formats::Format> format = formats::formatOf(line.value("--format"));
+  if (!format && !line.value("--format").empty())
+    return complain(exit_usage, std::string("--format needs ") + formats::format_names);
+  formats::StarForm star;
+  const int code = read(input, *limit, format, star);
+  return code == exit_converted ? write(star, output, map.path) : code;
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
   process::begin({.prefix = "opb2quillon: ", .no_memory = exit_io, .no_output = exit_io});
-  return runTool({"opb2quillon", help, {{"--map", "a file"}, {"--limit", "a size"}}, run}, argc,
-                 argv);
+  return runTool({"opb2quillon",
+                  help,
+                  {{"--format", "a format"}, {"--map", "a file"}, {"--limit", "a size"}},
+                  run},
+                 argc, argv);
 }

@@ -7,6 +7,7 @@
 #include "formats/QuillonOutput.h"
 #include "process/Program.h"
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -17,14 +18,17 @@ namespace {
 enum ExitCode : int { exit_holds = 0, exit_fails = 1, exit_nothing = 4 };
 
 constexpr const char* help =
-    "Usage: quillon-check [--map FILE] [--limit SIZE] PROBLEM OUTPUT\n"
+    "Usage: quillon-check [--format NAME] [--map FILE] [--limit SIZE] PROBLEM OUTPUT\n"
     "\n"
     "Verifies the value line of a solver's OUTPUT against every row of PROBLEM and the\n"
-    "objective it states. PROBLEM is in the input format of quillon or in standard OPB;\n"
+    "objective it states, which is the cost of what is violated where constraints are\n"
+    "soft. PROBLEM is in the input format of quillon or in OPB, WBO, CNF or WCNF;\n"
     "OUTPUT is that of quillon or of a solver that follows the competitions' conventions.\n"
     "Both may be packed with gzip, bzip2 or xz, and one may be \"-\" for standard input.\n"
     "The result is one line on standard output.\n"
     "\n"
+    "  --format NAME do not tell the format of PROBLEM by the content: star, opb, wbo,\n"
+    "                cnf or wcnf\n"
     "  --map FILE    OUTPUT uses the new names of a map written by opb2quillon, PROBLEM\n"
     "                is the source with the old ones\n"
     "  --limit SIZE  refuse a file of more bytes, unpacked, than SIZE (default 1G);\n"
@@ -47,15 +51,14 @@ int conclude(int code, const std::string& sentence) {
 }
 
 /// What `reader` makes of the file `path`. When it fails, so does this, after a message.
-template <class T>
-bool load(const std::string& path, std::size_t limit,
-          formats::Result<T> (*reader)(std::string_view), T& value) {
+template <class T, class Reader>
+bool load(const std::string& path, std::size_t limit, const Reader& reader, T& value) {
   const auto bytes = formats::readInput(path, limit);
   if (!bytes) {
     complain(exit_io, path + ": " + bytes.error().message);
     return false;
   }
-  auto result = reader(*bytes);
+  formats::Result<T> result = reader(*bytes);
   if (!result) {
     complain(exit_io, path + ":" + result.error().text());
     return false;
@@ -65,12 +68,13 @@ bool load(const std::string& path, std::size_t limit,
 }
 
 int check(const std::string& problem_path, const std::string& output_path,
-          const std::string& map_path, std::size_t limit) {
+          std::optional<formats::Format> format, const std::string& map_path, std::size_t limit) {
+  const auto read = [&](std::string_view text) { return formats::readProblem(text, format); };
   formats::Problem problem;
   formats::QuillonOutput output;
   formats::NameMap map;
   if (!map_path.empty() && !load(map_path, limit, formats::readNameMap, map)) return exit_io;
-  if (!load(problem_path, limit, formats::readProblem, problem)) return exit_io;
+  if (!load(problem_path, limit, read, problem)) return exit_io;
   if (!load(output_path, limit, formats::readQuillonOutput, output)) return exit_io;
   // Nothing at all is what a solver leaves that crashed; a script must not take it for UNKNOWN.
   if (output.answer == formats::Answer::none && !output.has_values)
@@ -93,13 +97,19 @@ int run(const CommandLine& line) {
     return complain(exit_usage, "a problem and an output are needed; try --help");
   const std::optional<std::size_t> limit = parseSize(line.value("--limit", "1G"));
   if (!limit) return complain(exit_usage, "--limit needs a size like 4G");
-  return check(line.files[0], line.files[1], line.value("--map"), *limit);
+  const std::optional<formats::Format> format = formats::formatOf(line.value("--format"));
+  if (!format && !line.value("--format").empty())
+    return complain(exit_usage, std::string("--format needs ") + formats::format_names);
+  return check(line.files[0], line.files[1], format, line.value("--map"), *limit);
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
   process::begin({.prefix = "quillon-check: ", .no_memory = exit_io, .no_output = exit_io});
-  return runTool({"quillon-check", help, {{"--map", "a file"}, {"--limit", "a size"}}, run}, argc,
-                 argv);
+  return runTool({"quillon-check",
+                  help,
+                  {{"--format", "a format"}, {"--map", "a file"}, {"--limit", "a size"}},
+                  run},
+                 argc, argv);
 }
