@@ -248,11 +248,12 @@ class Reader {
   /// Adds the cost or top to what all of them come to, `times` times.
   bool chargeCost(Int amount, int times, Place place) {
     for (int i = 0; i < times; i++) {
-      if (!addTo(costs, amount))
+      if (!addTo(costs, amount)) {
         return failBeyondWidth(std::string("the costs of soft constraints and the top add up to "
                                            "more than ") +
                                    int_width,
                                place);
+      }
     }
     return true;
   }
