@@ -19,7 +19,10 @@ void Assembler::enter() {
       assert(added);
     }
   };
-  for (std::size_t r = 0; r < row_count; r++) {
+  for (std::size_t r = 0; r <= row_count; r++) {
+    if (turned[r]) turn();
+    turned[r] = false;
+    if (r == row_count) break;
     addTermsUpTo(rows[r].end);
     target->add(rows[r].head);
     builder.begin(target->terms());
@@ -40,7 +43,6 @@ void Assembler::endObjective() {
 }
 
 void Assembler::turn() {
-  enter();
   target = target == &problem.rows ? &problem.soft.rows : &problem.rows;
   builder.begin(target->terms());
 }

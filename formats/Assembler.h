@@ -29,12 +29,16 @@ class Assembler {
   };
 
   Problem problem;
-  Rows* target = &problem.rows; ///< where rows are added
+  Rows* target = &problem.rows; ///< where rows are entered
   FormBuilder builder;
   std::vector<Literal> factors; ///< kept for its memory
   TermBatch terms;
   std::array<PendingRow, TermBatch::capacity> rows;
   std::size_t row_count = 0;
+  /// Whether the pending row with this number, or what has been begun behind the last one, is soft
+  /// when the row before is not, or the other way round.
+  std::array<bool, TermBatch::capacity + 1> turned{};
+  bool is_soft = false; ///< the row that is begun, or the one before
 
   void enter();
   void turn();
@@ -57,9 +61,12 @@ class Assembler {
   std::optional<Literal> product(const std::vector<NamedLiteral>& literals);
   void beginObjective();
   void endObjective();
-  /// Whether rows that come are soft; their costs are set in `rest`. No row is begun.
-  void beginRow(bool is_soft) {
-    if ((target == &problem.soft.rows) != is_soft) turn();
+  /// Begins a row, which without this call is of the kind of the one before, at first not soft. The
+  /// costs of soft rows are set in `rest`.
+  void beginRow(bool soft) {
+    if (is_soft == soft) return;
+    is_soft = soft;
+    turned[row_count] = !turned[row_count];
   }
   /// Completes a row of the terms added since the last one.
   void addRow(const RowHead& head) {

@@ -2,9 +2,11 @@
 /// The reader of CNF and WCNF: a header, then numbers.
 #include "DimacsReader.h"
 
+#include "Assembler.h"
 #include "Lexical.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <limits>
 #include <optional>
 #include <string>
@@ -19,7 +21,6 @@ constexpr std::string_view wcnf_word = "wcnf";
 /// Every member that can fail returns false after it has stored the error; the caller passes the
 /// false on.
 class Reader {
-  /// Twice as much, and a bit, fits the numbers of literals.
   static constexpr Int most_variables = std::numeric_limits<int>::max() - 1;
 
   const char* next; ///< the next unread character
@@ -27,17 +28,14 @@ class Reader {
   const char* line_start;
   size_t line = 1;
 
-  Problem problem;
-  FormBuilder builder;
-  /// By number of a variable in the text: its number in the problem plus 1, 0 when unknown. Only a
-  /// shortcut to the names, and no larger than they are, give or take a factor.
-  Array<int> shortcuts;
-
+  Assembler assembler;
   bool has_header = false;
-  Int clauses = 0;                ///< promised by the header
-  Int count = 0;                  ///< clauses so far
-  Int largest = 0;                ///< variable so far
-  Int costs = 0;                  ///< of soft clauses, each taken twice
+  Format format = Format::wcnf;
+  Int declared = 0; ///< the number of variables that the header promises, or the largest so far
+  Int clauses = 0;  ///< promised by the header
+  Int count = 0;    ///< clauses so far
+  Int largest = 0;  ///< variable so far
+  Int costs = 0;    ///< of soft clauses, each taken twice
   std::optional<Int> hard_weight; ///< a weight from here on makes a clause hard
   Error error;
 
@@ -90,12 +88,17 @@ class Reader {
   bool readNumber(Int& number, const char* what) {
     const Place place = here();
     const char* const start = next;
-    while (next != end && isDigit(*next)) next++;
+    std::uint64_t narrow = 0;
+    for (; next != end && isDigit(*next); next++)
+      narrow = 10 * narrow + static_cast<unsigned>(*next - '0');
     if (next == start) return unexpected(what);
     if (!atEnd() && !isSpace(peek()))
       return peek() == '.' ? fail("the number is not an integer", place)
                            : unexpected("a blank behind the number");
-    const std::optional<Int> value = parseInt({start, static_cast<size_t>(next - start)});
+    number = static_cast<Int>(narrow);
+    if (next - start <= std::numeric_limits<std::uint64_t>::digits10) return true;
+    const std::optional<Int> value =
+        parseInt({start, static_cast<size_t>(next - start)}); // `narrow` may have wrapped
     if (!value) {
       fail("the number of " + std::to_string(next - start) + " digits is beyond " + int_width,
            place);
@@ -115,34 +118,22 @@ class Reader {
     const std::string_view kind(start, static_cast<size_t>(next - start));
     if (kind != cnf_word && kind != wcnf_word)
       return fail("the header names neither cnf nor wcnf", kind_place);
-    problem.format = kind == cnf_word ? Format::cnf : Format::wcnf;
+    format = kind == cnf_word ? Format::cnf : Format::wcnf;
     has_header = true;
 
     skipBlanksOfLine();
     const Place variables_place = here();
-    if (!readNumber(problem.declared, "the number of variables")) return false;
-    if (problem.declared > most_variables)
+    if (!readNumber(declared, "the number of variables")) return false;
+    if (declared > most_variables)
       return fail("more than " + toString(most_variables) + " variables", variables_place);
     skipBlanksOfLine();
     if (!readNumber(clauses, "the number of clauses")) return false;
     skipBlanksOfLine();
-    if (problem.format == Format::wcnf && isDigit(peek())) {
+    if (format == Format::wcnf && isDigit(peek())) {
       if (!readNumber(hard_weight.emplace(), "the weight of hard clauses")) return false;
       skipBlanksOfLine();
     }
     return atEnd() || peek() == '\n' || unexpected("the end of the line");
-  }
-
-  /// The number in the problem of the variable that the text calls `index`.
-  int variableOf(Int index) {
-    const size_t i = static_cast<size_t>(index);
-    if (i < shortcuts.size() && shortcuts[i] != 0) return shortcuts[i] - 1;
-    const int variable = problem.variables.add(toString(index));
-    if (i <= 2 * static_cast<size_t>(problem.variables.size()) + 1000) {
-      shortcuts.fill(i + 1, 0);
-      shortcuts[i] = variable + 1;
-    }
-    return variable;
   }
 
   /// Takes the literals of a clause and its 0; what its row must come to at least.
@@ -152,29 +143,19 @@ class Reader {
       const Place place = here();
       const bool negated = peek() == '-';
       if (negated) next++;
+      while (peek() == '0' && isDigit(peek(1))) next++; // 01 is 1
+      const char* const digits = next;
       Int index = 0;
-      // Nearly all literals take this way.
-      const char* digit = next;
-      for (; digit != end && isDigit(*digit) && digit - next < 9; digit++)
-        index = 10 * index + (*digit - '0');
-      if (digit != next && (digit == end || isSpace(*digit)))
-        next = digit;
-      else if (!readNumber(index, "a literal, or the 0 behind the last one,"))
-        return false;
-      if (index == 0) {
-        if (negated) return fail("0 is no variable", place);
-        return true;
-      }
-      if (has_header ? index > problem.declared : index > most_variables)
+      if (!readNumber(index, "a literal, or the 0 behind the last one,")) return false;
+      if (index == 0) return !negated || fail("0 is no variable", place);
+      if (has_header ? index > declared : index > most_variables)
         return fail("the variable " + toString(index) + " is beyond the " +
-                        (has_header ? toString(problem.declared) + " of the header"
+                        (has_header ? toString(declared) + " of the header"
                                     : toString(most_variables) + " that there may be"),
                     place);
-      largest = std::max(largest, index);
+      if (!has_header) declared = std::max(declared, index);
       if (negated) bound--;
-      // No clause is long enough for this to fail.
-      if (!builder.add(variableOf(index), negated ? -1 : 1, place, -largest_int, largest_int))
-        return fail("a variable occurs too often", place);
+      assembler.addTerm({digits, static_cast<size_t>(next - digits)}, negated ? -1 : 1, place);
     }
   }
 
@@ -203,12 +184,11 @@ class Reader {
     count++;
     bool is_hard = true;
     Int weight = 0;
-    if (problem.format == Format::wcnf && !readWeight(weight, is_hard)) return false;
-    Rows& rows = is_hard ? problem.rows : problem.soft.rows;
-    builder.begin(rows.terms());
+    if (format == Format::wcnf && !readWeight(weight, is_hard)) return false;
+    assembler.beginRow(!is_hard);
     if (!readLiterals(head.bound)) return false;
-    rows.add(head);
-    if (!is_hard) problem.soft.costs.push(weight);
+    assembler.addRow(head);
+    if (!is_hard) assembler.rest().soft.costs.push(weight);
     return true;
   }
 
@@ -223,14 +203,16 @@ class Reader {
 
   bool readAll() {
     skipBlanks();
-    problem.format = Format::wcnf;
     if (atEnd()) return fail("there is neither a header nor a clause");
     if (peek() == 'p' && !readHeader()) return false;
+    // Memory for variables in proportion to the text, whatever it promises.
+    const Int affordable = (end - next) / 16;
+    assembler.rest().variables.expectNumbers(
+        static_cast<size_t>(has_header ? std::min(declared, affordable) : affordable));
     for (skipBlanks(); !atEnd(); skipBlanks()) {
-      if (peek() == '%' && problem.format == Format::cnf && count == clauses) return readTrailer();
+      if (peek() == '%' && format == Format::cnf && count == clauses) return readTrailer();
       if (!readClause()) return false;
     }
-    if (!has_header) problem.declared = largest;
     return !has_header || count == clauses ||
            fail("the header promises " + toString(clauses) + " clauses, the text has " +
                 toString(count));
@@ -242,7 +224,9 @@ class Reader {
 
   Result<Problem> read() {
     if (!readAll()) return error;
-    return std::move(problem);
+    assembler.rest().format = format;
+    assembler.rest().declared = declared;
+    return assembler.take();
   }
 };
 

@@ -1,7 +1,7 @@
 /// \file
 /// A table of names, numbered from 0 in order of first occurrence. Made for many millions of them:
 /// their letters lie in one array, and x1, x2 and so on, as most generators call their variables,
-/// are found by their number without being hashed.
+/// or 1, 2 and so on if wanted, are found by their number without being hashed.
 #ifndef QUILLON_FORMATS_NAMES_H
 #define QUILLON_FORMATS_NAMES_H
 
@@ -19,8 +19,8 @@ class Names {
   /// A name on its way into the table.
   struct Sought {
     std::string_view name;
-    std::uint32_t index; ///< N for xN, otherwise 0
-    std::uint32_t hash;  ///< 0 for xN
+    std::uint32_t index; ///< N for xN, or for N, otherwise 0
+    std::uint32_t hash;  ///< 0 for these
     std::uint32_t guess; ///< number plus 1 of the name that it probably is, 0 for none
     bool isHashed() const { return index == 0; }
   };
@@ -33,17 +33,22 @@ class Names {
 
   Array<char> letters;       ///< of all names, one behind the other
   Array<std::uint64_t> ends; ///< per name: where its letters end
-  Array<int> indexed;        ///< per N: number of the name xN plus 1; 0 if unknown or in `slots`
+  Array<int> indexed;        ///< per N: number of its name plus 1; 0 if unknown or in `slots`
   Array<Slot> slots;         ///< open addressing; all names that are not in `indexed`
   std::size_t used = 0;      ///< slots in use, at most half of them
-  std::size_t expected = 0;  ///< names xN up to this N belong in `indexed`
+  std::size_t expected = 0;  ///< names of N up to this one belong in `indexed`
+  bool are_numbers = false;  ///< whether N rather than xN is found by its number
 
-  /// The N of `name` if it is xN as a number is written, without leading zeros and at most nine
-  /// digits, otherwise 0.
-  static std::uint32_t indexOf(std::string_view name) {
-    if (name.size() < 2 || name.size() > 10 || name[0] != 'x' || name[1] == '0') return 0;
+  /// The N of `name` if it is xN, or N, as a number is written, without leading zeros and at most
+  /// nine digits, otherwise 0.
+  std::uint32_t indexOf(std::string_view name) const {
+    if (!are_numbers) {
+      if (!name.starts_with('x')) return 0;
+      name.remove_prefix(1);
+    }
+    if (name.empty() || name.size() > 9 || name[0] == '0') return 0;
     std::uint32_t index = 0;
-    for (std::size_t i = 1; i < name.size(); i++) {
+    for (std::size_t i = 0; i < name.size(); i++) {
       const unsigned digit = static_cast<unsigned char>(name[i]) - unsigned{'0'};
       if (digit > 9) return 0;
       index = 10 * index + digit;
@@ -96,6 +101,11 @@ class Names {
   }
   /// Prepares for names x1 to x`count`, which need not come. Takes memory for each.
   void expect(std::size_t count) { expected = count; }
+  /// Prepares likewise for names 1 to `count`. There are no names yet.
+  void expectNumbers(std::size_t count) {
+    expected = count;
+    are_numbers = true;
+  }
 };
 
 } // namespace formats

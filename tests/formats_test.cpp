@@ -381,6 +381,7 @@ TEST(DimacsReader, Accepts) {
       {"cx\r\np  cnf\t2 1 \r\n2 -2 0\r\n%\r\n0\r\n", "02 >= 0; "},
       {"p cnf 0 0\n", ""},
       {"p cnf 3 1\n0\n", ">= 1; "},
+      {"p cnf 2 1\n01 -002 1 00", "21 -12 >= 0; "},
       {"p wcnf 2 4 5\n5 1 0\n4 2 0\n6 -1 0 1 0\n", "11 >= 1; -11 >= 0; [4] 12 >= 1; [1] >= 1; "},
       {"p wcnf 1 1\n5 1 0", "[5] 11 >= 1; "},
       {"c\nh 1 -2 0\n3 2 0\n h\n0\n0 2000000000 0", // 2000 million variables take no memory
@@ -394,6 +395,31 @@ TEST(DimacsReader, Accepts) {
   }
   EXPECT_EQ(readDimacs(table[0].text)->declared, 4);
   EXPECT_EQ(readDimacs("h 7 0 1 -3 0")->declared, 7);
+}
+
+TEST(DimacsReader, KeepsHardAndSoftClausesApartInLargeProblems) {
+  std::mt19937 random(3);
+  std::string text;
+  std::string hard;
+  std::string soft;
+  for (int i = 0; i < 1000; i++) {
+    const std::string weight = std::to_string(random() % 100);
+    const bool is_soft = i % 300 < 200 && random() % 3 != 0;
+    text += (is_soft ? weight : "h") + " ";
+    std::string& rows = is_soft ? soft : hard;
+    if (is_soft) rows += "[" + weight + "] ";
+    const auto length = random() % (i % 10 == 0 ? 200 : 4);
+    for (unsigned k = 0; k < length; k++) {
+      const std::string variable = std::to_string(1000 * (random() % 100) + k + 1);
+      text += variable + " ";
+      rows += "1" + variable + " ";
+    }
+    text += "0\n";
+    rows += ">= 1; ";
+  }
+  const Result<Problem> problem = readDimacs(text);
+  ASSERT_TRUE(problem) << problem.error().text();
+  EXPECT_EQ(show(*problem), hard + soft);
 }
 
 TEST(DimacsReader, Refuses) {
