@@ -91,12 +91,13 @@ class Lineariser {
     const Int below = from_below ? row.bound - least : 0;
     const Int above = from_above ? most - row.bound : 0;
     if (below <= 0 && above <= 0) return std::nullopt;
-    if (!addTo(weight, std::max(below, above)))
+    if (!addTo(weight, std::max(below, above))) {
       return Error{row.place,
                    std::string("the numbers of this soft row and of what relaxes it add up to "
                                "more than ") +
                        int_width,
                    0, true};
+    }
     const int relaxation = result.variables++;
     if (below > 0) relax(row, Relation::at_least, below, relaxation);
     if (above > 0) relax(row, Relation::at_most, above, relaxation);

@@ -25,7 +25,8 @@ class Literal {
   int variable() const { return static_cast<int>(code >> 1); }
   bool isNegated() const { return (code & 1) != 0; }
   /// Orders by variable, a literal in front of its negation.
-  auto operator<=>(const Literal&) const = default;
+  // The compiler's own comparison with 0 is taken for one of ours.
+  auto operator<=>(const Literal&) const = default; // NOLINT(modernize-use-nullptr)
 };
 
 /// A variable that is true just when all of `factors` are; two or more, of different variables.
