@@ -148,11 +148,12 @@ class Reader {
       Int index = 0;
       if (!readNumber(index, "a literal, or the 0 behind the last one,")) return false;
       if (index == 0) return !negated || fail("0 is no variable", place);
-      if (has_header ? index > declared : index > most_variables)
+      if (has_header ? index > declared : index > most_variables) {
         return fail("the variable " + toString(index) + " is beyond the " +
                         (has_header ? toString(declared) + " of the header"
                                     : toString(most_variables) + " that there may be"),
                     place);
+      }
       if (!has_header) declared = std::max(declared, index);
       if (negated) bound--;
       assembler.addTerm({digits, static_cast<size_t>(next - digits)}, negated ? -1 : 1, place);
