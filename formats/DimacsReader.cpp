@@ -34,7 +34,6 @@ class Reader {
   Int declared = 0; ///< the number of variables that the header promises, or the largest so far
   Int clauses = 0;  ///< promised by the header
   Int count = 0;    ///< clauses so far
-  Int largest = 0;  ///< variable so far
   Int costs = 0;    ///< of soft clauses, each taken twice
   std::optional<Int> hard_weight; ///< a weight from here on makes a clause hard
   Error error;
