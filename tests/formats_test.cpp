@@ -807,10 +807,14 @@ TEST(InputFile, UnpacksWholeStreamsAndRefusesDamagedOnes) {
 TEST(AnyReader, SurvivesDeepLongAndMutilatedTexts) {
   // Long runs show quadratic cost as a test that does not end.
   const size_t many = 100000;
-  for (const char* piece : {"+", "~", "*\n", "\r", "x\r", "+1*x ", "1 x ", "1 ~", "; ", "v x\n",
-                            "min:", "a ", "\\\n", "x>=1;\n", "1 x >= 1;\n", "\r\r+1*a"}) {
+  for (const char* piece :
+       {"+",      "~",     "*\n",   "\r",           "x\r",  "+1*x ",   "1 x ",        "1 ~",
+        "; ",     "v x\n", "min:",  "a ",           "\\\n", "x>=1;\n", "1 x >= 1;\n", "\r\r+1*a",
+        "1 x y ", "x ~y ", "soft:", "[1] 1 x = 1;", "c\n",  " c",      "1 0\n",       "h "}) {
     const std::string text = repeated(piece, many);
     EXPECT_FALSE(readStar(text) && readOpb(text)) << piece;
+    EXPECT_FALSE(readDimacs("p cnf 9 2\n" + text)) << piece;
+    EXPECT_FALSE(readOpb("soft: ;\n1 " + text)) << piece;
     EXPECT_TRUE(readQuillonOutput(text)) << piece;
   }
   const std::string seed = "* #variable= 3\nmin: +2*x1 -3 ~x2 ;\nc: +1*x1 1 x2 >= -1 ;\nend \\\r\n"
