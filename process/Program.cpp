@@ -65,6 +65,7 @@ void takeOverOutput() {
 void takeOverOutput() {} // `stdout` is not ours to replace: it fails where it could wait
 #endif
 
+/// Writes out what is left. Ends the process with a message if that, or any of it before, failed.
 extern "C" void onExit() {
   const bool failed = std::ferror(stdout) != 0;
   if (std::fflush(stdout) == 0 && !failed) return;
@@ -92,6 +93,30 @@ void outOfMemory() {
   std::fprintf(stderr, "%smemory exhausted\n", self.prefix);
   std::fflush(stdout);
   std::_Exit(self.no_memory);
+}
+
+void endNow(int code) {
+  onExit();
+  clearDisplay();
+  std::_Exit(code);
+}
+
+void complain(std::string_view message) {
+  clearDisplay();
+  std::fprintf(stderr, "%s%s\n", self.prefix, visible(message).c_str());
+}
+
+std::string visible(std::string_view text) {
+  static const char hex[] = "0123456789ABCDEF";
+  std::string result;
+  for (const char c : text) {
+    const unsigned code = static_cast<unsigned char>(c);
+    if (code < 32 || code == 127)
+      result += {'\\', 'x', hex[code >> 4], hex[code & 15]};
+    else
+      result += c;
+  }
+  return result;
 }
 
 } // namespace process

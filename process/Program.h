@@ -8,6 +8,9 @@
 #ifndef QUILLON_PROCESS_PROGRAM_H
 #define QUILLON_PROCESS_PROGRAM_H
 
+#include <string>
+#include <string_view>
+
 namespace process {
 
 /// Exit codes for runs without a result; programs may have their own.
@@ -34,6 +37,16 @@ void flushOutput();
 
 /// Ends the process with `no_memory` and a message, and with what has been printed so far.
 [[noreturn]] void outOfMemory();
+
+/// Ends the process at once as `std::exit` does, but for destructors and what has been registered
+/// by others: any thread can call it, whatever the others are at. Once.
+[[noreturn]] void endNow(int code);
+
+/// Writes `message`, control characters made visible, behind the prefix to standard error.
+void complain(std::string_view message);
+
+/// `text` with each control character as \xNN, fit for a line that people read.
+std::string visible(std::string_view text);
 
 } // namespace process
 

@@ -368,6 +368,8 @@ TEST(OpbReader, Refuses) {
     const Result<Problem> problem = readOpb(entry.text);
     ASSERT_FALSE(problem) << entry.text;
     EXPECT_EQ(problem.error().text(), entry.error) << entry.text;
+    EXPECT_EQ(problem.error().beyond_width, entry.error.find("127 bits") != std::string::npos)
+        << entry.text;
   }
 }
 

@@ -14,12 +14,6 @@
 #include <limits>
 #include <new>
 
-namespace {
-
-const char* tool_name = "";
-
-} // namespace
-
 CommandLine::CommandLine(int argc, char** argv, const std::vector<Option>& options) {
   for (int i = 1; i < argc && !help && !version && wrong.empty(); i++) {
     const std::string_view argument = argv[i];
@@ -63,7 +57,6 @@ std::optional<std::size_t> parseSize(std::string_view text) {
 }
 
 int runTool(const Tool& tool, int argc, char** argv) {
-  tool_name = tool.name;
   try {
     const CommandLine line(argc, argv, tool.options);
     if (line.help || line.version) {
@@ -77,7 +70,7 @@ int runTool(const Tool& tool, int argc, char** argv) {
 }
 
 int complain(int code, std::string_view message) {
-  std::fprintf(stderr, "%s: %s\n", tool_name, visible(message).c_str());
+  process::complain(message);
   return code;
 }
 
@@ -93,18 +86,4 @@ bool writeOutput(const std::string& path, std::string_view text) {
   const bool closed = std::fclose(file) == 0;
   if (!written) errno = reason;
   return written && closed;
-}
-
-std::string visible(std::string_view text) {
-  static const char hex[] = "0123456789ABCDEF";
-  std::string result;
-  for (const char c : text) {
-    if (formats::isControl(c)) {
-      const unsigned code = static_cast<unsigned char>(c);
-      result += {'\\', 'x', hex[code >> 4], hex[code & 15]};
-    } else {
-      result += c;
-    }
-  }
-  return result;
 }

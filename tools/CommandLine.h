@@ -53,16 +53,12 @@ struct Tool {
 /// `process::begin`.
 int runTool(const Tool& tool, int argc, char** argv);
 
-/// Writes `message` behind the tool's name to standard error, control characters made visible, and
-/// returns `code`.
+/// Writes `message` to standard error, see `process::complain`, and returns `code`.
 int complain(int code, std::string_view message);
 
 /// Writes `text` to the file `path`, or to standard output for "-". False, with the reason in
 /// `errno`, when any of it could not be written; what standard output refuses ends the process
 /// later, see `process::begin`.
 bool writeOutput(const std::string& path, std::string_view text);
-
-/// `text` with each control character as \xNN, fit for a line that people read.
-std::string visible(std::string_view text);
 
 #endif

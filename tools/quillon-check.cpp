@@ -46,7 +46,7 @@ constexpr const char* help =
 
 /// Prints `sentence` as a line; `code`.
 int conclude(int code, const std::string& sentence) {
-  writeOutput("-", visible(sentence) + "\n");
+  writeOutput("-", process::visible(sentence) + "\n");
   return code;
 }
 

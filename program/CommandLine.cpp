@@ -1,0 +1,118 @@
+/// \file
+/// Options, and what they may be.
+#include "CommandLine.h"
+
+#include "ExitCode.h"
+#include "Input.h"
+#include "Techniques.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+/// Accepts numbers from `low` to `high`; not what is no number at all.
+CLI::Validator between(double low, double high) {
+  return {[low, high](const std::string& text) -> std::string {
+            double value = 0;
+            const bool is_number = CLI::detail::lexical_cast(text, value);
+            if (is_number && value >= low && value <= high) return "";
+            return "must be a number from " + CLI::detail::to_string(low) + " to " +
+                   CLI::detail::to_string(high) + ", not " + text;
+          },
+          ""};
+}
+
+/// Accepts digits only: elsewhere a minus sign wraps.
+CLI::Validator wholeNumber() {
+  return {[](const std::string& text) -> std::string {
+            if (text.find_first_not_of("0123456789") == std::string::npos) return "";
+            return "must be a whole number, not " + text;
+          },
+          ""};
+}
+
+CLI::Validator oneOf(const std::vector<std::string>& names) {
+  return {[names](const std::string& text) -> std::string {
+            for (const std::string& name : names)
+              if (text == name) return "";
+            return "must be one of " + CLI::detail::join(names, ", ") + ", not " + text;
+          },
+          ""};
+}
+
+/// An option without a value that makes `setting` false.
+CLI::Option* addSwitchOff(CLI::App& app, const std::string& name, bool& setting,
+                          const std::string& what) {
+  return app.add_flag_callback(
+      name, [&setting] { setting = false; }, what);
+}
+
+constexpr double longest = 1e9;     ///< seconds, some thirty years
+constexpr double most_memory = 1e9; ///< MB
+
+} // namespace
+
+Settings parseCommandLine(int argc, char** argv) {
+  Settings settings;
+  CLI::App app("Decides a pseudo-Boolean problem, or finds an optimal solution and proves it "
+               "optimal.\nExit code: 30 optimal, 20 no solution, 10 a solution, 0 none of these;"
+               " see estoc(1).",
+               "estoc");
+  app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+  app.set_help_flag("--help", "display this help");
+  app.set_version_flag("--version", "estoc " QUILLON_VERSION, "display the version");
+  app.get_formatter()->column_width(24);
+
+  std::string input_names;
+  for (const std::string& name : formatNames())
+    input_names += (input_names.empty() ? "" : ", ") + name;
+  app.add_option("file", settings.file, "the problem, perhaps packed; \"-\" is standard input")
+      ->type_name("");
+  app.add_option("--time-limit", settings.time_limit, "end after S seconds on the wall")
+      ->type_name("S")
+      ->check(between(0, longest));
+  app.add_option("--cpu-limit", settings.cpu_limit, "end after S seconds of processor time")
+      ->type_name("S")
+      ->check(between(0, longest));
+  app.add_option("--memory-limit", settings.memory_limit,
+                 "end before taking more than MB megabytes")
+      ->type_name("MB")
+      ->check(between(1, most_memory));
+  app.add_option("--seed", settings.engine.seed, "vary the search; 0, the default, does not")
+      ->type_name("N")
+      ->check(wholeNumber());
+  app.add_option("--verbosity", settings.verbosity,
+                 "0: results only, 1: bounds (default), 2: counters")
+      ->type_name("N")
+      ->check(between(0, 2));
+  addSwitchOff(app, "--no-values", settings.values, "do not print the values of a solution");
+  app.add_option("--format", settings.format, "the input is: " + input_names)
+      ->type_name("NAME")
+      ->check(oneOf(formatNames()));
+  app.add_option("--stats", settings.stats, "write statistics to FILE, in JSON")->type_name("FILE");
+  for (const Technique& t : techniques)
+    addSwitchOff(app, "--no-" + std::string(t.name), settings.engine.*t.member,
+                 std::string("do not ") + t.what)
+        ->group("Techniques");
+  app.add_option("--smallest-width", settings.engine.smallest_width,
+                 "derive with integers of 32, 64, 128 bits at least, or unbounded ones: 0 to 3")
+      ->type_name("N")
+      ->check(between(0, 3))
+      ->group("Techniques");
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::CallForHelp&) {
+    std::fputs(app.help().c_str(), stdout);
+    std::exit(exit_unknown);
+  } catch (const CLI::CallForVersion& version) {
+    std::printf("%s\n", version.what());
+    std::exit(exit_unknown);
+  } catch (const CLI::ParseError& error) {
+    process::complain(std::string(error.what()) + "; try --help");
+    std::exit(exit_usage);
+  }
+  return settings;
+}

@@ -1,0 +1,28 @@
+/// \file
+/// The command line of `estoc`.
+#ifndef QUILLON_PROGRAM_COMMAND_LINE_H
+#define QUILLON_PROGRAM_COMMAND_LINE_H
+
+#include "estoc/Options.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+/// What the user wants.
+struct Settings {
+  std::string file = "-"; ///< "-" for standard input
+  std::string format = "auto";
+  std::optional<double> time_limit;          ///< seconds on the wall
+  std::optional<double> cpu_limit;           ///< seconds of processor time
+  std::optional<std::uint64_t> memory_limit; ///< MB of 2^20 bytes
+  int verbosity = 1;  ///< 0: results only, 1: bounds and the frame of the run, 2: counters, too
+  bool values = true; ///< print the values of a solution
+  std::string stats;  ///< file for statistics, empty for none
+  estoc::Options engine;
+};
+
+/// Takes the command line apart. Help, version and wrong usage end the process, after a text.
+Settings parseCommandLine(int argc, char** argv);
+
+#endif

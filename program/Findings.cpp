@@ -1,0 +1,125 @@
+/// \file
+/// The record of what has been found, and the checks on it.
+#include "Findings.h"
+
+#include "ExitCode.h"
+#include "process/Program.h"
+#include "process/Signals.h"
+
+#include <cstdio>
+
+namespace {
+
+using formats::Int;
+
+[[noreturn]] void internalError(const std::string& message) {
+  process::complain("internal error: " + message + "; there is no verdict");
+  process::endNow(exit_internal);
+}
+
+/// Nothing more can be told, so nothing more is worth doing.
+void endIfOutputIsLost() {
+  if (std::ferror(stdout) != 0) process::endNow(process::exit_no_output);
+}
+
+} // namespace
+
+bool Findings::maximises() const {
+  return input.problem.objective.sense == formats::Sense::maximise;
+}
+
+bool Findings::isBetter(Int a, Int b) const {
+  return maximises() ? a > b : a < b;
+}
+
+Bounds Findings::boundsNow() const {
+  return maximises() ? Bounds{best_value, proven} : Bounds{proven, best_value};
+}
+
+Bounds Findings::bounds() const {
+  const std::lock_guard lock(mutex);
+  return boundsNow();
+}
+
+std::vector<Findings::Event> Findings::events() const {
+  const std::lock_guard lock(mutex);
+  return history;
+}
+
+std::optional<Findings::Event> Findings::last(What what) const {
+  const std::lock_guard lock(mutex);
+  for (auto event = history.rbegin(); event != history.rend(); ++event)
+    if (event->what == what) return *event;
+  return std::nullopt;
+}
+
+void Findings::note(What what, Int value, const char* who) {
+  const process::Ticks now = process::wallTicks() - start;
+  history.push_back({now, what, value, who});
+  if (what == What::solution && input.problem.objective.sense != formats::Sense::none)
+    printObjective(value);
+  if (format.verbosity >= 1 && input.problem.objective.sense != formats::Sense::none)
+    printBounds(process::seconds(now), boundsNow());
+  endIfOutputIsLost();
+}
+
+void Findings::addSolution(const std::vector<bool>& values, Int claimed, const char* who) {
+  const formats::Problem& problem = input.problem;
+  formats::Assignment assignment(static_cast<std::size_t>(problem.variables.size()));
+  for (std::size_t v = 0; v < assignment.size(); v++)
+    assignment[v] = values[v] ? formats::Value::positive : formats::Value::negative;
+  const formats::Evaluation found = formats::evaluate(problem, assignment);
+  if (found.kind != formats::Evaluation::Kind::holds)
+    internalError("a solution violates row " + std::to_string(found.row + 1));
+
+  const std::lock_guard lock(mutex);
+  if (concluded) return;
+  if (problem.objective.sense != formats::Sense::none) {
+    const Int value =
+        *formats::valueOf(problem.objective.form, assignment) + problem.objective.constant;
+    if (value != claimed)
+      internalError("a solution of value " + formats::toString(value) + " was said to have " +
+                    formats::toString(claimed));
+    if (best_value && !isBetter(value, *best_value))
+      internalError("a solution is no better than the one before");
+    if (proven && isBetter(value, *proven))
+      internalError("a solution of value " + formats::toString(value) + " is beyond the bound " +
+                    formats::toString(*proven));
+    best_value = value;
+  }
+  best.swap(assignment);
+  has_solution = true;
+  note(What::solution, best_value.value_or(0), who);
+}
+
+void Findings::addBound(Int bound, const char* who) {
+  const std::lock_guard lock(mutex);
+  if (concluded) return;
+  if (best_value && isBetter(*best_value, bound))
+    internalError("the bound " + formats::toString(bound) + " is beyond a solution of value " +
+                  formats::toString(*best_value));
+  proven = bound;
+  note(What::bound, bound, who);
+}
+
+void Findings::comment(int level, const std::string& text) {
+  const std::lock_guard lock(mutex);
+  if (concluded || format.verbosity < level) return;
+  printComment(text);
+}
+
+std::optional<Verdict> Findings::conclude(Verdict claimed) {
+  const std::lock_guard lock(mutex);
+  if (concluded) return std::nullopt;
+  if (claimed == Verdict::unknown && has_solution) claimed = Verdict::satisfiable;
+  const bool needs_solution = claimed == Verdict::satisfiable || claimed == Verdict::optimum;
+  if (needs_solution && !has_solution) internalError("the solution is missing");
+  if (!needs_solution && has_solution) internalError("there is a solution after all");
+  if (claimed == Verdict::optimum) proven = best_value;
+  concluded = true;
+  process::beginResults();
+  printVerdict(claimed);
+  if (needs_solution && format.values) printValues(input, best);
+  process::flushOutput();
+  return claimed;
+}

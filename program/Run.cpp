@@ -1,0 +1,247 @@
+/// \file
+/// The steps of a run, and its ends.
+#include "Run.h"
+
+#include "ExitCode.h"
+#include "Loading.h"
+#include "formats/InputFile.h"
+#include "process/Display.h"
+#include "process/Program.h"
+#include "process/Signals.h"
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <new>
+#include <sys/resource.h>
+#include <unistd.h>
+
+namespace {
+
+/// The largest input, unpacked: what unpacks without end is noticed here at the latest.
+constexpr std::size_t input_limit = std::size_t{1} << 36;
+
+constexpr const char* no_memory = "exhausted memory";
+
+volatile std::sig_atomic_t report_due = 0; ///< set by the display's timer
+
+process::Ticks ticksOf(double seconds) {
+  return static_cast<process::Ticks>(seconds * static_cast<double>(process::ticks_per_second));
+}
+
+void limitMemory(std::uint64_t megabytes) {
+  // What the process can write to counts, not what a library or a thread merely reserves.
+  rlimit limit = {};
+  getrlimit(RLIMIT_DATA, &limit);
+  limit.rlim_cur = std::min<rlim_t>(megabytes << 20, limit.rlim_max);
+  setrlimit(RLIMIT_DATA, &limit);
+}
+
+const char* nameOf(estoc::Strategy strategy) {
+  switch (strategy) {
+  case estoc::Strategy::linear:
+    return "linear";
+  case estoc::Strategy::core_guided:
+    return "core-guided";
+  }
+  return "";
+}
+
+/// Passes on what the engine says, in the user's sense.
+class Reporter final : public estoc::Listener {
+  const Input& input;
+  Findings& findings;
+  const estoc::Solver& solver;
+  const process::Ticks start;
+  process::Display display;
+
+ public:
+  Reporter(const Input& problem, Findings& record, const estoc::Solver& engine,
+           process::Ticks run_start)
+      : input(problem), findings(record), solver(engine), start(run_start),
+        display("ESTOC_PROGRESS", [] { report_due = 1; }) {}
+
+  void onSolution(const std::vector<bool>& values, formats::Int value,
+                  estoc::Strategy by) override {
+    findings.addSolution(values, userValue(input.problem.objective, value), nameOf(by));
+  }
+  void onLowerBound(formats::Int lower, estoc::Strategy by) override {
+    findings.addBound(userValue(input.problem.objective, lower), nameOf(by));
+  }
+  void onProgress() override;
+  void end() { display.end(); }
+};
+
+void Reporter::onProgress() {
+  if (report_due == 0) return;
+  report_due = 0;
+  const estoc::Statistics counters = solver.statistics();
+  process::Snapshot snapshot;
+  snapshot.conflicts = static_cast<std::int64_t>(counters.conflicts);
+  snapshot.restarts = static_cast<std::int64_t>(counters.restarts);
+  snapshot.learnt = static_cast<std::int64_t>(counters.learnt);
+  if (input.problem.objective.sense != formats::Sense::none) {
+    if (const auto solution = findings.last(Findings::What::solution)) {
+      snapshot.best = formats::toString(solution->value);
+      snapshot.best_time = start + solution->time;
+    }
+    if (const auto bound = findings.last(Findings::What::bound))
+      snapshot.bound = formats::toString(bound->value);
+    snapshot.gap = findings.bounds().gap();
+  }
+  display.show(snapshot);
+}
+
+} // namespace
+
+Run::Run(Settings what, process::Ticks run_start)
+    : settings(std::move(what)), start(run_start),
+      findings(input, run_start, {settings.verbosity, settings.values}), stats(settings.stats) {}
+
+void Run::startWatchdog() {
+  process::Watchdog::Duties duties;
+  if (settings.time_limit) duties.wall_end = start + ticksOf(*settings.time_limit);
+  if (settings.cpu_limit) duties.processor_end = ticksOf(*settings.cpu_limit);
+  duties.on_stop = [this] { onStop(); };
+  duties.on_overdue = [this] { onOverdue(); };
+  watchdog.emplace(std::move(duties));
+  if (process::stopSignal() != 0) process::Watchdog::request(); // it came before
+}
+
+void Run::setSolver(estoc::Solver* which) {
+  const std::lock_guard lock(solver_mutex);
+  solver = which;
+  if (solver != nullptr && stop) solver->interrupt();
+}
+
+/// On the watchdog's thread.
+void Run::onStop() {
+  stop = true;
+  setSolver(solver);
+}
+
+/// On the watchdog's thread: the other one is at something long, and what it has found is kept.
+void Run::onOverdue() {
+  try {
+    end(Verdict::unknown, stoppedBy(), {});
+  } catch (const std::bad_alloc&) {
+    process::outOfMemory();
+  }
+}
+
+std::string Run::stoppedBy() const {
+  using Reason = process::Watchdog::Reason;
+  if (!watchdog) return "";
+  switch (watchdog->reason()) {
+  case Reason::request:
+    return "signal " + std::to_string(process::stopSignal());
+  case Reason::wall_limit:
+    return "time limit";
+  case Reason::processor_limit:
+    return "limit of processor time";
+  case Reason::none:
+    break;
+  }
+  return "";
+}
+
+/// Reads the problem into `input`. `unknown` when all is well, otherwise what there is to say; text
+/// that is no problem ends the process.
+Verdict Run::read() {
+  if (settings.file == "-" && isatty(STDIN_FILENO) != 0)
+    std::fputs("estoc: reading the problem from the terminal, up to Ctrl-D; see estoc --help\n",
+               stderr);
+  const std::string name = settings.file == "-" ? "standard input" : settings.file;
+  const auto bytes = formats::readInput(settings.file, input_limit);
+  if (stop || process::stopSignal() != 0) return Verdict::unknown;
+  if (!bytes) {
+    process::complain(name + ": " + bytes.error().message);
+    process::endNow(exit_no_input);
+  }
+  auto read = readInputText(*bytes, settings.format);
+  if (!read) {
+    process::complain(name + ":" + read.error().text());
+    if (read.error().beyond_width) return Verdict::unsupported;
+    process::endNow(exit_bad_input);
+  }
+  input = std::move(*read);
+  read_at = process::wallTicks() - start;
+  findings.comment(1, "read " + std::to_string(input.problem.variables.size()) + " variables, " +
+                          std::to_string(input.problem.rows.size()) + " rows");
+  return Verdict::unknown;
+}
+
+Verdict Run::solve() {
+  estoc::Solver engine(settings.engine);
+  setSolver(&engine);
+  const struct Retire {
+    Run& run;
+    ~Retire() { run.setSolver(nullptr); }
+  } retire{*this};
+  load(input.problem, engine, stop);
+  if (stop) return Verdict::unknown;
+  loaded_at = process::wallTicks() - start;
+  Reporter reporter(input, findings, engine, start);
+  const estoc::Verdict verdict = engine.solve({}, &reporter);
+  reporter.end();
+  counters = engine.statistics();
+  switch (verdict) {
+  case estoc::Verdict::optimal:
+    return Verdict::optimum;
+  case estoc::Verdict::satisfiable:
+    return Verdict::satisfiable;
+  case estoc::Verdict::unsatisfiable:
+    return Verdict::unsatisfiable;
+  case estoc::Verdict::unknown:
+    break;
+  }
+  return Verdict::unknown;
+}
+
+/// States the result and ends the process; does nothing when the other thread is at that already.
+void Run::end(Verdict claimed, const std::string& stopped_by,
+              const std::optional<estoc::Statistics>& engine_counters) {
+  RunFacts facts;
+  facts.read = read_at;
+  facts.loaded = loaded_at;
+  facts.ended = process::wallTicks() - start;
+  facts.processor = process::processorTicks();
+  facts.stopped_by = stopped_by;
+  facts.counters = engine_counters;
+  if (!stopped_by.empty()) findings.comment(1, "stopped by " + stopped_by);
+  if (facts.counters)
+    forEachCounter(*facts.counters, [&](const char* name, std::uint64_t value) {
+      findings.comment(2, std::string(name) + " " + std::to_string(value));
+    });
+  char times[80];
+  std::snprintf(times, sizeof times, "time wall %.3f processor %.3f", process::seconds(facts.ended),
+                process::seconds(facts.processor));
+  findings.comment(1, times);
+  const std::optional<Verdict> verdict = findings.conclude(claimed);
+  if (!verdict) return;
+  facts.verdict = *verdict;
+  stats.write(settings, input, findings, facts);
+  const bool nothing_left = *verdict == Verdict::unknown && stopped_by == no_memory;
+  process::endNow(nothing_left ? int{process::exit_no_memory} : exitCodeOf(*verdict));
+}
+
+void Run::perform() {
+  Verdict claimed = Verdict::unknown;
+  std::string stopped_by;
+  try {
+    startWatchdog();
+    if (settings.memory_limit) limitMemory(*settings.memory_limit);
+    findings.comment(1, "estoc " QUILLON_VERSION);
+    claimed = read();
+    if (read_at != 0 && !stop) claimed = solve();
+    const bool has_objective = input.problem.objective.sense != formats::Sense::none;
+    if (claimed == Verdict::unknown || (claimed == Verdict::satisfiable && has_objective))
+      stopped_by = stoppedBy();
+  } catch (const std::bad_alloc&) { // what the engine or a reader had is free again
+    process::complain("memory exhausted");
+    stopped_by = no_memory;
+  }
+  end(claimed, stopped_by, counters);
+  for (;;) // the watchdog ends the process
+    pause();
+}

@@ -1,0 +1,88 @@
+/// \file
+/// What goes into the file.
+#include "StatsFile.h"
+
+#include "Techniques.h"
+#include "process/Program.h"
+
+#include <cerrno>
+#include <cstring>
+#include <nlohmann/json.hpp>
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+/// A number, or its digits where readers of JSON could not be relied on to keep it.
+Json number(const std::optional<formats::Int>& value) {
+  constexpr formats::Int exact = formats::Int{1} << 53;
+  if (!value) return nullptr;
+  if (*value > exact || *value < -exact) return formats::toString(*value);
+  return static_cast<std::int64_t>(*value);
+}
+
+Json secondsOrNull(process::Ticks ticks) {
+  return ticks == 0 ? Json() : Json(process::seconds(ticks));
+}
+
+Json describe(const Settings& settings, const Input& input, const Findings& findings,
+              const RunFacts& facts) {
+  Json options = {{"seed", settings.engine.seed},
+                  {"smallest width", settings.engine.smallest_width}};
+  for (const Technique& t : techniques) options[t.name] = settings.engine.*t.member;
+  Json counters;
+  if (facts.counters)
+    forEachCounter(*facts.counters,
+                   [&](const char* name, std::uint64_t value) { counters[name] = value; });
+  Json events = Json::array();
+  for (const Findings::Event& e : findings.events())
+    events.push_back({{"time", process::seconds(e.time)},
+                      {"what", e.what == Findings::What::solution ? "solution" : "bound"},
+                      {"value", number(e.value)},
+                      {"by", e.who}});
+  const Bounds bounds = findings.bounds();
+  Json problem;
+  if (facts.read != 0)
+    problem = {{"variables", input.problem.variables.size()}, {"rows", input.problem.rows.size()}};
+  return {
+      {"program", "estoc " QUILLON_VERSION},
+      {"file", settings.file},
+      {"verdict", wordsOf(facts.verdict)},
+      {"lower", number(bounds.lower)},
+      {"upper", number(bounds.upper)},
+      {"stopped by", facts.stopped_by.empty() ? Json() : Json(facts.stopped_by)},
+      {"problem", problem},
+      {"time",
+       {{"read", secondsOrNull(facts.read)},
+        {"loaded", secondsOrNull(facts.loaded)},
+        {"wall", process::seconds(facts.ended)},
+        {"processor", process::seconds(facts.processor)}}},
+      {"options", options},
+      {"counters", counters},
+      {"found", events},
+  };
+}
+
+[[noreturn]] void fail(const std::string& path) {
+  process::complain(path + ": " + std::strerror(errno));
+  process::endNow(process::exit_no_output);
+}
+
+} // namespace
+
+StatsFile::StatsFile(const std::string& name) : path(name) {
+  if (path.empty()) return;
+  file.reset(std::fopen(path.c_str(), "w"));
+  if (file == nullptr) fail(path);
+}
+
+void StatsFile::write(const Settings& settings, const Input& input, const Findings& findings,
+                      const RunFacts& facts) {
+  if (file == nullptr) return;
+  // File names need not be UTF-8.
+  const std::string text = describe(settings, input, findings, facts)
+                               .dump(2, ' ', false, Json::error_handler_t::replace) +
+                           "\n";
+  const bool written = std::fwrite(text.data(), 1, text.size(), file.get()) == text.size();
+  if (std::fclose(file.release()) != 0 || !written) fail(path);
+}

@@ -1,0 +1,60 @@
+/// \file
+/// The statistics of a run, as a JSON file.
+#ifndef QUILLON_PROGRAM_STATS_FILE_H
+#define QUILLON_PROGRAM_STATS_FILE_H
+
+#include "CommandLine.h"
+#include "Findings.h"
+#include "estoc/Solver.h"
+
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <string>
+
+/// What the file tells beside the findings.
+struct RunFacts {
+  process::Ticks read = 0;   ///< when the problem had been read, since the beginning; 0: it was not
+  process::Ticks loaded = 0; ///< when the engine had it; 0: it never had
+  process::Ticks ended = 0;
+  process::Ticks processor = 0; ///< time used
+  Verdict verdict = Verdict::unknown;
+  std::string stopped_by = {}; ///< empty when nothing did
+  std::optional<estoc::Statistics> counters = {};
+};
+
+/// Opened at once, so that a wrong name is known before the search; written at the end.
+class StatsFile {
+  struct Closer {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+  };
+  std::string path;
+  std::unique_ptr<std::FILE, Closer> file;
+
+ public:
+  /// No file if `path` is empty. Ends the process if it cannot be opened.
+  explicit StatsFile(const std::string& name);
+  /// Ends the process if it cannot be written. Once.
+  void write(const Settings& settings, const Input& input, const Findings& findings,
+             const RunFacts& facts);
+};
+
+/// The counters of the engine by name, in one order for all outputs.
+template <class Visitor> void forEachCounter(const estoc::Statistics& s, Visitor visit) {
+  visit("conflicts", s.conflicts);
+  visit("decisions", s.decisions);
+  visit("propagations", s.propagations);
+  visit("restarts", s.restarts);
+  visit("reductions", s.reductions);
+  visit("learnt clauses", s.learnt_clauses);
+  visit("learnt cardinalities", s.learnt_cardinalities);
+  visit("learnt general", s.learnt_general);
+  visit("facts", s.facts);
+  visit("cores", s.cores);
+  visit("work", s.work);
+  visit("constraints", std::uint64_t{s.constraints});
+  visit("learnt", std::uint64_t{s.learnt});
+  visit("memory", std::uint64_t{s.memory});
+}
+
+#endif

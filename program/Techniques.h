@@ -1,0 +1,24 @@
+/// \file
+/// The techniques of the engine that can be switched, each with its option.
+#ifndef QUILLON_PROGRAM_TECHNIQUES_H
+#define QUILLON_PROGRAM_TECHNIQUES_H
+
+#include "estoc/Options.h"
+
+/// The option --no-NAME switches one off.
+struct Technique {
+  const char* name;
+  bool estoc::Options::*member;
+  const char* what; ///< for the help text, behind "do not"
+};
+
+inline constexpr Technique techniques[] = {
+    {"stable-mode", &estoc::Options::stable_mode, "search by activities with few restarts"},
+    {"focused-mode", &estoc::Options::focused_mode, "search by recency with many restarts"},
+    {"rephase", &estoc::Options::rephase, "return to the best or first values now and then"},
+    {"solution-phases", &estoc::Options::solution_phases, "prefer the values of the best solution"},
+    {"minimise", &estoc::Options::minimise, "minimise learnt clauses"},
+    {"core-guided", &estoc::Options::core_guided, "raise the lower bound by cores"},
+};
+
+#endif
