@@ -7,6 +7,7 @@
 #include "Techniques.h"
 
 #include <CLI/CLI.hpp>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 
@@ -24,11 +25,14 @@ CLI::Validator between(double low, double high) {
           ""};
 }
 
-/// Accepts digits only: elsewhere a minus sign wraps.
+/// Accepts what is a number of 64 bits, of which other checks let wrap what is not.
 CLI::Validator wholeNumber() {
   return {[](const std::string& text) -> std::string {
-            if (text.find_first_not_of("0123456789") == std::string::npos) return "";
-            return "must be a whole number, not " + text;
+            std::uint64_t value = 0;
+            const char* const end = text.data() + text.size();
+            const auto [stop, error] = std::from_chars(text.data(), end, value);
+            if (error == std::errc() && stop == end) return "";
+            return "must be a whole number of 64 bits, not " + text;
           },
           ""};
 }
