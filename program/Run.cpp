@@ -76,17 +76,22 @@ void Reporter::onProgress() {
   if (report_due == 0) return;
   report_due = 0;
   const estoc::Statistics counters = solver.statistics();
+  std::string best; // which the snapshot refers to
+  std::string bound;
   process::Snapshot snapshot;
   snapshot.conflicts = static_cast<std::int64_t>(counters.conflicts);
   snapshot.restarts = static_cast<std::int64_t>(counters.restarts);
   snapshot.learnt = static_cast<std::int64_t>(counters.learnt);
   if (input.problem.objective.sense != formats::Sense::none) {
     if (const auto solution = findings.last(Findings::What::solution)) {
-      snapshot.best = formats::toString(solution->value);
+      best = formats::toString(solution->value);
+      snapshot.best = best.c_str();
       snapshot.best_time = start + solution->time;
     }
-    if (const auto bound = findings.last(Findings::What::bound))
-      snapshot.bound = formats::toString(bound->value);
+    if (const auto proven = findings.last(Findings::What::bound)) {
+      bound = formats::toString(proven->value);
+      snapshot.bound = bound.c_str();
+    }
     snapshot.gap = findings.bounds().gap();
   }
   display.show(snapshot);
