@@ -54,6 +54,7 @@ class Decider {
   void rephase(Rephase how);
 
  private:
+  friend class SearchAudit;
   const Trail& trail;
   bool stable = false;
   bool use_solution = false;

@@ -154,8 +154,10 @@ Outcome Search::run(const std::vector<Lit>& assumptions, std::uint64_t conflicts
     if (objective_raised && !propagation.imply(objective)) conflict = objective;
     objective_raised = false;
     if (conflict == no_ref) conflict = propagation.propagate();
+    audit(conflict == no_ref ? AuditPoint::fixpoint : AuditPoint::conflict);
     if (conflict != no_ref) {
       if (!resolve(conflict)) return Outcome::unsatisfiable;
+      audit(AuditPoint::learnt);
       continue;
     }
     if (interrupted.load(std::memory_order_relaxed)) return Outcome::interrupted;
@@ -166,6 +168,7 @@ Outcome Search::run(const std::vector<Lit>& assumptions, std::uint64_t conflicts
     }
     if (count.conflicts >= next_reduction) {
       reduce();
+      audit(AuditPoint::reduced);
       continue;
     }
     const Decision decision = decide(assumptions);

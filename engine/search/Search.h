@@ -81,6 +81,7 @@ class Search final : private UnassignListener {
   Var variables() const { return trail.variables(); }
 
  private:
+  friend class SearchAudit;
   const Options options;
   const std::atomic<bool>& interrupted;
   Listener* listener = nullptr;
@@ -111,7 +112,14 @@ class Search final : private UnassignListener {
   std::uint64_t next_reduction = options.paced(2000);
   int simplified = 0; ///< facts at the last `removeSatisfied`
 
-  void onUnassign(Lit was_true) override { decider.onUnassign(was_true); }
+  void audit([[maybe_unused]] AuditPoint point) const {
+#ifndef NDEBUG
+    if (options.audit != nullptr) options.audit(*this, point);
+#endif
+  }
+  void onUnassign(Lit was_true) override {
+    decider.onUnassign(was_true);
+  }
   bool enqueueFacts(const std::vector<Lit>& facts);
   bool resolve(Ref conflict);
   bool install();

@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "Generators.h"
+#include "SearchAudit.h"
 
 namespace trial {
 
@@ -69,6 +70,7 @@ Options someOptions(Draws& draws) {
   if (draws.oneIn(2)) o.smallest_width = draws.small(0, 3);
   static constexpr std::uint64_t paces[] = {1, 30, 200, 500, 5000};
   o.pace = paces[draws.small(0, 4)];
+  if (draws.oneIn(12)) o.audit = estoc::SearchAudit::enforce;
   return o;
 }
 

@@ -7,6 +7,16 @@
 
 namespace estoc {
 
+class Search;
+
+/// Where a search stands when it calls `Options::audit`.
+enum class AuditPoint {
+  fixpoint, ///< all is propagated, and nothing is in conflict
+  conflict, ///< propagation has ended with a conflict
+  learnt,   ///< something has been learnt, and has implied what it can
+  reduced   ///< learnt constraints have been dropped
+};
+
 /// Switches and numbers; a value-initialised object is what the program uses by default. Verdicts
 /// do not depend on any of them, only the way there does.
 struct Options {
@@ -22,6 +32,8 @@ struct Options {
   /// For tests: what happens every so many conflicts happens this many times as often, so that
   /// small problems see it, too.
   std::uint64_t pace = 1;
+  /// For tests: looks the whole search over. Called in builds with assertions only.
+  void (*audit)(const Search& search, AuditPoint point) = nullptr;
 
   /// An interval of `conflicts`, at that pace.
   std::uint64_t paced(std::uint64_t conflicts) const {
