@@ -151,7 +151,14 @@ Outcome Search::run(const std::vector<Lit>& assumptions, std::uint64_t conflicts
   const std::uint64_t end = count.conflicts + conflicts;
   for (;;) {
     Ref conflict = no_ref;
-    if (objective_raised && !propagation.imply(objective)) conflict = objective;
+    if (trail.level() < objective_level) { // what it implied has been taken back, not what made it
+      propagation.raiseDegree(objective, 0);
+      objective_raised = true;
+    }
+    if (objective_raised) {
+      objective_level = trail.level();
+      if (!propagation.imply(objective)) conflict = objective;
+    }
     objective_raised = false;
     if (conflict == no_ref) conflict = propagation.propagate();
     audit(conflict == no_ref ? AuditPoint::fixpoint : AuditPoint::conflict);

@@ -93,6 +93,7 @@ class Search final : private UnassignListener {
   bool ok = true;
   Ref objective = no_ref;
   bool objective_raised = false; ///< what it implies now has not been looked at
+  int objective_level = 0;       ///< where that was done last
   std::vector<Lit> assumed;      ///< the assumptions that the trail's first levels belong to
   LearntRow failure;
   Learnt learnt;
