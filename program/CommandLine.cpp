@@ -3,8 +3,8 @@
 #include "CommandLine.h"
 
 #include "ExitCode.h"
-#include "Input.h"
 #include "Techniques.h"
+#include "formats/ProblemReader.h"
 
 #include <CLI/CLI.hpp>
 #include <charconv>
@@ -37,11 +37,10 @@ CLI::Validator wholeNumber() {
           ""};
 }
 
-CLI::Validator oneOf(const std::vector<std::string>& names) {
-  return {[names](const std::string& text) -> std::string {
-            for (const std::string& name : names)
-              if (text == name) return "";
-            return "must be one of " + CLI::detail::join(names, ", ") + ", not " + text;
+CLI::Validator aFormat() {
+  return {[](const std::string& text) -> std::string {
+            if (formats::formatOf(text)) return "";
+            return std::string("must be ") + formats::format_names + ", not " + text;
           },
           ""};
 }
@@ -69,9 +68,6 @@ Settings parseCommandLine(int argc, char** argv) {
   app.set_version_flag("--version", "estoc " QUILLON_VERSION, "display the version");
   app.get_formatter()->column_width(24);
 
-  std::string input_names;
-  for (const std::string& name : formatNames())
-    input_names += (input_names.empty() ? "" : ", ") + name;
   app.add_option("file", settings.file, "the problem, perhaps packed; \"-\" is standard input")
       ->type_name("");
   app.add_option("--time-limit", settings.time_limit, "end after S seconds on the wall")
@@ -92,9 +88,9 @@ Settings parseCommandLine(int argc, char** argv) {
       ->type_name("N")
       ->check(between(0, 2));
   addSwitchOff(app, "--no-values", settings.values, "do not print the values of a solution");
-  app.add_option("--format", settings.format, "the input is: " + input_names)
+  app.add_option("--format", settings.format, std::string("the input is ") + formats::format_names)
       ->type_name("NAME")
-      ->check(oneOf(formatNames()));
+      ->check(aFormat());
   app.add_option("--stats", settings.stats, "write statistics to FILE, in JSON")->type_name("FILE");
   for (const Technique& t : techniques)
     addSwitchOff(app, "--no-" + std::string(t.name), settings.engine.*t.member,

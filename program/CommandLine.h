@@ -11,8 +11,8 @@
 
 /// What the user wants.
 struct Settings {
-  std::string file = "-"; ///< "-" for standard input
-  std::string format = "auto";
+  std::string file = "-";                    ///< "-" for standard input
+  std::string format;                        ///< empty: as the content shows
   std::optional<double> time_limit;          ///< seconds on the wall
   std::optional<double> cpu_limit;           ///< seconds of processor time
   std::optional<std::uint64_t> memory_limit; ///< MB of 2^20 bytes

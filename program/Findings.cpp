@@ -25,7 +25,7 @@ void endIfOutputIsLost() {
 } // namespace
 
 bool Findings::maximises() const {
-  return input.problem.objective.sense == formats::Sense::maximise;
+  return problem.objective.sense == formats::Sense::maximise;
 }
 
 bool Findings::isBetter(Int a, Int b) const {
@@ -56,35 +56,34 @@ std::optional<Findings::Event> Findings::last(What what) const {
 void Findings::note(What what, Int value, const char* who) {
   const process::Ticks now = process::wallTicks() - start;
   history.push_back({now, what, value, who});
-  if (what == What::solution && input.problem.objective.sense != formats::Sense::none)
-    printObjective(value);
-  if (format.verbosity >= 1 && input.problem.objective.sense != formats::Sense::none)
+  if (what == What::solution && problem.hasObjective()) printObjective(value);
+  if (format.verbosity >= 1 && problem.hasObjective())
     printBounds(process::seconds(now), boundsNow());
   endIfOutputIsLost();
 }
 
 void Findings::addSolution(const std::vector<bool>& values, Int claimed, const char* who) {
-  const formats::Problem& problem = input.problem;
   formats::Assignment assignment(static_cast<std::size_t>(problem.variables.size()));
   for (std::size_t v = 0; v < assignment.size(); v++)
     assignment[v] = values[v] ? formats::Value::positive : formats::Value::negative;
   const formats::Evaluation found = formats::evaluate(problem, assignment);
   if (found.kind != formats::Evaluation::Kind::holds)
-    internalError("a solution violates row " + std::to_string(found.row + 1));
+    internalError(found.part == formats::Evaluation::Part::row
+                      ? "a solution violates row " + std::to_string(found.row + 1)
+                      : std::string("a solution costs too much"));
 
   const std::lock_guard lock(mutex);
   if (concluded) return;
-  if (problem.objective.sense != formats::Sense::none) {
-    const Int value =
-        *formats::valueOf(problem.objective.form, assignment) + problem.objective.constant;
-    if (value != claimed)
+  if (problem.hasObjective()) {
+    const Int value = *found.objective;
+    // The engine may count a cost that its solution need not have.
+    if (problem.hasCost() ? value > claimed : value != claimed)
       internalError("a solution of value " + formats::toString(value) + " was said to have " +
                     formats::toString(claimed));
-    if (best_value && !isBetter(value, *best_value))
-      internalError("a solution is no better than the one before");
     if (proven && isBetter(value, *proven))
       internalError("a solution of value " + formats::toString(value) + " is beyond the bound " +
                     formats::toString(*proven));
+    if (best_value && !isBetter(value, *best_value)) return;
     best_value = value;
   }
   best.swap(assignment);
@@ -119,7 +118,7 @@ std::optional<Verdict> Findings::conclude(Verdict claimed) {
   concluded = true;
   process::beginResults();
   printVerdict(claimed);
-  if (needs_solution && format.values) printValues(input, best);
+  if (needs_solution && format.values) printValues(problem, best);
   process::flushOutput();
   return claimed;
 }

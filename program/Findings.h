@@ -30,9 +30,9 @@ class Findings {
     bool values = true;
   };
 
-  /// `input` can be filled in later, until there is a solution, a bound or a verdict.
-  Findings(const Input& problem, process::Ticks run_start, Format how)
-      : input(problem), start(run_start), format(how) {}
+  /// `text` can be filled in later, until there is a solution, a bound or a verdict.
+  Findings(const formats::Problem& text, process::Ticks run_start, Format how)
+      : problem(text), start(run_start), format(how) {}
 
   /// A solution better than all before: `values` has those of the problem's variables first, and
   /// the objective comes to `claimed`.
@@ -52,7 +52,7 @@ class Findings {
   std::optional<Event> last(What what) const;
 
  private:
-  const Input& input;
+  const formats::Problem& problem;
   const process::Ticks start;
   const Format format;
   mutable std::mutex mutex;

@@ -2,6 +2,9 @@
 /// Rows and the objective as the engine takes them.
 #include "Loading.h"
 
+#include "formats/Linear.h"
+#include "process/Program.h"
+
 #include <vector>
 
 namespace {
@@ -27,15 +30,18 @@ bool addRow(const formats::Row& row, estoc::Solver& solver) {
 
 } // namespace
 
-void load(const formats::Problem& problem, estoc::Solver& solver, const std::atomic<bool>& stop) {
-  for (int v = 0; v < problem.variables.size(); v++) solver.newVariable();
-  const formats::Objective& objective = problem.objective;
-  if (objective.sense != formats::Sense::none) {
-    solver.minimise(termsOf(objective.form, objective.sense == formats::Sense::maximise),
-                    userValue(objective, objective.constant));
+bool load(const formats::Problem& problem, estoc::Solver& solver, const std::atomic<bool>& stop) {
+  const auto linear = formats::linearise(problem);
+  if (!linear) {
+    process::complain(linear.error().text());
+    return false;
   }
-  for (const formats::Row row : problem.rows)
-    if (stop.load(std::memory_order_relaxed) || !addRow(row, solver)) return;
+  for (int v = 0; v < linear->variables; v++) solver.newVariable();
+  if (linear->optimises) solver.minimise(termsOf(linear->objective, false), linear->constant);
+  for (const formats::Rows* const rows : {&problem.rows, &linear->rows})
+    for (const formats::Row row : *rows)
+      if (stop.load(std::memory_order_relaxed) || !addRow(row, solver)) return true;
+  return true;
 }
 
 Int userValue(const formats::Objective& objective, Int engine_value) {

@@ -96,11 +96,21 @@ void printVerdict(Verdict verdict) {
   std::printf("s %s\n", wordsOf(verdict));
 }
 
-void printValues(const Input& input, const formats::Assignment& assignment) {
-  ValueLines lines;
-  for (int v = 0; v < input.problem.variables.size(); v++) {
-    const bool is_true = assignment[static_cast<std::size_t>(v)] == formats::Value::positive;
-    lines.add(is_true ? "" : "-", input.problem.variables[v]);
+void printValues(const formats::Problem& problem, const formats::Assignment& assignment) {
+  const auto is_true = [&](int v) {
+    return assignment[static_cast<std::size_t>(v)] == formats::Value::positive;
+  };
+  if (problem.format == formats::Format::wcnf) {
+    std::string line(static_cast<std::size_t>(problem.declared), '0');
+    for (int v = 0; v < problem.variables.size(); v++)
+      if (is_true(v))
+        line[static_cast<std::size_t>(*formats::parseInt(problem.variables[v])) - 1] = '1';
+    std::printf("v %s\n", line.c_str());
+    return;
   }
+  ValueLines lines;
+  for (int v = 0; v < problem.variables.size(); v++)
+    if (!problem.products.isProduct(v)) lines.add(is_true(v) ? "" : "-", problem.variables[v]);
+  if (problem.format == formats::Format::cnf) lines.add("", "0");
   lines.flush();
 }

@@ -3,8 +3,8 @@
 #ifndef QUILLON_PROGRAM_OUTPUT_H
 #define QUILLON_PROGRAM_OUTPUT_H
 
-#include "Input.h"
 #include "formats/Check.h"
+#include "formats/Problem.h"
 
 #include <optional>
 #include <string>
@@ -32,7 +32,7 @@ void printObjective(formats::Int value);
 /// The `c bound` line, at once; `time` in seconds.
 void printBounds(double time, const Bounds& bounds);
 void printVerdict(Verdict verdict);
-/// The `v` lines: all variables of the problem.
-void printValues(const Input& input, const formats::Assignment& assignment);
+/// The `v` lines: all variables of the text, as those do who read its format.
+void printValues(const formats::Problem& problem, const formats::Assignment& assignment);
 
 #endif

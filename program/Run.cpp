@@ -5,6 +5,7 @@
 #include "ExitCode.h"
 #include "Loading.h"
 #include "formats/InputFile.h"
+#include "formats/ProblemReader.h"
 #include "process/Display.h"
 #include "process/Program.h"
 #include "process/Signals.h"
@@ -49,24 +50,24 @@ const char* nameOf(estoc::Strategy strategy) {
 
 /// Passes on what the engine says, in the user's sense.
 class Reporter final : public estoc::Listener {
-  const Input& input;
+  const formats::Problem& problem;
   Findings& findings;
   const estoc::Solver& solver;
   const process::Ticks start;
   process::Display display;
 
  public:
-  Reporter(const Input& problem, Findings& record, const estoc::Solver& engine,
+  Reporter(const formats::Problem& text, Findings& record, const estoc::Solver& engine,
            process::Ticks run_start)
-      : input(problem), findings(record), solver(engine), start(run_start),
+      : problem(text), findings(record), solver(engine), start(run_start),
         display("ESTOC_PROGRESS", [] { report_due = 1; }) {}
 
   void onSolution(const std::vector<bool>& values, formats::Int value,
                   estoc::Strategy by) override {
-    findings.addSolution(values, userValue(input.problem.objective, value), nameOf(by));
+    findings.addSolution(values, userValue(problem.objective, value), nameOf(by));
   }
   void onLowerBound(formats::Int lower, estoc::Strategy by) override {
-    findings.addBound(userValue(input.problem.objective, lower), nameOf(by));
+    findings.addBound(userValue(problem.objective, lower), nameOf(by));
   }
   void onProgress() override;
   void end() { display.end(); }
@@ -82,7 +83,7 @@ void Reporter::onProgress() {
   snapshot.conflicts = static_cast<std::int64_t>(counters.conflicts);
   snapshot.restarts = static_cast<std::int64_t>(counters.restarts);
   snapshot.learnt = static_cast<std::int64_t>(counters.learnt);
-  if (input.problem.objective.sense != formats::Sense::none) {
+  if (problem.hasObjective()) {
     if (const auto solution = findings.last(Findings::What::solution)) {
       best = formats::toString(solution->value);
       snapshot.best = best.c_str();
@@ -101,7 +102,7 @@ void Reporter::onProgress() {
 
 Run::Run(Settings what, process::Ticks run_start)
     : settings(std::move(what)), start(run_start),
-      findings(input, run_start, {settings.verbosity, settings.values}), stats(settings.stats) {}
+      findings(problem, run_start, {settings.verbosity, settings.values}), stats(settings.stats) {}
 
 void Run::startWatchdog() {
   process::Watchdog::Duties duties;
@@ -150,7 +151,7 @@ std::string Run::stoppedBy() const {
   return "";
 }
 
-/// Reads the problem into `input`. `unknown` when all is well, otherwise what there is to say; text
+/// Reads `problem`. `unknown` when all is well, otherwise what there is to say; text
 /// that is no problem ends the process.
 Verdict Run::read() {
   if (settings.file == "-" && isatty(STDIN_FILENO) != 0)
@@ -163,16 +164,16 @@ Verdict Run::read() {
     process::complain(name + ": " + bytes.error().message);
     process::endNow(exit_no_input);
   }
-  auto read = readInputText(*bytes, settings.format);
+  auto read = formats::readProblem(*bytes, formats::formatOf(settings.format));
   if (!read) {
     process::complain(name + ":" + read.error().text());
     if (read.error().beyond_width) return Verdict::unsupported;
     process::endNow(exit_bad_input);
   }
-  input = std::move(*read);
+  problem = std::move(*read);
   read_at = process::wallTicks() - start;
-  findings.comment(1, "read " + std::to_string(input.problem.variables.size()) + " variables, " +
-                          std::to_string(input.problem.rows.size()) + " rows");
+  findings.comment(1, "read " + std::to_string(problem.variables.size()) + " variables, " +
+                          std::to_string(problem.rows.size()) + " rows");
   return Verdict::unknown;
 }
 
@@ -183,10 +184,10 @@ Verdict Run::solve() {
     Run& run;
     ~Retire() { run.setSolver(nullptr); }
   } retire{*this};
-  load(input.problem, engine, stop);
+  if (!load(problem, engine, stop)) return Verdict::unsupported;
   if (stop) return Verdict::unknown;
   loaded_at = process::wallTicks() - start;
-  Reporter reporter(input, findings, engine, start);
+  Reporter reporter(problem, findings, engine, start);
   const estoc::Verdict verdict = engine.solve({}, &reporter);
   reporter.end();
   counters = engine.statistics();
@@ -225,7 +226,7 @@ void Run::end(Verdict claimed, const std::string& stopped_by,
   const std::optional<Verdict> verdict = findings.conclude(claimed);
   if (!verdict) return;
   facts.verdict = *verdict;
-  stats.write(settings, input, findings, facts);
+  stats.write(settings, problem, findings, facts);
   const bool nothing_left = *verdict == Verdict::unknown && stopped_by == no_memory;
   process::endNow(nothing_left ? int{process::exit_no_memory} : exitCodeOf(*verdict));
 }
@@ -239,7 +240,7 @@ void Run::perform() {
     findings.comment(1, "estoc " QUILLON_VERSION);
     claimed = read();
     if (read_at != 0 && !stop) claimed = solve();
-    const bool has_objective = input.problem.objective.sense != formats::Sense::none;
+    const bool has_objective = problem.hasObjective();
     if (claimed == Verdict::unknown || (claimed == Verdict::satisfiable && has_objective))
       stopped_by = stoppedBy();
   } catch (const std::bad_alloc&) { // what the engine or a reader had is free again

@@ -25,12 +25,12 @@ class Run {
  private:
   const Settings settings;
   const process::Ticks start;
-  Input input;
+  formats::Problem problem;
   Findings findings;
   StatsFile stats;
   std::optional<estoc::Statistics> counters; ///< at the end of the search
   /// When the problem had been read, and when the engine had it, since the start; 0 before. While
-  /// `read_at` is 0, `input` is only for the thread that works.
+  /// `read_at` is 0, `problem` is only for the thread that works.
   std::atomic<process::Ticks> read_at{0};
   std::atomic<process::Ticks> loaded_at{0};
 

@@ -3,6 +3,7 @@
 #include "StatsFile.h"
 
 #include "Techniques.h"
+#include "formats/ProblemReader.h"
 #include "process/Program.h"
 
 #include <cerrno>
@@ -25,7 +26,7 @@ Json secondsOrNull(process::Ticks ticks) {
   return ticks == 0 ? Json() : Json(process::seconds(ticks));
 }
 
-Json describe(const Settings& settings, const Input& input, const Findings& findings,
+Json describe(const Settings& settings, const formats::Problem& problem, const Findings& findings,
               const RunFacts& facts) {
   Json options = {{"seed", settings.engine.seed},
                   {"smallest width", settings.engine.smallest_width}};
@@ -41,9 +42,9 @@ Json describe(const Settings& settings, const Input& input, const Findings& find
                       {"value", number(e.value)},
                       {"by", e.who}});
   const Bounds bounds = findings.bounds();
-  Json problem;
+  Json sizes;
   if (facts.read != 0)
-    problem = {{"variables", input.problem.variables.size()}, {"rows", input.problem.rows.size()}};
+    sizes = {{"variables", problem.variables.size()}, {"rows", problem.rows.size()}};
   return {
       {"program", "estoc " QUILLON_VERSION},
       {"file", settings.file},
@@ -51,7 +52,8 @@ Json describe(const Settings& settings, const Input& input, const Findings& find
       {"lower", number(bounds.lower)},
       {"upper", number(bounds.upper)},
       {"stopped by", facts.stopped_by.empty() ? Json() : Json(facts.stopped_by)},
-      {"problem", problem},
+      {"format", formats::nameOf(problem.format)},
+      {"problem", sizes},
       {"time",
        {{"read", secondsOrNull(facts.read)},
         {"loaded", secondsOrNull(facts.loaded)},
@@ -76,11 +78,11 @@ StatsFile::StatsFile(const std::string& name) : path(name) {
   if (file == nullptr) fail(path);
 }
 
-void StatsFile::write(const Settings& settings, const Input& input, const Findings& findings,
-                      const RunFacts& facts) {
+void StatsFile::write(const Settings& settings, const formats::Problem& problem,
+                      const Findings& findings, const RunFacts& facts) {
   if (file == nullptr) return;
   // File names need not be UTF-8.
-  const std::string text = describe(settings, input, findings, facts)
+  const std::string text = describe(settings, problem, findings, facts)
                                .dump(2, ' ', false, Json::error_handler_t::replace) +
                            "\n";
   const bool written = std::fwrite(text.data(), 1, text.size(), file.get()) == text.size();

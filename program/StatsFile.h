@@ -35,7 +35,7 @@ class StatsFile {
   /// No file if `path` is empty. Ends the process if it cannot be opened.
   explicit StatsFile(const std::string& name);
   /// Ends the process if it cannot be written. Once.
-  void write(const Settings& settings, const Input& input, const Findings& findings,
+  void write(const Settings& settings, const formats::Problem& problem, const Findings& findings,
              const RunFacts& facts);
 };
 

@@ -17,6 +17,7 @@ inline constexpr Technique techniques[] = {
     {"focused-mode", &estoc::Options::focused_mode, "search by recency with many restarts"},
     {"rephase", &estoc::Options::rephase, "return to the best or first values now and then"},
     {"solution-phases", &estoc::Options::solution_phases, "prefer the values of the best solution"},
+    {"weaken-fully", &estoc::Options::weaken_fully, "weaken reasons beyond what rounding needs"},
     {"minimise", &estoc::Options::minimise, "minimise learnt clauses"},
     {"core-guided", &estoc::Options::core_guided, "raise the lower bound by cores"},
 };
