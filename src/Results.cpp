@@ -30,23 +30,6 @@ void printOptimum(const Solver& S) {
   std::printf("c optimum objective found = %d\n", S.objectiveValue());
 }
 
-void printVerdict(Verdict verdict) {
-  switch (verdict) {
-  case Verdict::satisfiable:
-    std::printf("s SATISFIABLE\n");
-    break;
-  case Verdict::unsatisfiable:
-    std::printf("s UNSATISFIABLE\n");
-    break;
-  case Verdict::optimum:
-    std::printf("s OPTIMUM FOUND\n");
-    break;
-  case Verdict::unknown:
-    std::printf("s UNKNOWN\n");
-    break;
-  }
-}
-
 void printModel(const Solver& S, const NameVec& names) {
   if (names.size() == 0) return;
   // Collected here: a printf for each took a quarter of a run that finds its solution at once.

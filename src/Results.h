@@ -7,6 +7,7 @@
 
 #include "BlockPool.h"
 #include "Solver.h"
+#include "Verdict.h"
 
 /// The names of the variables as the input spells them, by solver variable.
 class NameVec {
@@ -31,10 +32,6 @@ void printSizes(const Solver& S);
 
 /// The objective value of the solver's last solution, which is optimal, as the search reports it.
 void printOptimum(const Solver& S);
-
-enum class Verdict { satisfiable, unsatisfiable, optimum, unknown };
-
-void printVerdict(Verdict verdict);
 
 /// The value line: the solver's last solution. None for a problem without variables.
 void printModel(const Solver& S, const NameVec& names);

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "Verdict.h"
+
 namespace quillon {
 
 /// Exit codes that carry the verdict.
@@ -27,7 +29,7 @@ enum class OverflowGuard : int {
 /// Ends the process because a sum on problem data would leave the 32-bit signed range.
 [[noreturn]] inline void numericOverflow(OverflowGuard guard) {
   std::printf("c sum of numeric constants out of range [%d]\n", static_cast<int>(guard));
-  std::printf("s UNKNOWN\n");
+  printVerdict(Verdict::unknown);
   std::exit(exit_none);
 }
 
