@@ -36,6 +36,7 @@ ENGINE = [("engine_test", [], [], 60), ("reader_test", [], [], 60),
           ("golden_test", ["quillon-trace"], [], 600)]
 FORMATS = [("formats_test", [], [], 60),
            ("formats_programs_test", ["quillon", "opb2quillon", "quillon-check"], [], 60)]
+ESTOC = [("estoc_differential_test", [], [], 240)]
 READER = [ENGINE[1]] + ENGINE[3:]
 FRONT_END = [("golden_test", ["quillon-trace"], [SMALL_GOLDEN], 240),
              ("process_test", ["quillon"], [], 240)]
@@ -44,6 +45,8 @@ FRONT_END = [("golden_test", ["quillon-trace"], [SMALL_GOLDEN], 240),
 def suite_for(path):
     if path.startswith("formats/"):
         return FORMATS
+    if path.startswith("engine/"):
+        return ESTOC
     if path.startswith("src/glp"):
         return READER
     front_end = path.startswith("process/") or path in ("src/Main.cpp", "src/Results.cpp")
