@@ -142,7 +142,7 @@ bool CoreGuided::refine(const LearntRow& core) {
 
 bool CoreGuided::harden(Int128 upper) {
   for (const Lit l : active)
-    if (lower + weights[l.index()] + 1 >= upper && !search.isFact(~l) && !search.addRow({{{1, ~l}}, 1}))
+    if (lower + weights[l.index()] >= upper && !search.isFact(~l) && !search.addRow({{{1, ~l}}, 1}))
       return false;
   return true;
 }
