@@ -1,20 +1,26 @@
-# Completion of quillon, opb2quillon and quillon-check for bash.
+# Completion of quillon, estoc, opb2quillon and quillon-check for bash.
 
 _quillon() {
   local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
   local options
   case ${COMP_WORDS[0]##*/} in
     quillon) options="--t --help" ;;
+    estoc)
+      options="--time-limit --cpu-limit --memory-limit --seed --verbosity --no-values --format"
+      options+=" --stats --help --version --no-stable-mode --no-focused-mode --no-rephase"
+      options+=" --no-solution-phases --no-weaken-fully --no-minimise --no-core-guided"
+      options+=" --smallest-width"
+      ;;
     *) options="--format --map --limit --help --version" ;;
   esac
   COMPREPLY=()
   case $before in
-    --t | --limit) return ;; # a number
+    --t | --limit | --*-limit | --seed | --verbosity | --smallest-width) return ;; # a number
     --format)
       mapfile -t COMPREPLY < <(compgen -W "star opb wbo cnf wcnf" -- "$word")
       return
       ;;
-    --map) ;;
+    --map | --stats) ;;
     *)
       if [[ $word == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word")
@@ -26,4 +32,4 @@ _quillon() {
   mapfile -t COMPREPLY < <(compgen -f -- "$word")
 }
 
-complete -F _quillon quillon opb2quillon quillon-check
+complete -F _quillon quillon estoc opb2quillon quillon-check

@@ -1,7 +1,7 @@
 #!/bin/sh
 # Builds Quillon, installing first what the machine lacks, and solves the problem file given, or an
-# integer program from a public collection. Says what the solver's exit code means; exits with 0
-# when the solver gave a verdict.
+# integer program from a public collection, with estoc; then an example with quillon. Says what
+# estoc's exit code means; exits with 0 when it gave a verdict.
 set -eu
 problem=$(realpath "${1:-$(dirname "$0")/../tests/data/instances/bm23.in}")
 if [ ! -f "$problem" ] || [ ! -r "$problem" ]; then
@@ -15,9 +15,9 @@ mkdir -p build
   >build/solve.log 2>&1 || { cat build/solve.log >&2; exit 1; }
 
 code=0
-build/release/quillon <"$problem" || code=$?
+build/release/estoc "$problem" || code=$?
 case $code in
-10) echo "(exit code 10: a solution, or out of time)" ;;
+10) echo "(exit code 10: a solution)" ;;
 20) echo "(exit code 20: there is no solution)" ;;
 30) echo "(exit code 30: an optimal solution)" ;;
 *)
@@ -25,3 +25,7 @@ case $code in
   exit 1
   ;;
 esac
+
+echo
+echo "A small one with quillon, whose search is fixed for ever:"
+build/release/quillon <examples/knapsack.pb || [ $? = 30 ]

@@ -26,6 +26,9 @@ expect --help quillon --h
 expect --help quillon --t 5 --h
 expect '' quillon --t p
 expect 'problem two.pb,problem.pb' quillon pro
+expect --seed,--smallest-width,--stats estoc --s
+expect 'problem two.pb,problem.pb' estoc --no-values p
+expect '' estoc --time-limit p
 expect --format,--help,--limit,--map,--version opb2quillon --
 expect cnf opb2quillon --format c
 expect --map quillon-check --m

@@ -31,6 +31,12 @@ ROOT = Path(__file__).resolve().parent.parent
 DOCUMENTS = [ROOT / "README.md", *sorted(ROOT.glob("docs/*.md")), *sorted(ROOT.glob("*/README.md"))]
 PROGRAMS = {
     "quillon": ["--t", "--help"],
+    "estoc": [
+        "--time-limit", "--cpu-limit", "--memory-limit", "--seed", "--verbosity",
+        "--no-values", "--format", "--stats", "--help", "--version",
+        "--no-stable-mode", "--no-focused-mode", "--no-rephase", "--no-solution-phases", "--no-weaken-fully",
+        "--no-minimise", "--no-core-guided", "--smallest-width",
+    ],
     "opb2quillon": ["--format", "--map", "--limit", "--help", "--version"],
     "quillon-check": ["--format", "--map", "--limit", "--help", "--version"],
 }
@@ -58,7 +64,8 @@ def blocks(text):
 def normal(text):
     """Lines without what may differ from run to run."""
     lines = [line.rstrip() for line in text.splitlines()]
-    return [re.sub(r"^(c total time +:) \S+ s$", r"\1 TIME", line) for line in lines]
+    time = r"^(c total time +:|c bound time|c time wall) [0-9.e-]+( s| processor \S+)?"
+    return [re.sub(time, r"\1 TIME", line) for line in lines]
 
 
 def matches(expected, actual):
@@ -188,7 +195,7 @@ class Documents(unittest.TestCase):
             with self.subTest(document=path.relative_to(ROOT)):
                 document = Document(path.read_text())
                 self.assertFalse(document.errors, "\n" + "\n".join(document.errors))
-                if path.name in ("format.md", "output.md", "algorithms.md"):
+                if path.name in ("format.md", "output.md", "estoc.md", "algorithms.md"):
                     self.assertGreater(document.checks, 0)
                 if path.name == "format.md":
                     headings = re.findall("^### .*", path.read_text(), re.M)
@@ -208,6 +215,27 @@ class Documents(unittest.TestCase):
         known += [line.strip() for block in blocks(text) for line in block[3]]
         formats = {line for path in ROOT.glob("src/*.[ch]*") for line in printed(path.read_text())}
         self.assertGreater(len(formats), 20)
+        self.assert_documented(formats, known)
+
+    def test_every_line_of_estoc_is_documented(self):
+        text = (ROOT / "docs/estoc.md").read_text()
+        known = re.findall(r"`([^`\n]+)`", text)
+        sources = "".join(path.read_text() for path in ROOT.glob("program/*.[ch]*"))
+        words = re.findall(r'return "([A-Z ]+)";', sources)
+        counters = re.findall(r'visit\("([a-z ]+)"', sources)
+        reasons = re.findall(r'return "((?:time )?limit[a-z ]*)";', sources)
+        self.assertEqual((len(words), len(reasons)), (5, 2))
+        self.assertGreater(len(counters), 10)
+        formats = [f"s {word}" for word in words] + [f"c {name} %s" for name in counters] + reasons
+        formats += [line for line in printed(sources) if not line.endswith((" %s", "%"))]
+        self.assert_documented(formats, known)
+        codes = re.findall(r"exit_\w+ = (\d+)", sources)
+        self.assertGreater(len(codes), 7)
+        for code in [*codes, "71", "74"]:
+            self.assertRegex(text, rf"(?m)^\| {code} \|")
+            self.assertRegex((program_dir / "man/estoc.1").read_text(), rf"(?m)^\.B {code}$")
+
+    def assert_documented(self, formats, known):
         for line in sorted(formats):
             pattern = re.sub(r"%[^a-z%]*[a-zX]", "\0", line)
             pattern = re.escape(pattern).replace(re.escape("\0"), ".+?") + ".*"
@@ -233,7 +261,7 @@ class Manual(unittest.TestCase):
         for program, options in PROGRAMS.items():
             command = [program_dir / program, "--help"]
             text = subprocess.run(command, capture_output=True, text=True, check=True).stdout
-            listed = re.findall(r"^ +(--[a-z]+)", text, re.M)
+            listed = re.findall(r"^ +(--[a-z-]+)", text, re.M)
             self.assertEqual(sorted(listed), sorted(options), program)
             for place in [self.page(program).replace("\\-", "-"),
                           (ROOT / "completions/quillon.bash").read_text(),
