@@ -72,20 +72,20 @@ bool Watchdog::waitUntil(Ticks when, Word& word) const {
 
 void Watchdog::watch() {
   Word word = Word::end;
-  Reason reason = Reason::none;
-  while (reason == Reason::none) {
+  Reason why = Reason::none;
+  while (why == Reason::none) {
     Ticks next = duties.wall_end;
     // One working thread uses no more processor time than passes on the wall.
     if (duties.processor_end != TimeLimit::never)
       next = std::min(next, wallTicks() + duties.processor_end - processorTicks());
     if (waitUntil(next, word)) {
       if (word == Word::end) return;
-      reason = Reason::request;
+      why = Reason::request;
     } else {
-      reason = passedLimit();
+      why = passedLimit();
     }
   }
-  stopped_by = reason;
+  stopped_by = why;
   duties.on_stop();
   const Ticks end = wallTicks() + duties.grace;
   while (wallTicks() < end)

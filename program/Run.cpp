@@ -116,14 +116,16 @@ void Run::startWatchdog() {
 
 void Run::setSolver(estoc::Solver* which) {
   const std::lock_guard lock(solver_mutex);
-  solver = which;
+  solver = which; // cppcheck-suppress danglingLifetime ; taken back before it goes
+  // cppcheck-suppress danglingLifetime
   if (solver != nullptr && stop) solver->interrupt();
 }
 
 /// On the watchdog's thread.
 void Run::onStop() {
   stop = true;
-  setSolver(solver);
+  const std::lock_guard lock(solver_mutex);
+  if (solver != nullptr) solver->interrupt();
 }
 
 /// On the watchdog's thread: the other one is at something long, and what it has found is kept.
