@@ -63,7 +63,7 @@ Analyzer::ClauseResult Analyzer::resolveClauses(Ref conflict, Learnt& out) {
         if (seen[static_cast<std::size_t>(trail[i].var())] != 0) e.addTerm(~trail[i], 1);
     });
   } else {
-    minimise(lower);
+    if (minimising) minimise(lower);
     out.is_clause = true;
     out.clause.assign(1, ~trail[next]);
     out.clause.insert(out.clause.end(), lower.begin(), lower.end());

@@ -38,6 +38,8 @@ class Analyzer {
   void addVariable();
   /// For tests: the width (0 to 3) below which no derivation starts.
   void setSmallestWidth(int w) { smallest_width = w; }
+  /// Whether clauses are minimised.
+  void setMinimise(bool on) { minimising = on; }
   /// Whether what does not fit the divisor leaves a reason as a whole, or only as far as needed.
   void setWeakenFully(bool fully) { weaken_fully = fully; }
 
@@ -58,6 +60,7 @@ class Analyzer {
   Decider& decider;
   int smallest_width = 0;
   bool weaken_fully = false;
+  bool minimising = true;
   std::uint64_t steps = 0;
 
   // The state of one analysis

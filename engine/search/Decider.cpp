@@ -29,6 +29,11 @@ void Decider::addVariable(bool phase) {
   insert(v);
 }
 
+void Decider::favour(Var v, double start) {
+  activity[static_cast<std::size_t>(v)] = start;
+  siftUp(place[static_cast<std::size_t>(v)]);
+}
+
 void Decider::onUnassign(Lit was_true) {
   const Var v = was_true.var();
   saved[static_cast<std::size_t>(v)] = was_true.negated() ? -1 : 1;

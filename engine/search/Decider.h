@@ -26,6 +26,8 @@ class Decider {
 
   /// A new variable, behind the others in both orders; `phase` is the value it is first tried with.
   void addVariable(bool phase);
+  /// Gives v, which has never been bumped, an activity to begin with.
+  void favour(Var v, double start);
   void onUnassign(Lit was_true);
 
   /// The variable to decide, which is unassigned; -1 when all are assigned.

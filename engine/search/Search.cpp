@@ -14,9 +14,10 @@ constexpr std::uint64_t progress_interval = 256; ///< conflicts between two word
 
 Search::Search(const Options& o, const std::atomic<bool>& interrupt)
     : options(o), interrupted(interrupt), propagation(*this), trail(propagation.assignment()),
-      decider(trail), analyzer(propagation, decider) {
+      decider(trail), analyzer(propagation, decider), random(o.seed * 0x9E3779B97F4A7C15U) {
   analyzer.setSmallestWidth(options.smallest_width);
   analyzer.setWeakenFully(options.weaken_fully);
+  analyzer.setMinimise(options.minimise);
   decider.setStable(!options.focused_mode);
 }
 
@@ -24,6 +25,13 @@ Var Search::addVariable(bool phase) {
   propagation.addVariable();
   analyzer.addVariable();
   decider.addVariable(phase);
+  if (options.seed != 0) {
+    // Enough to break ties another way; a conflict counts 1 (Marsaglia, Xorshift RNGs, 2003).
+    random ^= random << 13;
+    random ^= random >> 7;
+    random ^= random << 17;
+    decider.favour(trail.variables() - 1, static_cast<double>(random >> 40) * 1e-12);
+  }
   return trail.variables() - 1;
 }
 

@@ -111,7 +111,8 @@ class Search final : private UnassignListener {
   std::uint64_t next_rephase = options.paced(1000);
   std::uint64_t rephases = 0;
   std::uint64_t next_reduction = options.paced(2000);
-  int simplified = 0; ///< facts at the last `removeSatisfied`
+  std::uint64_t random; ///< state of the generator, of use if there is a seed
+  int simplified = 0;   ///< facts at the last `removeSatisfied`
 
   void audit([[maybe_unused]] AuditPoint point) const {
 #ifndef NDEBUG

@@ -20,7 +20,7 @@ enum class AuditPoint {
 /// Switches and numbers; a value-initialised object is what the program uses by default. Verdicts
 /// do not depend on any of them, only the way there does.
 struct Options {
-  std::uint64_t seed = 0;      ///< 0: no randomness at all; else shuffles first phases and order
+  std::uint64_t seed = 0;      ///< other than 0: ties of the decision order break another way
   bool stable_mode = true;     ///< use the heap of activities in part of the search
   bool focused_mode = true;    ///< use the queue in part of the search
   bool rephase = true;         ///< return to the best or first phases now and then
