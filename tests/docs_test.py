@@ -34,8 +34,8 @@ PROGRAMS = {
     "estoc": [
         "--time-limit", "--cpu-limit", "--memory-limit", "--seed", "--verbosity",
         "--no-values", "--format", "--stats", "--help", "--version",
-        "--no-stable-mode", "--no-focused-mode", "--no-rephase", "--no-solution-phases", "--no-weaken-fully",
-        "--no-minimise", "--no-core-guided", "--smallest-width",
+        "--no-stable-mode", "--no-focused-mode", "--no-rephase", "--no-solution-phases",
+        "--no-weaken-fully", "--no-minimise", "--no-core-guided", "--smallest-width",
     ],
     "opb2quillon": ["--format", "--map", "--limit", "--help", "--version"],
     "quillon-check": ["--format", "--map", "--limit", "--help", "--version"],
