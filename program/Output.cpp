@@ -76,6 +76,7 @@ std::optional<double> Bounds::gap() const {
 
 void printComment(const std::string& text) {
   std::printf("c %s\n", text.c_str());
+  process::flushOutput();
 }
 
 void printObjective(formats::Int value) {

@@ -25,7 +25,7 @@ struct Bounds {
   std::optional<double> gap() const;
 };
 
-/// A comment line, flushed with what comes next.
+/// A comment line, at once.
 void printComment(const std::string& text);
 /// The `o` line of a better solution, at once.
 void printObjective(formats::Int value);
