@@ -26,7 +26,7 @@ struct RunFacts {
 /// Opened at once, so that a wrong name is known before the search; written at the end.
 class StatsFile {
   struct Closer {
-    void operator()(std::FILE* file) const { std::fclose(file); }
+    void operator()(std::FILE* open_file) const { std::fclose(open_file); }
   };
   std::string path;
   std::unique_ptr<std::FILE, Closer> file;
