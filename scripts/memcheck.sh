@@ -49,5 +49,6 @@ printf 'min: 1 x[1] 2 ~y ;\n1 x[1] 1 ~y >= 1 ;\n' >"$work/in.opb"
 check 0 build/release/opb2quillon --map "$work/map" "$work/in.opb" "$work/star"
 check 30 build/release/quillon <"$work/star" >"$work/out"
 check 0 build/release/quillon-check --map "$work/map" "$work/in.opb" "$work/out" >/dev/null
-check 1 build/release/opb2quillon "$work/star" - >/dev/null
+check 0 build/release/opb2quillon "$work/star" - >/dev/null
+check 1 build/release/opb2quillon "$work/out" - >/dev/null
 echo "memcheck: $count golden cases and the tools are clean"
