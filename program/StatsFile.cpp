@@ -32,9 +32,10 @@ Json describe(const Settings& settings, const formats::Problem& problem, const F
                   {"smallest width", settings.engine.smallest_width}};
   for (const Technique& t : techniques) options[t.name] = settings.engine.*t.member;
   Json counters;
-  if (facts.counters)
+  if (facts.counters) {
     forEachCounter(*facts.counters,
                    [&](const char* name, std::uint64_t value) { counters[name] = value; });
+  }
   Json events = Json::array();
   for (const Findings::Event& e : findings.events())
     events.push_back({{"time", process::seconds(e.time)},

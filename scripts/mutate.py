@@ -37,6 +37,7 @@ ENGINE = [("engine_test", [], [], 60), ("reader_test", [], [], 60),
 FORMATS = [("formats_test", [], [], 60),
            ("formats_programs_test", ["quillon", "opb2quillon", "quillon-check"], [], 60)]
 ESTOC = [("estoc_differential_test", [], [], 240)]
+PROGRAM = [("estoc_program_test", ["estoc", "quillon-check"], [], 120)]
 READER = [ENGINE[1]] + ENGINE[3:]
 FRONT_END = [("golden_test", ["quillon-trace"], [SMALL_GOLDEN], 240),
              ("process_test", ["quillon"], [], 240)]
@@ -45,6 +46,8 @@ FRONT_END = [("golden_test", ["quillon-trace"], [SMALL_GOLDEN], 240),
 def suite_for(path):
     if path.startswith("formats/"):
         return FORMATS
+    if path.startswith(("program/", "process/Watchdog")):
+        return PROGRAM
     if path.startswith("engine/"):
         return ESTOC
     if path.startswith("src/glp"):
