@@ -37,11 +37,12 @@ Json describe(const Settings& settings, const formats::Problem& problem, const F
                    [&](const char* name, std::uint64_t value) { counters[name] = value; });
   }
   Json events = Json::array();
-  for (const Findings::Event& e : findings.events())
+  for (const Findings::Event& e : findings.events()) {
     events.push_back({{"time", process::seconds(e.time)},
                       {"what", e.what == Findings::What::solution ? "solution" : "bound"},
                       {"value", number(e.value)},
                       {"by", e.who}});
+  }
   const Bounds bounds = findings.bounds();
   Json sizes;
   if (facts.read != 0)
