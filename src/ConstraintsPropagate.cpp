@@ -207,6 +207,8 @@ Clause* Solver::propagateClauses(Lit p) {
   int i = 0;
   int j = 0;
   while (confl == nullptr && i < ws.size()) {
+    // Meant for problems that outgrow the caches. With 6,000 clauses one, two or four ahead, or
+    // none, took the same time.
     if (i + 2 < ws.size()) prefetch(ws[i + 2]);
     Clause* const c = static_cast<Clause*>(ws[i]);
     bool keep_watch = false;

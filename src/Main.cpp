@@ -204,6 +204,7 @@ bool parse_LPT(Solver& S) {
     if (stop_signal != 0) endUnknown();
     count++;
     assert(row->i == count);
+    // One row ahead instead of two made no difference that could be measured.
     const LPTROW* const soon = row->next == nullptr ? nullptr : row->next->next;
     if (soon != nullptr) { // for the memory to have its columns ready, which lie all over it
       for (const LPTLFE* lfe = soon->ptr; lfe != nullptr; lfe = lfe->next) prefetch(&lfe->col->var);
