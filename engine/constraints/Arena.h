@@ -71,8 +71,6 @@ class Arena {
   }
   /// Bytes in use.
   std::size_t bytes() const { return used_units * sizeof(Unit); }
-  /// The reference behind the last constraint.
-  Ref end() const { return static_cast<Ref>(used_units); }
 
   /// Takes over what `other` holds, which is empty afterwards.
   void takeOver(Arena& other) {

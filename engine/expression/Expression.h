@@ -125,14 +125,6 @@ template <class W> class Expression {
     else
       c += amount;
   }
-  /// Takes v out when its literal is known to be false: adds the known unit.
-  void dropFalse(Var v) { at(v) = 0; }
-
-  void multiply(const C& factor) {
-    for (const Var v : list) at(v) *= factor;
-    right_side *= D(factor);
-    upper *= factor;
-  }
   /// Divides by `divisor` > 0, rounding coefficients and degree up.
   void divide(const C& divisor) {
     for (const Var v : list) {

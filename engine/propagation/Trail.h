@@ -58,8 +58,6 @@ class Trail {
     if (l == 0) return 0;
     return l > level() ? size() : starts[static_cast<std::size_t>(l) - 1];
   }
-  /// The decision of level l >= 1.
-  Lit decision(int l) const { return (*this)[start(l)]; }
 
   void openLevel() { starts.push_back(size()); }
   /// Makes l true at the current level; it must be unassigned.

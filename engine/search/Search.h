@@ -56,7 +56,6 @@ class Search final : private UnassignListener {
   /// Raises the degree of the row that `addObjective` returned, at whatever level; the next run
   /// begins with the conflict, if this makes one.
   void raiseObjective(Int128 amount);
-  bool hasObjective() const { return objective != no_ref; }
 
   /// Searches for a model in which all `assumptions` are true, for at most `conflicts` conflicts.
   Outcome run(const std::vector<Lit>& assumptions, std::uint64_t conflicts);
@@ -69,7 +68,6 @@ class Search final : private UnassignListener {
 
   /// Who is told now and then that the search goes on; nobody if null.
   void setListener(Listener* l) { listener = l; }
-  bool okay() const { return ok; }
   /// Whether l is known to be true in all solutions.
   bool isFact(Lit l) const { return trail.isRootTrue(l); }
   Decider& decisions() { return decider; }
