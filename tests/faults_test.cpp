@@ -10,21 +10,11 @@
 #include <map>
 #include <regex>
 
+#include "Allocator.h"
 #include "Process.h"
-
-#if defined(__has_feature)
-#define HAS_FEATURE(name) __has_feature(name)
-#else
-#define HAS_FEATURE(name) 0
-#endif
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || HAS_FEATURE(address_sanitizer)
-constexpr bool own_allocator = false;
-#else
-constexpr bool own_allocator = true;
-#endif
 constexpr const char* why_skipped = "AddressSanitizer has an allocator of its own, which reserves "
                                     "terabytes of address space; other builds run this";
 

@@ -1,6 +1,7 @@
 /// \file
 /// The program as users run it: what it prints for each format, how it ends, and that nothing
 /// which has been found is lost.
+#include "Allocator.h"
 #include "Process.h"
 
 #include <gtest/gtest.h>
@@ -14,19 +15,7 @@
 #include <string>
 #include <vector>
 
-#if defined(__has_feature)
-#define HAS_FEATURE(name) __has_feature(name)
-#else
-#define HAS_FEATURE(name) 0
-#endif
-
 namespace {
-
-#if defined(__SANITIZE_ADDRESS__) || HAS_FEATURE(address_sanitizer)
-constexpr bool own_allocator = false;
-#else
-constexpr bool own_allocator = true;
-#endif
 
 Finished runEstoc(std::vector<std::string> arguments, const std::string& input) {
   return run({.program = "estoc", .arguments = std::move(arguments), .input = input});
