@@ -13,6 +13,8 @@ namespace estoc {
 struct Solver::Inside {
   const Options options;
   std::atomic<bool> interrupted{false};
+  std::unique_ptr<Proof> proof; ///< null when none is written
+  ProofId proof_row = 0;        ///< the number of the last row of the problem
   Search search;
   Var problem_variables = 0;
   std::optional<Objective> objective; ///< until the first `solve`
@@ -27,18 +29,39 @@ struct Solver::Inside {
 Solver::Solver(const Options& options) : inside(std::make_unique<Inside>(options)) {}
 Solver::~Solver() = default;
 
+void Solver::prove(ProofSink& sink, ProofVersion version, std::uint64_t rows) {
+  assert(inside->problem_variables == 0 && inside->proof == nullptr);
+  inside->proof = std::make_unique<Proof>(sink, version, rows);
+  inside->search.setProof(*inside->proof);
+}
+
+void Solver::concludeProof() {
+  Inside& in = *inside;
+  if (in.coordinator != nullptr)
+    in.coordinator->concludeProof();
+  else if (in.proof->contradictionId() != 0 && in.objective)
+    in.proof->concludeBounds({}, in.proof->contradictionId(), {}, {});
+  else if (in.proof->contradictionId() != 0)
+    in.proof->concludeUnsatisfiable();
+  else if (in.has_solution)
+    in.proof->concludeSatisfiable(in.solution);
+  else
+    in.proof->concludeNone();
+}
+
 Var Solver::newVariable() {
   inside->search.backToRoot();
   inside->problem_variables++;
-  return inside->search.addVariable(false);
+  return inside->search.addVariable(false, false);
 }
 
 Var Solver::variables() const {
   return inside->problem_variables;
 }
 
-bool Solver::addRow(std::vector<WideTerm> terms, Int128 bound) {
-  return inside->search.addRow({std::move(terms), bound});
+bool Solver::addRow(std::vector<WideTerm> terms, Int128 bound, ProofId proof_row) {
+  inside->proof_row = proof_row != 0 ? proof_row : inside->proof_row + 1;
+  return inside->search.addRow({std::move(terms), bound}, false, inside->proof_row);
 }
 
 void Solver::minimise(std::vector<WideTerm> terms, Int128 constant) {

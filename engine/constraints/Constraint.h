@@ -19,7 +19,7 @@ enum class Kind : std::uint8_t {
 
 /// What every stored constraint begins with.
 struct Header {
-  std::uint64_t id;   ///< number in the order of derivation; never reused
+  std::uint64_t id;   ///< number in the proof, if one is written
   std::uint32_t size; ///< number of literals or terms
   Kind kind;
   std::uint8_t learnt : 1;

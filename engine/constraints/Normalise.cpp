@@ -50,7 +50,7 @@ void merge(Row& row) {
 
 } // namespace
 
-RowState normalise(Row& row, const Trail& trail, std::vector<Lit>& units) {
+RowState normalise(Row& row, const Trail& trail, std::vector<Lit>& units, Derivation* derivation) {
   units.clear();
   merge(row);
   std::vector<WideTerm>& terms = row.terms;
@@ -59,6 +59,7 @@ RowState normalise(Row& row, const Trail& trail, std::vector<Lit>& units) {
   for (const WideTerm& t : terms) {
     if (trail.isRootAssigned(t.literal.var())) {
       if (trail.isTrue(t.literal)) row.degree -= t.coefficient;
+      if (derivation != nullptr) derivation->dropAssigned(t.literal, t.coefficient, trail);
       continue;
     }
     sum += t.coefficient;
@@ -75,9 +76,12 @@ RowState normalise(Row& row, const Trail& trail, std::vector<Lit>& units) {
   for (; implied < terms.size() && terms[implied].coefficient > slack; implied++) {
     units.push_back(terms[implied].literal);
     row.degree -= terms[implied].coefficient;
+    if (derivation != nullptr)
+      derivation->weaken(terms[implied].literal, terms[implied].coefficient);
   }
   terms.erase(terms.begin(), terms.begin() + static_cast<std::ptrdiff_t>(implied));
   if (row.degree <= 0) return RowState::trivial;
+  if (derivation != nullptr && terms.front().coefficient > row.degree) derivation->saturate();
   Int128 divisor = 0;
   for (WideTerm& t : terms) {
     t.coefficient = std::min(t.coefficient, row.degree);
@@ -86,6 +90,7 @@ RowState normalise(Row& row, const Trail& trail, std::vector<Lit>& units) {
   if (divisor > 1) {
     for (WideTerm& t : terms) t.coefficient /= divisor;
     row.degree = ceilDiv(row.degree, divisor);
+    if (derivation != nullptr) derivation->divide(divisor);
   }
   assert(terms.size() >= 2);
   return RowState::row;

@@ -4,6 +4,7 @@
 #define ESTOC_CONSTRAINTS_NORMALISE_H
 
 #include "Row.h"
+#include "proof/Derivation.h"
 #include "propagation/Trail.h"
 
 #include <vector>
@@ -19,8 +20,9 @@ enum class RowState {
 /// Merges repeated variables, drops those assigned at level 0, makes coefficients positive, cuts
 /// them at the degree, divides by their common divisor and sorts them. Literals that the row alone
 /// implies are moved into `units`. All magnitudes of the row add up to less than 2^127. Takes
-/// O(n log n) time.
-RowState normalise(Row& row, const Trail& trail, std::vector<Lit>& units);
+/// O(n log n) time. `derivation`, if not null, has derived the row as it comes in, and then as it
+/// goes out if that is `RowState::row`.
+RowState normalise(Row& row, const Trail& trail, std::vector<Lit>& units, Derivation* derivation);
 
 } // namespace estoc
 

@@ -6,6 +6,7 @@
 
 #include "estoc/Types.h"
 #include "numbers/Width.h"
+#include "proof/Derivation.h"
 
 #include <algorithm>
 #include <cassert>
@@ -31,6 +32,7 @@ template <class W> class Expression {
   std::vector<Var> list;       ///< every variable that occurs, and perhaps some that no longer do
   D right_side = 0;
   C upper = 0; ///< at least every coefficient's magnitude
+  Derivation* derivation = nullptr;
 
   static C size(const C& c) { return c < 0 ? C(-c) : c; }
   C& at(Var v) { return coefficients[static_cast<std::size_t>(v)]; }
@@ -42,6 +44,9 @@ template <class W> class Expression {
     coefficients.resize(static_cast<std::size_t>(count));
     listed.resize(static_cast<std::size_t>(count));
   }
+  /// From now on, weakening, division and saturation are written there, if it is not null.
+  /// Additions are for the caller to write.
+  void writeTo(Derivation* to) { derivation = to; }
   /// 0 >= 0. Linear in the number of variables that occur.
   void clear() {
     for (const Var v : list) {
@@ -119,6 +124,7 @@ template <class W> class Expression {
   void weaken(Var v, const C& amount) {
     C& c = at(v);
     assert(amount <= size(c));
+    if (derivation != nullptr) derivation->weaken(literal(v), amount);
     right_side -= D(amount);
     if (c > 0)
       c -= amount;
@@ -127,6 +133,7 @@ template <class W> class Expression {
   }
   /// Divides by `divisor` > 0, rounding coefficients and degree up.
   void divide(const C& divisor) {
+    if (derivation != nullptr) derivation->divide(divisor);
     for (const Var v : list) {
       C& c = at(v);
       if (c > 0)
@@ -141,6 +148,7 @@ template <class W> class Expression {
   void saturate() {
     assert(right_side >= 1);
     if (D(upper) <= right_side) return;
+    if (derivation != nullptr) derivation->saturate();
     const C most = static_cast<C>(right_side);
     for (const Var v : list) {
       C& c = at(v);

@@ -38,6 +38,7 @@ void Coordinator::takeModel(Listener* listener, Strategy by) {
     values[static_cast<std::size_t>(v)] = search.modelValue(v);
   const Int128 cost = objective.cost(values);
   if (upper && cost >= *upper) return;
+  if (search.proof() != nullptr) writeSolution(values);
   search.decisions().setSolution(values);
   values.resize(static_cast<std::size_t>(problem_variables));
   best = std::move(values);
@@ -46,9 +47,48 @@ void Coordinator::takeModel(Listener* listener, Strategy by) {
   if (listener != nullptr) listener->onSolution(best, objective.value(cost), by);
   if (closed()) return;
   if (before)
-    search.raiseObjective(*before - cost);
+    search.raiseObjective(*before - cost, upper_id);
   else
-    search.addObjective(objective.atMost(cost - 1));
+    search.addObjective(objective.atMost(cost - 1), upper_id);
+}
+
+/// The row that comes with the solution is one of the objective, which `scale` divides.
+void Coordinator::writeSolution(const std::vector<bool>& values) {
+  Proof& proof = *search.proof();
+  const ProofId before = upper_id;
+  upper_id = proof.improvingSolution(values);
+  if (objective.scale == 1) return;
+  Derivation derivation(proof);
+  derivation.add(upper_id, 1);
+  derivation.divide(objective.scale);
+  upper_id = derivation.finish();
+  proof.remove(before);
+}
+
+void Coordinator::concludeProof() {
+  Proof& proof = *search.proof();
+  Derivation derivation(proof);
+  if (closed() && proof.contradictionId() == 0) {
+    derivation.add(upper_id, 1);
+    core_guided.deriveBound(derivation);
+    derivation.finish(); // cannot be met
+    proof.contradiction();
+  }
+  std::vector<bool> values;
+  if (upper) values = best;
+  if (proof.contradictionId() != 0) {
+    proof.concludeBounds(upperBound(), proof.contradictionId(), upperBound(), values);
+    return;
+  }
+  core_guided.deriveBound(derivation);
+  ProofId lower_id = 0;
+  if (!derivation.isEmpty()) {
+    derivation.multiply(objective.scale);
+    lower_id = derivation.finish();
+  } else {
+    lower_id = proof.rup(LearntRow());
+  }
+  proof.concludeBounds(lowerBound(), lower_id, upperBound(), values);
 }
 
 Coordinator::SliceEnd Coordinator::linearSlice(Listener* listener, std::uint64_t conflicts) {
@@ -76,7 +116,7 @@ Coordinator::SliceEnd Coordinator::linearSlice(Listener* listener, std::uint64_t
 Coordinator::SliceEnd Coordinator::coreSlice(Listener* listener, std::uint64_t conflicts) {
   const std::uint64_t end = search.counters().conflicts + conflicts;
   bool moved = false;
-  if (upper && !core_guided.harden(*upper)) return SliceEnd::proven;
+  if (upper && !core_guided.harden(*upper, upper_id)) return SliceEnd::proven;
   while (search.counters().conflicts < end) {
     const std::vector<Lit> assumptions = core_guided.assumptions();
     switch (search.run(assumptions, end - search.counters().conflicts)) {
@@ -93,11 +133,11 @@ Coordinator::SliceEnd Coordinator::coreSlice(Listener* listener, std::uint64_t c
     case Outcome::core:
       core_count++;
       moved = true;
-      if (!core_guided.refine(search.core()))
+      if (!core_guided.refine(search.core(), search.coreId()))
         return upper ? SliceEnd::proven : SliceEnd::infeasible;
       raiseLower(listener, core_guided.lowerCost(), Strategy::core_guided);
       if (closed()) return SliceEnd::proven;
-      if (upper && !core_guided.harden(*upper)) return SliceEnd::proven;
+      if (upper && !core_guided.harden(*upper, upper_id)) return SliceEnd::proven;
       break;
     case Outcome::unsatisfiable:
       return upper ? SliceEnd::proven : SliceEnd::infeasible;

@@ -28,6 +28,8 @@ class Coordinator {
   std::optional<Int128> upperBound() const;
   Int128 lowerBound() const { return objective.value(lower); }
   std::uint64_t cores() const { return core_count; }
+  /// Writes the end of the proof, which there is: the bounds so far.
+  void concludeProof();
 
  private:
   const Options options;
@@ -38,6 +40,7 @@ class Coordinator {
   std::vector<bool> best;
   std::optional<Int128> upper; ///< the cost of `best`
   Int128 lower = 0;
+  ProofId upper_id = 0; ///< in the proof: the row that demands a lower cost than `upper`
   std::uint64_t core_count = 0;
   std::uint64_t work_of[2] = {0, 0}; ///< by strategy
   std::uint64_t slices = 0;
@@ -47,6 +50,7 @@ class Coordinator {
   SliceEnd coreSlice(Listener* listener, std::uint64_t conflicts);
   void takeModel(Listener* listener, Strategy by);
   void raiseLower(Listener* listener, Int128 cost, Strategy by);
+  void writeSolution(const std::vector<bool>& values);
   bool closed() const { return upper && lower >= *upper; }
 };
 

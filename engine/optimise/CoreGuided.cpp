@@ -5,6 +5,7 @@
 #include "numbers/Width.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace estoc {
 
@@ -13,8 +14,11 @@ namespace {
 /// Turns a row in normal form into "at least k of these", with k as large as the row gives: fewer
 /// than k of its literals cannot reach the degree. Then coefficients are cut to the k-th
 /// (weakening), light literals that the degree can spare are left out (weakening), and division by
-/// the k-th coefficient does the rest.
-void toCardinality(LearntRow& row) {
+/// the k-th coefficient does the rest. `derivation`, if not null, has derived the row.
+void toCardinality(LearntRow& row, Derivation* derivation) {
+  const auto weaken = [&](const Term<std::int32_t>& t, std::int32_t amount) {
+    if (derivation != nullptr && amount != 0) derivation->weaken(t.literal, amount);
+  };
   auto& terms = row.terms;
   std::int64_t sum = 0;
   std::size_t k = 0;
@@ -24,15 +28,18 @@ void toCardinality(LearntRow& row) {
   }
   const std::int32_t divisor = terms[k - 1].coefficient;
   for (std::size_t i = 0; i + 1 < k; i++) {
+    weaken(terms[i], terms[i].coefficient - divisor);
     row.degree -= terms[i].coefficient - divisor;
     terms[i].coefficient = divisor;
   }
   std::int64_t spare = row.degree - 1 - static_cast<std::int64_t>(k - 1) * divisor;
   assert(spare >= 0);
   while (terms.size() > k && terms.back().coefficient <= spare) {
+    weaken(terms.back(), terms.back().coefficient);
     spare -= terms.back().coefficient;
     terms.pop_back();
   }
+  if (derivation != nullptr) derivation->divide(divisor);
   for (auto& t : terms) t.coefficient = 1;
   row.degree = static_cast<std::int64_t>(k);
 }
@@ -96,9 +103,22 @@ bool CoreGuided::extend(std::size_t index) {
   enough.degree = static_cast<Int128>(r);
   few.terms.push_back({static_cast<Int128>(n - r + 1), y});
   few.degree = static_cast<Int128>(n - r + 1);
+  ProofId enough_id = 0;
+  ProofId few_id = 0;
+  if (Proof* const proof = search.proof()) {
+    // All that the proof says of y: at first it is for nothing, then for all that it can be for.
+    enough_id = proof->redundant(enough, {~y});
+    counter.sum.terms.push_back({1, ~y});
+    counter.sum.degree++;
+    const ProofId sum_id = proof->redundant(counter.sum, {~y});
+    few_id = proof->redundant(few, {y});
+    proof->remove(parts[counter.part].id);
+    parts[counter.part].id = sum_id;
+  }
   setWeight(y, counter.weight);
   counter_of[static_cast<std::size_t>(y.var())] = static_cast<std::int32_t>(index);
-  return search.addRow(std::move(enough)) && search.addRow(std::move(few));
+  return search.addRow(std::move(enough), false, enough_id) &&
+         search.addRow(std::move(few), false, few_id);
 }
 
 /// Takes `amount` from the weight of l. The first time that the newest variable of a counter is
@@ -113,17 +133,32 @@ bool CoreGuided::spend(Lit l, Int128 amount) {
   return extend(index);
 }
 
-bool CoreGuided::refine(const LearntRow& core) {
+bool CoreGuided::refine(const LearntRow& core, ProofId id) {
   LearntRow row = core;
-  toCardinality(row);
+  std::optional<Derivation> derivation;
+  if (Proof* const proof = search.proof()) {
+    derivation.emplace(*proof);
+    derivation->add(id, 1);
+  }
+  toCardinality(row, derivation ? &*derivation : nullptr);
+  ProofId row_id = 0;
+  ProofId part_id = 0; // a copy, since the row itself goes when the search does not need it
+  if (derivation) {
+    row_id = derivation->finish();
+    derivation->add(row_id, 1);
+    part_id = derivation->finish();
+    search.proof()->remove(id);
+  }
   Row wide;
   for (const auto& t : row.terms) wide.terms.push_back({t.coefficient, t.literal});
   wide.degree = row.degree;
-  if (!search.addRow(std::move(wide))) return false;
+  const bool solvable = search.addRow(std::move(wide), false, row_id);
   Int128 least = weights[row.terms[0].literal.index()];
   for (const auto& t : row.terms) least = std::min(least, weights[t.literal.index()]);
   assert(least > 0);
   lower += least * row.degree;
+  if (derivation) parts.push_back({part_id, least});
+  if (!solvable) return false;
   for (const auto& t : row.terms)
     if (!spend(t.literal, least)) return false;
   if (row.degree < static_cast<std::int64_t>(row.terms.size())) {
@@ -131,6 +166,8 @@ bool CoreGuided::refine(const LearntRow& core) {
     for (const auto& t : row.terms) counter.literals.push_back(t.literal);
     counter.weight = least;
     counter.reached = static_cast<std::size_t>(row.degree);
+    counter.part = parts.empty() ? 0 : parts.size() - 1;
+    if (derivation) counter.sum = row;
     counters.push_back(std::move(counter));
     if (!extend(counters.size() - 1)) return false;
   }
@@ -140,11 +177,26 @@ bool CoreGuided::refine(const LearntRow& core) {
   return true;
 }
 
-bool CoreGuided::harden(Int128 upper) {
+bool CoreGuided::harden(Int128 upper, ProofId upper_id) {
+  std::vector<Lit> heavy;
   for (const Lit l : active)
-    if (lower + weights[l.index()] >= upper && !search.isFact(~l) && !search.addRow({{{1, ~l}}, 1}))
-      return false;
+    if (lower + weights[l.index()] >= upper && !search.isFact(~l)) heavy.push_back(l);
+  if (heavy.empty()) return true;
+  ProofId sum_id = 0;
+  if (Proof* const proof = search.proof()) {
+    Derivation derivation(*proof);
+    derivation.add(upper_id, 1);
+    deriveBound(derivation);
+    sum_id = derivation.finish(); // sum of weight * literal <= upper - 1 - lower
+  }
+  for (const Lit l : heavy)
+    if (!search.addFact(~l)) return false;
+  if (search.proof() != nullptr) search.proof()->remove(sum_id);
   return true;
+}
+
+void CoreGuided::deriveBound(Derivation& derivation) const {
+  for (const Part& part : parts) derivation.add(part.id, part.weight);
 }
 
 } // namespace estoc

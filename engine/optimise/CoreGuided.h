@@ -31,12 +31,17 @@ class CoreGuided {
   /// What is to be assumed now, heaviest first.
   std::vector<Lit> assumptions() const;
   /// Takes a core of these assumptions in; goes back to level 0. False when there is no solution.
-  bool refine(const LearntRow& core);
+  /// `id` is its number in the proof, if one is written.
+  bool refine(const LearntRow& core, ProofId id);
   /// Assumes more literals from now on. False when all are assumed already.
   bool lowerThreshold();
-  /// Fixes literals that cannot be true in a solution of a cost below `upper`. Goes back to level 0
-  /// if there are any. False when there is no such solution.
-  bool harden(Int128 upper);
+  /// Fixes literals that cannot be true in a solution of a cost below `upper`, which constraint
+  /// `upper_id` of the proof demands. Goes back to level 0 if there are any. False when there is no
+  /// such solution.
+  bool harden(Int128 upper, ProofId upper_id);
+  /// Adds to the derivation the reformulated objective: cost - sum of weight * literal >=
+  /// lowerCost().
+  void deriveBound(Derivation& derivation) const;
 
  private:
   /// At least `base` + j of `literals` are true just when the j-th variable is.
@@ -44,11 +49,19 @@ class CoreGuided {
     std::vector<Lit> literals;
     Int128 weight;
     std::size_t reached; ///< the newest variable stands for this many true literals
+    LearntRow sum;       ///< with a proof: literals - variables >= base
+    std::size_t part;    ///< with a proof: index in `parts`
+  };
+  /// With a proof: for each core, constraint `id` times `weight` is its part of the bound.
+  struct Part {
+    ProofId id;
+    Int128 weight;
   };
   Search& search;
   std::vector<Int128> weights; ///< per literal: its weight in the reformulated objective
   std::vector<Lit> active;     ///< literals whose weight may not be 0
   std::vector<Counter> counters;
+  std::vector<Part> parts;
   std::vector<std::int32_t> counter_of; ///< per variable: whose newest one it is, -1 for none
   Int128 lower = 0;
   Int128 threshold = 0;

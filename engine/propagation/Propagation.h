@@ -7,6 +7,7 @@
 #include "Watches.h"
 #include "constraints/Constraint.h"
 #include "constraints/Row.h"
+#include "proof/Proof.h"
 
 #include <cstdint>
 #include <vector>
@@ -42,20 +43,25 @@ class Propagation {
   };
 
   explicit Propagation(UnassignListener& l) : listener(l) {}
+  /// Where deletions are written; nowhere if null.
+  void setProof(Proof* p) { proof = p; }
 
   void addVariable();
 
   /// Stores and attaches `row`, which is in normal form without variables assigned at level 0 (the
   /// current level may be another one), has at least two terms and a degree of at least 1. `glue`
-  /// counts for learnt constraints only. The constraint may imply something at once: call `imply`.
-  template <class C, class D> Ref add(const RowOf<C, D>& row, bool learnt, unsigned glue);
+  /// counts for learnt constraints only; `id` is the constraint's number in the proof, 0 without
+  /// one. The constraint may imply something at once: call `imply`.
+  template <class C, class D>
+  Ref add(const RowOf<C, D>& row, bool learnt, unsigned glue, ProofId id);
   /// The same for a clause of at least two literals, which need no order.
-  Ref addClause(const Lit* literals, std::size_t size, bool learnt, unsigned glue);
+  Ref addClause(const Lit* literals, std::size_t size, bool learnt, unsigned glue, ProofId id);
   /// The same for a row that stays a general constraint whatever it looks like and whose degree can
   /// be raised. `row` need not be saturated; its sum is below 2^127.
-  Ref addObjective(const Row& row);
-  /// Raises the degree of the general constraint `ref` by `amount`. Call `imply` afterwards.
-  void raiseDegree(Ref ref, Int128 amount);
+  Ref addObjective(const Row& row, ProofId id);
+  /// Raises the degree of the general constraint `ref` by `amount`; it is constraint `id` of the
+  /// proof then. Call `imply` afterwards.
+  void raiseDegree(Ref ref, Int128 amount, ProofId id);
 
   /// Enqueues what constraint `ref`, just added or raised, implies; false when it is falsified.
   bool imply(Ref ref);
@@ -76,6 +82,10 @@ class Propagation {
   const std::vector<Ref>& learntConstraints() const { return learnts; }
   /// Marks a constraint as gone. It takes part until `collect`, so call that before propagating.
   void remove(Ref ref) {
+    if (proof != nullptr) {
+      proof->settle(trail);
+      proof->remove(at(ref).id);
+    }
     at(ref).removed = 1;
     removed_bytes += bytesOf(at(ref));
   }
@@ -101,13 +111,15 @@ class Propagation {
   std::vector<Ref> learnts;
   int clause_head = 0; ///< where propagation of clauses stands in the trail
   int row_head = 0;    ///< the same for rows, never ahead of clauses
-  std::uint64_t next_id = 1;
   std::size_t removed_bytes = 0;
   Work done;
+  Proof* proof = nullptr;
 
-  template <class T> T& create(Kind kind, std::size_t size, bool learnt, unsigned glue, Ref& ref);
-  template <class G, class R> Ref addGeneral(Kind kind, const R& row, bool learnt, unsigned glue);
-  template <class R> Ref addCardinality(const R& row, bool learnt, unsigned glue);
+  template <class T>
+  T& create(Kind kind, std::size_t size, bool learnt, unsigned glue, ProofId id, Ref& ref);
+  template <class G, class R>
+  Ref addGeneral(Kind kind, const R& row, bool learnt, unsigned glue, ProofId id);
+  template <class R> Ref addCardinality(const R& row, bool learnt, unsigned glue, ProofId id);
   void watchFirst(Lit* literals, std::size_t size, std::size_t count);
 
   Ref propagateClauses(Lit falsified);

@@ -17,11 +17,12 @@ void Propagation::addVariable() {
 }
 
 template <class T>
-T& Propagation::create(Kind kind, std::size_t size, bool learnt, unsigned glue, Ref& ref) {
+T& Propagation::create(Kind kind, std::size_t size, bool learnt, unsigned glue, ProofId id,
+                       Ref& ref) {
   if (size >= (std::uint32_t{1} << 31)) throw std::bad_alloc();
   ref = arena.allocate(T::bytes(size));
   T& c = *new (arena.at(ref)) T{};
-  c.id = next_id++;
+  c.id = id;
   c.size = static_cast<std::uint32_t>(size);
   c.kind = kind;
   c.learnt = learnt ? 1 : 0;
@@ -43,10 +44,11 @@ void Propagation::watchFirst(Lit* literals, std::size_t size, std::size_t count)
   std::partial_sort(literals, literals + count, literals + size, better);
 }
 
-Ref Propagation::addClause(const Lit* literals, std::size_t size, bool learnt, unsigned glue) {
+Ref Propagation::addClause(const Lit* literals, std::size_t size, bool learnt, unsigned glue,
+                           ProofId id) {
   assert(size >= 2);
   Ref ref = no_ref;
-  auto& c = create<Clause>(Kind::clause, size, learnt, glue, ref);
+  auto& c = create<Clause>(Kind::clause, size, learnt, glue, id, ref);
   std::copy(literals, literals + size, c.literals());
   watchFirst(c.literals(), size, 2);
   for (int i = 0; i < 2; i++)
@@ -54,10 +56,11 @@ Ref Propagation::addClause(const Lit* literals, std::size_t size, bool learnt, u
   return ref;
 }
 
-template <class R> Ref Propagation::addCardinality(const R& row, bool learnt, unsigned glue) {
+template <class R>
+Ref Propagation::addCardinality(const R& row, bool learnt, unsigned glue, ProofId id) {
   const std::size_t size = row.terms.size();
   Ref ref = no_ref;
-  auto& c = create<Cardinality>(Kind::cardinality, size, learnt, glue, ref);
+  auto& c = create<Cardinality>(Kind::cardinality, size, learnt, glue, id, ref);
   c.degree = static_cast<std::uint32_t>(row.degree);
   c.cursor = c.degree + 1;
   Lit* const literals = c.literals();
@@ -69,11 +72,11 @@ template <class R> Ref Propagation::addCardinality(const R& row, bool learnt, un
 }
 
 template <class G, class R>
-Ref Propagation::addGeneral(Kind kind, const R& row, bool learnt, unsigned glue) {
+Ref Propagation::addGeneral(Kind kind, const R& row, bool learnt, unsigned glue, ProofId id) {
   using C = typename G::Coefficient;
   using S = typename G::Sum;
   Ref ref = no_ref;
-  auto& g = create<G>(kind, row.terms.size(), learnt, glue, ref);
+  auto& g = create<G>(kind, row.terms.size(), learnt, glue, id, ref);
   g.degree = static_cast<S>(row.degree);
   g.slack = -g.degree;
   auto* const terms = g.terms();
@@ -134,35 +137,36 @@ bool Propagation::watchSome(General32& g, Ref ref) {
 }
 
 template <class C, class D>
-Ref Propagation::add(const RowOf<C, D>& row, bool learnt, unsigned glue) {
+Ref Propagation::add(const RowOf<C, D>& row, bool learnt, unsigned glue, ProofId id) {
   assert(row.terms.size() >= 2 && row.degree >= 1);
   const C largest = row.terms.front().coefficient;
   if (largest == 1 && row.degree == 1) {
     std::vector<Lit> literals;
     literals.reserve(row.terms.size());
     for (const auto& t : row.terms) literals.push_back(t.literal);
-    return addClause(literals.data(), literals.size(), learnt, glue);
+    return addClause(literals.data(), literals.size(), learnt, glue, id);
   }
   if (largest == 1 && row.degree < static_cast<D>(row.terms.size()))
-    return addCardinality(row, learnt, glue);
+    return addCardinality(row, learnt, glue, id);
   const int bits = bitLength(largest);
-  if (bits <= 31) return addGeneral<General32>(Kind::general32, row, learnt, glue);
-  if (bits <= 63) return addGeneral<General64>(Kind::general64, row, learnt, glue);
-  return addGeneral<General128>(Kind::general128, row, learnt, glue);
+  if (bits <= 31) return addGeneral<General32>(Kind::general32, row, learnt, glue, id);
+  if (bits <= 63) return addGeneral<General64>(Kind::general64, row, learnt, glue, id);
+  return addGeneral<General128>(Kind::general128, row, learnt, glue, id);
 }
-template Ref Propagation::add(const Row& row, bool learnt, unsigned glue);
-template Ref Propagation::add(const LearntRow& row, bool learnt, unsigned glue);
+template Ref Propagation::add(const Row& row, bool learnt, unsigned glue, ProofId id);
+template Ref Propagation::add(const LearntRow& row, bool learnt, unsigned glue, ProofId id);
 
-Ref Propagation::addObjective(const Row& row) {
+Ref Propagation::addObjective(const Row& row, ProofId id) {
   Int128 sum = 0;
   for (const WideTerm& t : row.terms) sum += t.coefficient;
   const int bits = bitLength(sum); // the degree never exceeds the sum by more than one term
-  if (bits <= 30) return addGeneral<General32>(Kind::general32, row, false, 0);
-  if (bits <= 62) return addGeneral<General64>(Kind::general64, row, false, 0);
-  return addGeneral<General128>(Kind::general128, row, false, 0);
+  if (bits <= 30) return addGeneral<General32>(Kind::general32, row, false, 0, id);
+  if (bits <= 62) return addGeneral<General64>(Kind::general64, row, false, 0, id);
+  return addGeneral<General128>(Kind::general128, row, false, 0, id);
 }
 
-void Propagation::raiseDegree(Ref ref, Int128 amount) {
+void Propagation::raiseDegree(Ref ref, Int128 amount, ProofId id) {
+  at(ref).id = id;
   withGeneral(at(ref), [&](auto& g) {
     using S = typename std::remove_reference_t<decltype(g)>::Sum;
     g.degree += static_cast<S>(amount);

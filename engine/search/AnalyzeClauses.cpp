@@ -9,7 +9,11 @@ namespace estoc {
 void Analyzer::see(Lit l, int& open) {
   const Var v = l.var();
   assert(trail.isFalse(l));
-  if (seen[static_cast<std::size_t>(v)] != 0 || trail.level(v) == 0) return;
+  if (seen[static_cast<std::size_t>(v)] != 0) return;
+  if (trail.level(v) == 0) {
+    if (derivation != nullptr) noteRootFalse(l);
+    return;
+  }
   seen[static_cast<std::size_t>(v)] = 1;
   to_clear.push_back(v);
   decider.bump(v);
@@ -34,6 +38,7 @@ Analyzer::ClauseResult Analyzer::resolveClauses(Ref conflict, Learnt& out) {
   at = trail.start(level + 1);
   lower.clear();
   int open = 0;
+  if (derivation != nullptr) writeResolution(conflict);
   visit(conflict, [&](Lit l) { see(l, open); });
 
   ClauseResult result = ClauseResult::learnt;
@@ -49,12 +54,14 @@ Analyzer::ClauseResult Analyzer::resolveClauses(Ref conflict, Learnt& out) {
       break;
     }
     open--;
+    if (derivation != nullptr) writeResolution(reason);
     visit(reason, [&](Lit l) {
       if (l != implied) see(l, open);
     });
   }
   if (result == ClauseResult::row) {
     at = next + 1;
+    if (derivation != nullptr) dropRootFalse();
     withWidth(width, [&](auto& e) {
       e.clear();
       e.addDegree(1);
@@ -63,7 +70,13 @@ Analyzer::ClauseResult Analyzer::resolveClauses(Ref conflict, Learnt& out) {
         if (seen[static_cast<std::size_t>(trail[i].var())] != 0) e.addTerm(~trail[i], 1);
     });
   } else {
+    if (derivation != nullptr) before_minimising = lower;
     if (minimising) minimise(lower);
+    if (derivation != nullptr) {
+      writeMinimisation();
+      dropRootFalse();
+      out.id = derivation->finish();
+    }
     out.is_clause = true;
     out.clause.assign(1, ~trail[next]);
     out.clause.insert(out.clause.end(), lower.begin(), lower.end());

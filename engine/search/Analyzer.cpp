@@ -38,13 +38,31 @@ template <class W> bool Analyzer::isFalsifiedSum(const Expression<W>& e) const {
   return sum < e.degree();
 }
 
+void Analyzer::setProof(Proof& p) {
+  proof = &p;
+  derivation = std::make_unique<Derivation>(p);
+  reason_derivation = std::make_unique<Derivation>(p);
+  for (std::size_t w = 0; w < 4; w++) withWidth(w, [&](auto& e) { e.writeTo(derivation.get()); });
+}
+
+void Analyzer::beginProof() {
+  proof->settle(trail);
+  derivation->clear();
+}
+
 /// `e` becomes constraint `ref`, without variables assigned at level 0.
 template <class W> void Analyzer::load(Expression<W>& e, Ref ref) {
   Header& c = propagation.at(ref);
   e.clear();
   e.addDegree(static_cast<typename W::Degree>(degreeOf(c)));
+  if (derivation != nullptr) {
+    derivation->push(c.id);
+    derivation->add();
+  }
   forEachTerm(c, [&](Int128 a, Lit l) {
     steps++;
+    if (derivation != nullptr && trail.isRootAssigned(l.var()))
+      derivation->dropAssigned(l, a, trail);
     if (trail.isRootFalse(l)) return;
     if (trail.isRootTrue(l))
       e.addDegree(-static_cast<typename W::Degree>(a));
@@ -154,6 +172,7 @@ bool Analyzer::addRounded(Expression<W>& e, const std::vector<Term<N>>& terms, c
   }
   e.addDegree(static_cast<D>(static_cast<D>(degree) * static_cast<D>(factor)));
   assert(implied == failed || !e.occurs(implied.var()));
+  if (derivation != nullptr) derivation->add(*reason_derivation, factor);
   e.saturate();
   steps += terms.size();
   return true;
@@ -165,6 +184,12 @@ template <class W> bool Analyzer::addReason(Expression<W>& e, Lit implied) {
   noteUse(c);
   decider.bump(implied.var());
   const int position = trail.position(implied.var());
+  Derivation* const written = reason_derivation.get();
+  if (written != nullptr) {
+    written->clear();
+    written->push(c.id);
+    written->add();
+  }
   const auto falsifiedBefore = [&](Lit l) {
     return (trail.isFalse(l) && trail.position(l.var()) < position) ||
            (l == failed && l != implied);
@@ -175,6 +200,7 @@ template <class W> bool Analyzer::addReason(Expression<W>& e, Lit implied) {
       const Lit l = literals[i];
       if (trail.isRootAssigned(l.var())) {
         if (trail.isTrue(l)) degree--;
+        if (written != nullptr) written->dropAssigned(l, 1, trail);
         continue;
       }
       rounded64.push_back({1, l});
@@ -208,18 +234,29 @@ template <class W> bool Analyzer::addReason(Expression<W>& e, Lit implied) {
         rounded.push_back({1, l});
       } else if (trail.isRootAssigned(l.var())) {
         if (trail.isTrue(l)) degree -= a;
+        if (written != nullptr) written->dropAssigned(l, a, trail);
       } else if (falsifiedBefore(l)) {
         rounded.push_back({divisor == 1 ? a : ceilDiv(a, divisor), l});
       } else {
         const N rest = divisor == 1 ? N(0) : a % divisor;
         const N quotient = rest != 0 && weaken_fully ? N(0) : a / divisor;
-        degree -= a - quotient * divisor;
+        const N lost = a - quotient * divisor;
+        degree -= lost;
+        if (written != nullptr && lost != 0) written->weaken(l, lost);
         if (quotient != 0) rounded.push_back({quotient, l});
       }
     }
     degree = ceilDiv(degree, divisor);
-    for (auto& t : rounded)
-      if (t.coefficient > degree) t.coefficient = degree;
+    bool saturated = false;
+    for (auto& t : rounded) {
+      if (t.coefficient <= degree) continue;
+      t.coefficient = degree;
+      saturated = true;
+    }
+    if (written != nullptr) {
+      written->divide(divisor);
+      if (saturated) written->saturate();
+    }
     return addRounded(e, rounded, degree, implied);
   });
 }
@@ -292,6 +329,7 @@ template <class W> void Analyzer::extract(Expression<W>& e, LearntRow& row) {
   if (divisor > 1) {
     for (auto& t : row.terms) t.coefficient /= divisor;
     row.degree = ceilDiv(row.degree, std::int64_t{divisor});
+    if (derivation != nullptr) derivation->divide(divisor);
   }
   if (e.bound() != divisor) sortByCoefficient(row.terms, spare_terms); // else all are 1 now
   e.clear();
@@ -343,6 +381,8 @@ bool Analyzer::finish(Learnt& out) {
       if (result == RowResult::done) extract(e, out.row);
       if (result == RowResult::contradiction) e.clear();
     });
+    if (derivation != nullptr && (result == RowResult::done || result == RowResult::contradiction))
+      out.id = derivation->finish();
     if (result == RowResult::done) break;
     if (result == RowResult::contradiction) return false;
     if (result == RowResult::widen) {
@@ -360,6 +400,7 @@ bool Analyzer::finish(Learnt& out) {
 }
 
 bool Analyzer::analyze(Ref conflict, Learnt& out) {
+  if (proof != nullptr) beginProof();
   at = trail.size();
   level = trail.level();
   to_decisions = false;
@@ -404,12 +445,14 @@ bool Analyzer::analyze(Ref conflict, Learnt& out) {
   return true;
 }
 
-bool Analyzer::explainFailure(Lit assumed, LearntRow& core) {
+bool Analyzer::explainFailure(Lit assumed, LearntRow& core, ProofId& id) {
+  if (proof != nullptr) beginProof();
   assert(trail.isFalse(assumed) && trail.level(assumed.var()) > 0);
   core.terms.clear();
   if (trail.reason(assumed.var()) == no_ref) { // decided the other way
     core.terms = {{1, assumed}, {1, ~assumed}};
     core.degree = 1;
+    if (proof != nullptr) id = proof->rup(core);
     return true;
   }
   at = start = trail.position(assumed.var());
@@ -421,6 +464,7 @@ bool Analyzer::explainFailure(Lit assumed, LearntRow& core) {
   Learnt out;
   finish(out);
   core = std::move(out.row);
+  id = out.id;
   std::int64_t sum = 0;
   for (const auto& t : core.terms) sum += t.coefficient;
   return sum >= core.degree;

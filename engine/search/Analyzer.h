@@ -17,6 +17,7 @@ struct Learnt {
   bool is_clause = false;
   std::vector<Lit> clause; ///< if `is_clause`
   LearntRow row;           ///< otherwise, in normal form
+  ProofId id = 0;          ///< its number in the proof, if one is written
   int level = 0;           ///< the lowest level at which it implies something
   unsigned glue = 0;       ///< decision levels among its falsified literals
 };
@@ -42,14 +43,16 @@ class Analyzer {
   void setMinimise(bool on) { minimising = on; }
   /// Whether what does not fit the divisor leaves a reason as a whole, or only as far as needed.
   void setWeakenFully(bool fully) { weaken_fully = fully; }
+  /// Where derivations are written.
+  void setProof(Proof& p);
 
   /// Analyses the conflict that `conflict` is falsified. False when this shows that there is no
   /// solution at all; otherwise `out` holds what has been learnt.
   bool analyze(Ref conflict, Learnt& out);
   /// `assumed` is a literal that the decisions below have made false. Derives into `core` a row,
   /// over negated decisions and ~`assumed` only, that these falsify. False when this shows that
-  /// there is no solution at all.
-  bool explainFailure(Lit assumed, LearntRow& core);
+  /// there is no solution at all. `id` becomes the row's number in the proof, if one is written.
+  bool explainFailure(Lit assumed, LearntRow& core, ProofId& id);
 
   /// Literals and terms handled, for budgets.
   std::uint64_t work() const { return steps; }
@@ -70,6 +73,18 @@ class Analyzer {
   Lit failed;                ///< taken for falsified, too
   int start = 0;             ///< where `at` was at first
   std::size_t width = 0;
+
+  // The proof
+  Proof* proof = nullptr;
+  std::unique_ptr<Derivation> derivation;        ///< of what is being learnt; null without a proof
+  std::unique_ptr<Derivation> reason_derivation; ///< of the rounded reason
+  std::vector<Lit> root_false; ///< literals false at level 0 of the clauses resolved
+  std::vector<Lit> before_minimising;
+  void beginProof();
+  void writeResolution(Ref ref);
+  void writeMinimisation();
+  void noteRootFalse(Lit l);
+  void dropRootFalse();
 
   // Resolution of clauses
   std::vector<char> seen; ///< per variable: occurs in what is being resolved

@@ -21,7 +21,15 @@ Search::Search(const Options& o, const std::atomic<bool>& interrupt)
   decider.setStable(!options.focused_mode);
 }
 
-Var Search::addVariable(bool phase) {
+void Search::setProof(Proof& p) {
+  proof_written = &p;
+  derivation = std::make_unique<Derivation>(p);
+  propagation.setProof(&p);
+  analyzer.setProof(p);
+}
+
+Var Search::addVariable(bool phase, bool own) {
+  if (proof_written != nullptr) proof_written->addVariable(own);
   propagation.addVariable();
   analyzer.addVariable();
   decider.addVariable(phase);
@@ -35,12 +43,20 @@ Var Search::addVariable(bool phase) {
   return trail.variables() - 1;
 }
 
-/// Makes literals true at level 0; false when one is false already.
+/// What comes after the discovery that there is no solution (left).
+bool Search::noSolution() {
+  if (proof_written != nullptr) proof_written->contradiction();
+  return ok = false;
+}
+
+/// Makes literals true at level 0; false when one is false already. In the proof they follow by
+/// propagation.
 bool Search::enqueueFacts(const std::vector<Lit>& facts) {
   assert(trail.level() == 0);
   for (const Lit l : facts) {
-    if (trail.isFalse(l)) return ok = false;
+    if (trail.isFalse(l)) return noSolution();
     if (!trail.isTrue(l)) {
+      if (proof_written != nullptr) proof_written->needUnit(l);
       propagation.enqueue(l, no_ref);
       count.learnt_units++;
     }
@@ -48,32 +64,44 @@ bool Search::enqueueFacts(const std::vector<Lit>& facts) {
   return true;
 }
 
-bool Search::addRow(Row row, bool is_learnt) {
+bool Search::addRow(Row row, bool is_learnt, ProofId id) {
   if (!ok) return false;
   propagation.backjump(0);
-  switch (normalise(row, trail, units)) {
-  case RowState::contradiction:
-    return ok = false;
-  case RowState::trivial:
-    return enqueueFacts(units);
-  case RowState::row:
-    break;
+  if (proof_written != nullptr) {
+    proof_written->settle(trail);
+    derivation->clear();
+    derivation->push(id);
+    derivation->add();
   }
+  const RowState state = normalise(row, trail, units, derivation.get());
+  if (state == RowState::contradiction) return noSolution();
   if (!enqueueFacts(units)) return false;
-  propagation.add(row, is_learnt, 2); // implies nothing now, or it would have become units
+  if (proof_written != nullptr && (state == RowState::trivial || !derivation->isCopy())) {
+    const ProofId before = id;
+    if (state == RowState::row) id = derivation->finish();
+    proof_written->remove(before);
+  }
+  if (state == RowState::row)
+    propagation.add(row, is_learnt, 2, id); // implies nothing now, or it would have become units
   return true;
 }
 
-Ref Search::addObjective(const Row& row) {
+bool Search::addFact(Lit l) {
+  if (!ok) return false;
   propagation.backjump(0);
-  objective = propagation.addObjective(row);
+  return enqueueFacts({l});
+}
+
+Ref Search::addObjective(const Row& row, ProofId id) {
+  propagation.backjump(0);
+  objective = propagation.addObjective(row, id);
   objective_raised = true;
   return objective;
 }
 
-void Search::raiseObjective(Int128 amount) {
+void Search::raiseObjective(Int128 amount, ProofId id) {
   assert(objective != no_ref);
-  propagation.raiseDegree(objective, amount);
+  propagation.raiseDegree(objective, amount, id);
   objective_raised = true;
 }
 
@@ -81,18 +109,22 @@ void Search::raiseObjective(Int128 amount) {
 bool Search::install() {
   propagation.backjump(learnt.level);
   if (learnt.is_clause ? learnt.clause.size() == 1 : learnt.level == 0) {
-    if (learnt.is_clause) return enqueueFacts(learnt.clause);
+    if (learnt.is_clause) {
+      if (proof_written != nullptr) proof_written->setUnit(learnt.clause[0], learnt.id);
+      return enqueueFacts(learnt.clause);
+    }
     Row row; // level 0 may know more of it by now
     for (const auto& t : learnt.row.terms) row.terms.push_back({t.coefficient, t.literal});
     row.degree = learnt.row.degree;
-    return addRow(std::move(row), true);
+    return addRow(std::move(row), true, learnt.id);
   }
   Ref ref;
   if (learnt.is_clause) {
-    ref = propagation.addClause(learnt.clause.data(), learnt.clause.size(), true, learnt.glue);
+    ref = propagation.addClause(learnt.clause.data(), learnt.clause.size(), true, learnt.glue,
+                                learnt.id);
     count.learnt_clauses++;
   } else {
-    ref = propagation.add(learnt.row, true, learnt.glue);
+    ref = propagation.add(learnt.row, true, learnt.glue, learnt.id);
     if (propagation.at(ref).kind == Kind::cardinality)
       count.learnt_cardinalities++;
     else
@@ -110,7 +142,7 @@ bool Search::resolve(Ref conflict) {
   count.conflicts++;
   if (listener != nullptr && count.conflicts % progress_interval == 0) listener->onProgress();
   decider.noteTrail(trail.start(trail.level()));
-  if (!analyzer.analyze(conflict, learnt)) return ok = false;
+  if (!analyzer.analyze(conflict, learnt)) return noSolution();
   recent_glue.add(learnt.glue);
   usual_glue.add(learnt.glue);
   const bool fine = install();
@@ -126,8 +158,9 @@ Search::Decision Search::decide(const std::vector<Lit>& assumptions) {
       if (trail.isRootFalse(a)) {
         failure.terms = {{1, ~a}};
         failure.degree = 1;
+        if (proof_written != nullptr) failure_id = proof_written->rup(failure);
       } else {
-        ok = analyzer.explainFailure(a, failure);
+        if (!analyzer.explainFailure(a, failure, failure_id)) noSolution();
         decider.endConflict();
       }
       return Decision::failed;
@@ -160,7 +193,7 @@ Outcome Search::run(const std::vector<Lit>& assumptions, std::uint64_t conflicts
   for (;;) {
     Ref conflict = no_ref;
     if (trail.level() < objective_level) { // what it implied has been taken back, not what made it
-      propagation.raiseDegree(objective, 0);
+      propagation.raiseDegree(objective, 0, propagation.at(objective).id);
       objective_raised = true;
     }
     if (objective_raised) {

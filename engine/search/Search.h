@@ -12,6 +12,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 namespace estoc {
@@ -45,23 +46,34 @@ class Search final : private UnassignListener {
   Search(const Search&) = delete;
   Search& operator=(const Search&) = delete;
 
-  /// A new variable; decisions first try it with the value `phase`.
-  Var addVariable(bool phase);
+  /// Everything that is derived is written there from now on. At the beginning.
+  void setProof(Proof& p);
+  /// Null when none is written.
+  Proof* proof() { return proof_written; }
+  /// A new variable; decisions first try it with the value `phase`. It is one of the problem, or
+  /// one that some strategy needs.
+  Var addVariable(bool phase, bool own = true);
   /// Adds a row of any form (see `normalise`) to the problem. Goes back to level 0. False when
+  /// there is no solution any more. Constraint `id` of the proof is this row, and goes from the
+  /// proof when the row does.
+  bool addRow(Row row, bool learnt, ProofId id);
+  /// Makes l true for ever, which propagation shows in the proof. Goes back to level 0. False when
   /// there is no solution any more.
-  bool addRow(Row row, bool learnt = false);
+  bool addFact(Lit l);
   /// Adds a row whose degree can be raised later, as it is (positive coefficients in falling order,
   /// no variable twice). At level 0.
-  Ref addObjective(const Row& row);
+  Ref addObjective(const Row& row, ProofId id);
   /// Raises the degree of the row that `addObjective` returned, at whatever level; the next run
-  /// begins with the conflict, if this makes one.
-  void raiseObjective(Int128 amount);
+  /// begins with the conflict, if this makes one. Constraint `id` of the proof is that row.
+  void raiseObjective(Int128 amount, ProofId id);
 
   /// Searches for a model in which all `assumptions` are true, for at most `conflicts` conflicts.
   Outcome run(const std::vector<Lit>& assumptions, std::uint64_t conflicts);
   /// After `Outcome::core`: a row over negated assumptions that follows from the constraints and is
   /// falsified by the assumptions.
   const LearntRow& core() const { return failure; }
+  /// That row's number in the proof, if one is written.
+  ProofId coreId() const { return failure_id; }
   /// After `Outcome::model`, until anything is changed.
   bool modelValue(Var v) const { return trail.isTrue(Lit::of(v)); }
   void backToRoot() { propagation.backjump(0); }
@@ -94,8 +106,11 @@ class Search final : private UnassignListener {
   int objective_level = 0;       ///< where that was done last
   std::vector<Lit> assumed;      ///< the assumptions that the trail's first levels belong to
   LearntRow failure;
+  ProofId failure_id = 0;
   Learnt learnt;
   std::vector<Lit> units;
+  Proof* proof_written = nullptr;
+  std::unique_ptr<Derivation> derivation; ///< null without a proof
 
   // Restarts and modes
   MovingAverage recent_glue{33};
@@ -121,6 +136,7 @@ class Search final : private UnassignListener {
     decider.onUnassign(was_true);
   }
   bool enqueueFacts(const std::vector<Lit>& facts);
+  bool noSolution();
   bool resolve(Ref conflict);
   bool install();
   bool restarting() const;

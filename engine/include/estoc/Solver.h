@@ -4,6 +4,7 @@
 #define ESTOC_SOLVER_H
 
 #include "Options.h"
+#include "ProofSink.h"
 #include "Types.h"
 
 #include <memory>
@@ -68,12 +69,21 @@ class Solver {
   Solver(const Solver&) = delete;
   Solver& operator=(const Solver&) = delete;
 
+  /// Writes a proof of everything from now on. At the beginning, before there are variables. The
+  /// problem will have `rows` rows; they, and an objective, are added before the first `solve`, and
+  /// `solve` is called without assumptions.
+  void prove(ProofSink& sink, ProofVersion version, std::uint64_t rows);
+  /// Writes the end of the proof: what has been shown so far. Nothing more may be done then but ask
+  /// for results.
+  void concludeProof();
+
   /// A new variable; they are numbered from 0.
   Var newVariable();
   Var variables() const;
   /// Demands: the sum of `terms` is at least `bound`. Terms may repeat variables, be negative or 0.
+  /// In a proof it is the problem's row number `proof_row`, or for 0 the one behind the row before.
   /// False when it has been noticed that there is no solution.
-  bool addRow(std::vector<WideTerm> terms, Int128 bound);
+  bool addRow(std::vector<WideTerm> terms, Int128 bound, ProofId proof_row = 0);
   /// Sets what is to be minimised: `constant` plus the sum of `terms`. Once, before `solve`.
   void minimise(std::vector<WideTerm> terms, Int128 constant);
 

@@ -1,0 +1,131 @@
+/// \file
+/// The proof of what the engine does, written while it does it.
+#ifndef ESTOC_PROOF_PROOF_H
+#define ESTOC_PROOF_PROOF_H
+
+#include "Text.h"
+#include "constraints/Row.h"
+#include "estoc/ProofSink.h"
+#include "propagation/Trail.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace estoc {
+
+/// Writes the steps of a proof in the pseudo-Boolean proof format, and numbers the constraints they
+/// make. There is one such object while a proof is written, else none: whoever derives something
+/// asks once a derivation whether its pointer is null.
+///
+/// A constraint stored in the arena has in its header the number that it has here. Each literal
+/// that is fixed at level 0 has a unit row; `settle` sees to it. Rows of the problem are never
+/// deleted in the proof.
+///
+/// Sources: Gocht and Nordström, Certifying parity reasoning efficiently using pseudo-Boolean
+/// proofs (2021); Bogaerts, Gocht, McCreesh and Nordström, Certified dominance and symmetry
+/// breaking (2023).
+class Proof {
+ public:
+  /// The proof is about a problem of `rows` rows, numbered from 1.
+  Proof(ProofSink& to, ProofVersion version, std::uint64_t rows);
+  Proof(const Proof&) = delete;
+  Proof& operator=(const Proof&) = delete;
+
+  /// A new variable: one of the problem's, or one of the solver's own.
+  void addVariable(bool own);
+
+  // Steps -----------------------------------------------------------------------------------------
+
+  /// A row that unit propagation shows: assuming its negation leads to a conflict. What does not
+  /// follow that way is a fault.
+  template <class C, class D> ProofId rup(const RowOf<C, D>& row);
+  ProofId rupClause(const Lit* literals, std::size_t size);
+  ProofId rupClause(const std::vector<Lit>& literals) {
+    return rupClause(literals.data(), literals.size());
+  }
+  /// The same for a literal that is true in all solutions; it becomes the literal's unit row.
+  ProofId rupUnit(Lit l);
+  /// A row that can be demanded without losing solutions (or optimal ones): all rows so far and the
+  /// objective, with each literal of `witness` made true, follow from them and the negation of
+  /// `row`, and each row that this touches follows by itself or by unit propagation.
+  template <class C, class D>
+  ProofId redundant(const RowOf<C, D>& row, const std::vector<Lit>& witness);
+  /// A solution: `values` has an entry for each variable, own ones too. With an objective, the row
+  /// that demands a better one; it says sum of the objective's terms <= its value - 1.
+  ProofId improvingSolution(const std::vector<bool>& values);
+  /// The constraint `id` is no longer used. Nothing happens to rows of the problem.
+  void remove(ProofId id) {
+    if (id > problem_rows) writeDeletion(id);
+  }
+  /// Anything for readers; one line.
+  void comment(const std::string& text);
+
+  // Facts -----------------------------------------------------------------------------------------
+
+  /// Gives each literal that is true at level 0 its unit row. To be called before anything is
+  /// removed that may have implied it, and before `unit`.
+  void settle(const Trail& trail) {
+    if (settled < trail.start(1)) settleFrom(trail);
+  }
+  /// The unit row of l, which is true at level 0 and settled.
+  ProofId unit(Lit l) const {
+    assert(units[static_cast<std::size_t>(l.var())] != 0);
+    return units[static_cast<std::size_t>(l.var())];
+  }
+  /// The constraint `id` says that l is true.
+  void setUnit(Lit l, ProofId id) { units[static_cast<std::size_t>(l.var())] = id; }
+  /// Sees to it that l, which propagation shows to be true, has its unit row.
+  void needUnit(Lit l) {
+    if (units[static_cast<std::size_t>(l.var())] == 0) rupUnit(l);
+  }
+  /// There is no solution (left): unit propagation leads to a conflict. Remembered for the end;
+  /// does nothing the second time.
+  void contradiction();
+  ProofId contradictionId() const { return contradiction_id; }
+
+  // The end ---------------------------------------------------------------------------------------
+
+  void concludeNone();
+  void concludeUnsatisfiable();
+  void concludeSatisfiable(const std::vector<bool>& values);
+  /// No solution is below `lower`, as constraint `lower_id` shows (without a value: there is none
+  /// at all), and the best one known is worth `upper` (likewise).
+  void concludeBounds(const std::optional<Int128>& lower, ProofId lower_id,
+                      const std::optional<Int128>& upper, const std::vector<bool>& values);
+  bool isConcluded() const { return concluded; }
+  /// Hands on what has gathered.
+  void flush();
+
+ private:
+  friend class Derivation;
+  ProofSink& sink;
+  const bool semicolons;
+  const std::uint64_t problem_rows;
+  ProofId last;
+  std::string text;                ///< what the sink has not got yet
+  std::string names;               ///< " NAME" of all literals, one behind the other
+  std::vector<std::size_t> starts; ///< per literal: where it is in `names`; and the end
+  std::uint64_t own_variables = 0;
+  std::vector<ProofId> units; ///< per variable: of the row that fixes it, 0 for none
+  int settled = 0;            ///< how far into the trail `settle` has come
+  ProofId contradiction_id = 0;
+  bool concluded = false;
+
+  void append(const char* what) { text += what; }
+  void appendLiteral(std::string& to, Lit l) const {
+    const std::size_t i = l.index();
+    to.append(names, starts[i], starts[i + 1] - starts[i]);
+  }
+  template <class C, class D> void appendRow(const RowOf<C, D>& row);
+  void appendValues(const std::vector<bool>& values);
+  ProofId finish();
+  void end();
+  void settleFrom(const Trail& trail);
+  void writeDeletion(ProofId id);
+  void conclude(const char* what);
+};
+
+} // namespace estoc
+
+#endif
