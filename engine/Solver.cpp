@@ -23,7 +23,25 @@ struct Solver::Inside {
   bool has_solution = false;
   std::vector<Lit> core;
 
+  std::uint64_t local_slices = 0; ///< without an objective
+  std::uint64_t local_flips = 0;
+
   explicit Inside(const Options& o) : options(o), search(options, interrupted) {}
+
+  /// Looks for a solution by local search, for the problem as it is now; whether it is there.
+  bool solveLocally() {
+    if (!options.local_search || search.isRefuted()) return false;
+    const std::vector<WideTerm> no_cost;
+    Improver improver(options, search, no_cost, problem_variables);
+    const bool found = improver.begin(improver.phases()) && improver.next({});
+    local_slices += improver.slices();
+    local_flips += improver.flips();
+    if (found) {
+      solution = improver.solution();
+      has_solution = true;
+    }
+    return found;
+  }
 };
 
 Solver::Solver(const Options& options) : inside(std::make_unique<Inside>(options)) {}
@@ -87,6 +105,12 @@ Verdict Solver::solve(const std::vector<Lit>& assumptions, Listener* listener) {
   for (const Lit l : assumptions) {
     if (!is_assumed[l.index()]) different.push_back(l);
     is_assumed[l.index()] = true;
+  }
+  if (different.empty() && in.solveLocally()) {
+    in.interrupted = false;
+    in.core.clear();
+    if (listener != nullptr) listener->onSolution(in.solution, 0, Strategy::local_search);
+    return Verdict::satisfiable;
   }
   const Outcome outcome = in.search.run(different, std::numeric_limits<std::uint64_t>::max() / 2);
   in.interrupted = false;
@@ -153,6 +177,12 @@ Statistics Solver::statistics() const {
   s.learnt_general = c.learnt_general;
   s.facts = c.learnt_units;
   s.cores = inside->coordinator != nullptr ? inside->coordinator->cores() : 0;
+  s.local_slices = inside->local_slices;
+  s.local_flips = inside->local_flips;
+  if (inside->coordinator != nullptr) {
+    s.local_slices = inside->coordinator->localSearch().slices();
+    s.local_flips = inside->coordinator->localSearch().flips();
+  }
   s.work = inside->search.work();
   s.constraints = p.problemConstraints().size();
   s.learnt = p.learntConstraints().size();

@@ -44,6 +44,8 @@ const char* nameOf(estoc::Strategy strategy) {
     return "linear";
   case estoc::Strategy::core_guided:
     return "core-guided";
+  case estoc::Strategy::local_search:
+    return "local search";
   }
   return "";
 }

@@ -51,6 +51,8 @@ template <class Visitor> void forEachCounter(const estoc::Statistics& s, Visitor
   visit("learnt general", s.learnt_general);
   visit("facts", s.facts);
   visit("cores", s.cores);
+  visit("slices of local search", s.local_slices);
+  visit("flips", s.local_flips);
   visit("work", s.work);
   visit("constraints", std::uint64_t{s.constraints});
   visit("learnt", std::uint64_t{s.learnt});

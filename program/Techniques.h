@@ -20,6 +20,7 @@ inline constexpr Technique techniques[] = {
     {"weaken-fully", &estoc::Options::weaken_fully, "weaken reasons beyond what rounding needs"},
     {"minimise", &estoc::Options::minimise, "minimise learnt clauses"},
     {"core-guided", &estoc::Options::core_guided, "raise the lower bound by cores"},
+    {"local-search", &estoc::Options::local_search, "look for better solutions by flips"},
 };
 
 #endif

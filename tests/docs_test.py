@@ -35,7 +35,7 @@ PROGRAMS = {
         "--time-limit", "--cpu-limit", "--memory-limit", "--seed", "--verbosity",
         "--no-values", "--format", "--stats", "--help", "--version",
         "--no-stable-mode", "--no-focused-mode", "--no-rephase", "--no-solution-phases",
-        "--no-weaken-fully", "--no-minimise", "--no-core-guided", "--smallest-width",
+        "--no-weaken-fully", "--no-minimise", "--no-core-guided", "--no-local-search", "--smallest-width",
     ],
     "opb2quillon": ["--format", "--map", "--limit", "--help", "--version"],
     "quillon-check": ["--format", "--map", "--limit", "--help", "--version"],

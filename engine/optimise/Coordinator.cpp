@@ -15,7 +15,7 @@ constexpr std::uint64_t first_slice = 5000;
 
 Coordinator::Coordinator(const Options& o, Search& s, Objective what, Var n)
     : options(o), search(s), objective(std::move(what)), problem_variables(n),
-      core_guided(s, objective) {}
+      core_guided(s, objective), improver(options, s, objective.terms, n) {}
 
 std::optional<Int128> Coordinator::upperBound() const {
   if (!upper) return std::nullopt;
@@ -30,14 +30,19 @@ void Coordinator::raiseLower(Listener* listener, Int128 cost, Strategy by) {
   if (listener != nullptr) listener->onLowerBound(objective.value(lower), by);
 }
 
-/// The trail holds a model. If it is better than the best one, it takes its place, and from now on
-/// a still better one is demanded.
+/// The trail holds a model.
 void Coordinator::takeModel(Listener* listener, Strategy by) {
   std::vector<bool> values(static_cast<std::size_t>(search.variables()));
   for (Var v = 0; v < search.variables(); v++)
     values[static_cast<std::size_t>(v)] = search.modelValue(v);
+  takeSolution(listener, std::move(values), by);
+}
+
+/// If the solution, with values for all variables, is better than the best one,
+/// it takes its place, and from now on a still better one is demanded.
+bool Coordinator::takeSolution(Listener* listener, std::vector<bool> values, Strategy by) {
   const Int128 cost = objective.cost(values);
-  if (upper && cost >= *upper) return;
+  if (upper && cost >= *upper) return false;
   if (search.proof() != nullptr) writeSolution(values);
   search.decisions().setSolution(values);
   values.resize(static_cast<std::size_t>(problem_variables));
@@ -45,11 +50,12 @@ void Coordinator::takeModel(Listener* listener, Strategy by) {
   const std::optional<Int128> before = upper;
   upper = cost;
   if (listener != nullptr) listener->onSolution(best, objective.value(cost), by);
-  if (closed()) return;
+  if (closed()) return true;
   if (before)
     search.raiseObjective(*before - cost, upper_id);
   else
     search.addObjective(objective.atMost(cost - 1), upper_id);
+  return true;
 }
 
 /// The row that comes with the solution is one of the objective, which `scale` divides.
@@ -89,6 +95,23 @@ void Coordinator::concludeProof() {
     lower_id = proof.rup(LearntRow());
   }
   proof.concludeBounds(lowerBound(), lower_id, upperBound(), values);
+}
+
+/// Flips from the phases, or in every other slice from the best solution.
+Coordinator::SliceEnd Coordinator::localSlice(Listener* listener) {
+  const bool from_best = upper && improver.slices() % 2 == 1;
+  if (search.isRefuted() || !improver.begin(from_best ? best : improver.phases()))
+    return SliceEnd::stuck;
+  bool moved = false;
+  while (improver.next(upper)) {
+    std::vector<bool> values = improver.solution();
+    core_guided.complete(values);
+    if (!takeSolution(listener, std::move(values), Strategy::local_search)) break;
+    moved = true;
+    if (closed()) return SliceEnd::proven;
+  }
+  if (search.isInterrupted()) return SliceEnd::interrupted;
+  return moved ? SliceEnd::moved : SliceEnd::stuck;
 }
 
 Coordinator::SliceEnd Coordinator::linearSlice(Listener* listener, std::uint64_t conflicts) {
@@ -154,6 +177,11 @@ Verdict Coordinator::run(Listener* listener) {
   Strategy turn = Strategy::linear;
   int streak = 0; ///< slices in a row that have moved a bound
   for (;;) {
+    if (improver.isDue()) {
+      const SliceEnd end = localSlice(listener);
+      if (end == SliceEnd::proven) return Verdict::optimal;
+      if (end == SliceEnd::interrupted) return upper ? Verdict::satisfiable : Verdict::unknown;
+    }
     const std::uint64_t before = search.work();
     if (options.solution_phases) search.decisions().useSolution(slices % 4 == 3);
     const std::uint64_t conflicts = options.paced(slices == 0 ? first_slice : slice);

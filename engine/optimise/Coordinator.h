@@ -6,6 +6,7 @@
 #include "CoreGuided.h"
 #include "Objective.h"
 #include "estoc/Solver.h"
+#include "localsearch/Improver.h"
 #include "search/Search.h"
 
 #include <optional>
@@ -28,6 +29,7 @@ class Coordinator {
   std::optional<Int128> upperBound() const;
   Int128 lowerBound() const { return objective.value(lower); }
   std::uint64_t cores() const { return core_count; }
+  const Improver& localSearch() const { return improver; }
   /// Writes the end of the proof, which there is: the bounds so far.
   void concludeProof();
 
@@ -37,6 +39,7 @@ class Coordinator {
   const Objective objective;
   const Var problem_variables;
   CoreGuided core_guided;
+  Improver improver;
   std::vector<bool> best;
   std::optional<Int128> upper; ///< the cost of `best`
   Int128 lower = 0;
@@ -48,7 +51,9 @@ class Coordinator {
   enum class SliceEnd { moved, stuck, proven, infeasible, interrupted };
   SliceEnd linearSlice(Listener* listener, std::uint64_t conflicts);
   SliceEnd coreSlice(Listener* listener, std::uint64_t conflicts);
+  SliceEnd localSlice(Listener* listener);
   void takeModel(Listener* listener, Strategy by);
+  bool takeSolution(Listener* listener, std::vector<bool> values, Strategy by);
   void raiseLower(Listener* listener, Int128 cost, Strategy by);
   void writeSolution(const std::vector<bool>& values);
   bool closed() const { return upper && lower >= *upper; }

@@ -93,6 +93,7 @@ bool CoreGuided::extend(std::size_t index) {
   if (counter.reached == n) return true;
   const std::size_t r = ++counter.reached;
   const Lit y = Lit::of(search.addVariable(false));
+  counter.variables.push_back(y.var());
   Row enough; // y: at least r of the literals
   Row few;    // ~y: fewer than r of them
   for (const Lit l : counter.literals) {
@@ -197,6 +198,17 @@ bool CoreGuided::harden(Int128 upper, ProofId upper_id) {
 
 void CoreGuided::deriveBound(Derivation& derivation) const {
   for (const Part& part : parts) derivation.add(part.id, part.weight);
+}
+
+void CoreGuided::complete(std::vector<bool>& values) const {
+  values.resize(static_cast<std::size_t>(search.variables()));
+  for (const Counter& counter : counters) { // its literals are the problem's, or of counters before
+    std::size_t count = 0;
+    for (const Lit l : counter.literals)
+      if (values[static_cast<std::size_t>(l.var())] != l.negated()) count++;
+    std::size_t needed = counter.reached - counter.variables.size();
+    for (const Var v : counter.variables) values[static_cast<std::size_t>(v)] = count >= ++needed;
+  }
 }
 
 } // namespace estoc

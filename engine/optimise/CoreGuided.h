@@ -39,6 +39,9 @@ class CoreGuided {
   /// `upper_id` of the proof demands. Goes back to level 0 if there are any. False when there is no
   /// such solution.
   bool harden(Int128 upper, ProofId upper_id);
+  /// Gives the variables of counters the values that belong to a solution, of which `values` has
+  /// the problem's variables.
+  void complete(std::vector<bool>& values) const;
   /// Adds to the derivation the reformulated objective: cost - sum of weight * literal >=
   /// lowerCost().
   void deriveBound(Derivation& derivation) const;
@@ -48,9 +51,10 @@ class CoreGuided {
   struct Counter {
     std::vector<Lit> literals;
     Int128 weight;
-    std::size_t reached; ///< the newest variable stands for this many true literals
-    LearntRow sum;       ///< with a proof: literals - variables >= base
-    std::size_t part;    ///< with a proof: index in `parts`
+    std::size_t reached;        ///< the newest variable stands for this many true literals
+    std::vector<Var> variables; ///< up to the newest one, each for one literal more
+    LearntRow sum;              ///< with a proof: literals - variables >= base
+    std::size_t part;           ///< with a proof: index in `parts`
   };
   /// With a proof: for each core, constraint `id` times `weight` is its part of the bound.
   struct Part {

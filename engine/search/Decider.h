@@ -42,6 +42,8 @@ class Decider {
   /// Called once a conflict has been analysed: carries out the bumps.
   void endConflict();
 
+  /// The value that v had last.
+  bool savedPhase(Var v) const { return saved[static_cast<std::size_t>(v)] > 0; }
   void setPhase(Var v, bool value) { saved[static_cast<std::size_t>(v)] = value ? 1 : -1; }
   /// Called with the number of literals that are assigned without conflict: remembers their values
   /// if there have never been more.

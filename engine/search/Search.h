@@ -80,6 +80,13 @@ class Search final : private UnassignListener {
 
   /// Who is told now and then that the search goes on; nobody if null.
   void setListener(Listener* l) { listener = l; }
+  /// Whether it is known that there is no solution.
+  bool isRefuted() const { return !ok; }
+  /// Whether somebody wants the search to end.
+  bool isInterrupted() const { return interrupted.load(std::memory_order_relaxed); }
+  const std::atomic<bool>& interruption() const { return interrupted; }
+  /// The row that `addObjective` has added, or `no_ref`.
+  Ref objectiveRow() const { return objective; }
   /// Whether l is known to be true in all solutions.
   bool isFact(Lit l) const { return trail.isRootTrue(l); }
   Decider& decisions() { return decider; }

@@ -50,7 +50,8 @@ std::string text(const Options& o) {
   out << "seed=" << o.seed << " stable=" << o.stable_mode << " focused=" << o.focused_mode
       << " rephase=" << o.rephase << " solution_phases=" << o.solution_phases
       << " weaken_fully=" << o.weaken_fully << " minimise=" << o.minimise
-      << " core_guided=" << o.core_guided << " width=" << o.smallest_width << " pace=" << o.pace;
+      << " core_guided=" << o.core_guided << " local_search=" << o.local_search
+      << " width=" << o.smallest_width << " pace=" << o.pace;
   return out.str();
 }
 
@@ -66,6 +67,7 @@ Options someOptions(Draws& draws) {
   for (bool* const option :
        {&o.rephase, &o.solution_phases, &o.weaken_fully, &o.minimise, &o.core_guided})
     *option = !draws.oneIn(4);
+  o.local_search = draws.oneIn(3); // it solves most of what is small, and leaves nothing to do
   if (draws.oneIn(3)) (draws.oneIn(2) ? o.stable_mode : o.focused_mode) = false;
   if (draws.oneIn(2)) o.smallest_width = draws.small(0, 3);
   static constexpr std::uint64_t paces[] = {1, 30, 200, 500, 5000};

@@ -42,7 +42,7 @@ unsigned long fromEnvironment(const char* name, unsigned long otherwise) {
 /// How often the interesting things happened in the problems of one test.
 struct Coverage {
   std::uint64_t satisfiable = 0, unsatisfiable = 0, conflicts = 0, restarts = 0, reductions = 0,
-                clauses = 0, cardinalities = 0, general = 0, cores = 0, interrupted = 0;
+                clauses = 0, cardinalities = 0, general = 0, cores = 0, flips = 0, interrupted = 0;
 
   void count(Verdict verdict, const Statistics& s) {
     (verdict == Verdict::unsatisfiable ? unsatisfiable : satisfiable)++;
@@ -53,6 +53,7 @@ struct Coverage {
     cardinalities += s.learnt_cardinalities;
     general += s.learnt_general;
     cores += s.cores;
+    flips += s.local_flips;
   }
 };
 
@@ -93,6 +94,7 @@ class EstocDifferential : public testing::Test {
                                   {"clauses", coverage.clauses},
                                   {"cardinalities", coverage.cardinalities},
                                   {"general", coverage.general},
+                                  {"flips", coverage.flips},
                                   {"interrupted", coverage.interrupted}})
       RecordProperty(name, std::to_string(n));
     if (first != 1 || runs < default_runs) return; // other problems may be too few to tell
@@ -104,6 +106,7 @@ class EstocDifferential : public testing::Test {
     EXPECT_GT(coverage.clauses, runs / 10);
     EXPECT_GT(coverage.cardinalities, 0);
     EXPECT_GT(coverage.general, runs / 10);
+    EXPECT_GT(coverage.flips, runs);
   }
 };
 
@@ -170,7 +173,7 @@ TEST_F(EstocDifferential, Determinism) {
       coverage.count(verdict, s);
       counters.push_back({static_cast<std::uint64_t>(verdict), s.conflicts, s.decisions,
                           s.propagations, s.restarts, s.reductions, s.learnt_general, s.facts,
-                          s.cores, s.work, s.constraints, s.learnt, s.memory});
+                          s.cores, s.local_flips, s.work, s.constraints, s.learnt, s.memory});
     }
     return std::string(counters[0] == counters[1] ? "" : "the counters differ");
   });

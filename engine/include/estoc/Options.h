@@ -28,6 +28,7 @@ struct Options {
   bool weaken_fully = true;    ///< reasons lose literals that rounding would only keep in part
   bool minimise = true;        ///< minimise learnt clauses
   bool core_guided = true;     ///< raise the lower bound by cores in part of the search
+  bool local_search = true;    ///< look for better solutions by local search now and then
   int smallest_width = 0;      ///< 0 to 3: derive with at least 32, 64, 128 bits, without bound
   /// For tests: what happens every so many conflicts happens this many times as often, so that
   /// small problems see it, too.

@@ -22,7 +22,7 @@ enum class Verdict {
 };
 
 /// What the solver does, and who has found a solution or a bound.
-enum class Strategy { linear, core_guided };
+enum class Strategy { linear, core_guided, local_search };
 
 /// Counters of a solver, since it began. Nothing here depends on time.
 struct Statistics {
@@ -36,6 +36,8 @@ struct Statistics {
   std::uint64_t learnt_general = 0;
   std::uint64_t facts = 0; ///< literals fixed by learning
   std::uint64_t cores = 0;
+  std::uint64_t local_slices = 0; ///< slices of local search
+  std::uint64_t local_flips = 0;  ///< and its flips
   std::uint64_t work = 0;      ///< visits of watches and terms, the unit of budgets
   std::size_t constraints = 0; ///< stored now, learnt ones not among them
   std::size_t learnt = 0;      ///< learnt ones stored now
