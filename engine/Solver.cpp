@@ -175,7 +175,14 @@ Statistics Solver::statistics() const {
   s.learnt_clauses = c.learnt_clauses;
   s.learnt_cardinalities = c.learnt_cardinalities;
   s.learnt_general = c.learnt_general;
-  s.facts = c.learnt_units;
+  const InprocessCounters& i = inside->search.simplifications();
+  s.facts = c.learnt_units + i.facts;
+  s.failed_literals = i.failed;
+  s.equivalences = i.equivalences;
+  s.shortened = i.shortened;
+  s.subsumed = i.subsumed;
+  s.strengthened = i.strengthened;
+  s.at_most_ones = i.at_most_ones;
   s.cores = inside->coordinator != nullptr ? inside->coordinator->cores() : 0;
   s.local_slices = inside->local_slices;
   s.local_flips = inside->local_flips;

@@ -50,6 +50,12 @@ template <class Visitor> void forEachCounter(const estoc::Statistics& s, Visitor
   visit("learnt cardinalities", s.learnt_cardinalities);
   visit("learnt general", s.learnt_general);
   visit("facts", s.facts);
+  visit("failed literals", s.failed_literals);
+  visit("equivalences", s.equivalences);
+  visit("shortened", s.shortened);
+  visit("subsumed", s.subsumed);
+  visit("strengthened", s.strengthened);
+  visit("at-most-ones", s.at_most_ones);
   visit("cores", s.cores);
   visit("slices of local search", s.local_slices);
   visit("flips", s.local_flips);

@@ -19,6 +19,10 @@ inline constexpr Technique techniques[] = {
     {"solution-phases", &estoc::Options::solution_phases, "prefer the values of the best solution"},
     {"weaken-fully", &estoc::Options::weaken_fully, "weaken reasons beyond what rounding needs"},
     {"minimise", &estoc::Options::minimise, "minimise learnt clauses"},
+    {"probing", &estoc::Options::probing, "try what single literals imply"},
+    {"vivification", &estoc::Options::vivification, "shorten learnt clauses by propagation"},
+    {"subsumption", &estoc::Options::subsumption, "compare clauses with each other"},
+    {"at-most-ones", &estoc::Options::at_most_ones, "make rows of clauses of two literals"},
     {"core-guided", &estoc::Options::core_guided, "raise the lower bound by cores"},
     {"local-search", &estoc::Options::local_search, "look for better solutions by flips"},
 };

@@ -23,10 +23,11 @@ struct Header {
   std::uint32_t size; ///< number of literals or terms
   Kind kind;
   std::uint8_t learnt : 1;
-  std::uint8_t removed : 1; ///< no longer part of the problem; space to be reclaimed
-  std::uint8_t marked : 1;  ///< scratch for whoever needs a mark for a while; 0 in between
-  std::uint8_t used : 2;    ///< reductions that it survives because it was of use lately
-  std::uint16_t glue;       ///< decision levels among its falsified literals when learnt or used
+  std::uint8_t removed : 1;  ///< no longer part of the problem; space to be reclaimed
+  std::uint8_t marked : 1;   ///< scratch for whoever needs a mark for a while; 0 in between
+  std::uint8_t vivified : 1; ///< clauses: vivification has tried this one
+  std::uint8_t used : 2;     ///< reductions that it survives because it was of use lately
+  std::uint16_t glue;        ///< decision levels among its falsified literals when learnt or used
 };
 static_assert(sizeof(Header) == 16);
 
@@ -122,6 +123,18 @@ template <class F> void forEachTerm(Header& c, F&& f) {
         f(static_cast<Int128>(g.terms()[i].coefficient), g.terms()[i].literal);
     });
   }
+}
+
+/// Calls `f(literal)` for each literal of `c`.
+template <class F> void forEachLiteral(Header& c, F&& f) {
+  const auto plain = [&](const Lit* l) {
+    for (std::uint32_t i = 0; i < c.size; i++) f(l[i]);
+  };
+  if (c.kind == Kind::clause) return plain(static_cast<Clause&>(c).literals());
+  if (c.kind == Kind::cardinality) return plain(static_cast<Cardinality&>(c).literals());
+  withGeneral(c, [&](auto& g) {
+    for (std::uint32_t i = 0; i < g.size; i++) f(g.terms()[i].literal);
+  });
 }
 
 /// The degree of any stored constraint.

@@ -54,6 +54,7 @@ Ref Propagation::propagateClauses(Lit falsified) {
       continue;
     }
     *keep++ = ClauseWatch(watch.ref(), false, other);
+    if (watch.ref() == ignored) continue;
     if (other_value < 0) {
       conflict = watch.ref();
       break;

@@ -67,6 +67,10 @@ class Propagation {
   bool imply(Ref ref);
   /// Propagates all that is pending. The constraint in conflict, or `no_ref`.
   Ref propagate();
+  /// Until the next call the clause `ref`, of at least three literals, implies nothing, and is not
+  /// in conflict. With another one or `no_ref` the one before counts again, once the trail is back
+  /// at level 0.
+  void ignore(Ref ref) { ignored = ref; }
   /// Whether all that is on the trail has been propagated.
   bool isComplete() const { return clause_head == trail.size() && row_head == trail.size(); }
 
@@ -99,6 +103,8 @@ class Propagation {
   /// How far general constraints have seen the trail.
   int seenByRows() const { return row_head; }
   const Work& work() const { return done; }
+  /// The number that the next constraint gets.
+  std::uint64_t nextId() const { return next_id; }
   std::size_t bytes() const;
 
  private:
@@ -112,6 +118,7 @@ class Propagation {
   int clause_head = 0; ///< where propagation of clauses stands in the trail
   int row_head = 0;    ///< the same for rows, never ahead of clauses
   std::size_t removed_bytes = 0;
+  Ref ignored = no_ref;
   Work done;
   Proof* proof = nullptr;
 

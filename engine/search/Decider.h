@@ -45,6 +45,9 @@ class Decider {
   /// The value that v had last.
   bool savedPhase(Var v) const { return saved[static_cast<std::size_t>(v)] > 0; }
   void setPhase(Var v, bool value) { saved[static_cast<std::size_t>(v)] = value ? 1 : -1; }
+  /// The values that were had last, to be put back after what should not change them.
+  const std::vector<signed char>& phases() const { return saved; }
+  void setPhases(const std::vector<signed char>& values) { saved = values; }
   /// Called with the number of literals that are assigned without conflict: remembers their values
   /// if there have never been more.
   void noteTrail(int consistent);

@@ -14,7 +14,8 @@ constexpr std::uint64_t progress_interval = 256; ///< conflicts between two word
 
 Search::Search(const Options& o, const std::atomic<bool>& interrupt)
     : options(o), interrupted(interrupt), propagation(*this), trail(propagation.assignment()),
-      decider(trail), analyzer(propagation, decider), random(o.seed * 0x9E3779B97F4A7C15U) {
+      decider(trail), analyzer(propagation, decider), inprocessing(options, propagation, interrupt),
+      random(o.seed * 0x9E3779B97F4A7C15U) {
   analyzer.setSmallestWidth(options.smallest_width);
   analyzer.setWeakenFully(options.weaken_fully);
   analyzer.setMinimise(options.minimise);
@@ -150,6 +151,17 @@ bool Search::resolve(Ref conflict) {
   return fine;
 }
 
+/// Inprocessing, at a fixpoint at level 0. False when there is no solution.
+bool Search::simplify() {
+  const std::uint64_t before = work();
+  const std::vector<signed char> phases = decider.phases();
+  ok = inprocessing.run(count.conflicts, before - inprocessing_work);
+  decider.setPhases(phases);
+  inprocessing_work += work() - before;
+  if (ok && inprocessing.takeChanged()) propagation.collect(&objective);
+  return ok;
+}
+
 /// The next assumption, or else a variable.
 Search::Decision Search::decide(const std::vector<Lit>& assumptions) {
   while (trail.level() < static_cast<int>(assumptions.size())) {
@@ -212,6 +224,15 @@ Outcome Search::run(const std::vector<Lit>& assumptions, std::uint64_t conflicts
     if (count.conflicts >= end) return Outcome::exhausted;
     if (restarting()) {
       restart();
+      continue;
+    }
+    if (inprocessing.isDue(count.conflicts)) {
+      if (trail.level() > 0) {
+        propagation.backjump(0); // and once more to a fixpoint
+        continue;
+      }
+      if (!simplify()) return Outcome::unsatisfiable;
+      audit(AuditPoint::reduced);
       continue;
     }
     if (count.conflicts >= next_reduction) {

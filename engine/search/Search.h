@@ -8,6 +8,7 @@
 #include "Decider.h"
 #include "constraints/Normalise.h"
 #include "estoc/Options.h"
+#include "inprocess/Inprocessing.h"
 #include "propagation/Propagation.h"
 
 #include <atomic>
@@ -93,8 +94,11 @@ class Search final : private UnassignListener {
   Propagation& constraints() { return propagation; }
   const Propagation& constraints() const { return propagation; }
   const SearchCounters& counters() const { return count; }
+  const InprocessCounters& simplifications() const { return inprocessing.counters(); }
   /// What has been done so far, in visits of watches and terms.
-  std::uint64_t work() const { return propagation.work().total() + analyzer.work(); }
+  std::uint64_t work() const {
+    return propagation.work().total() + analyzer.work() + inprocessing.work();
+  }
   Var variables() const { return trail.variables(); }
 
  private:
@@ -106,6 +110,7 @@ class Search final : private UnassignListener {
   const Trail& trail;
   Decider decider;
   Analyzer analyzer;
+  Inprocessing inprocessing;
   SearchCounters count;
   bool ok = true;
   Ref objective = no_ref;
@@ -131,8 +136,9 @@ class Search final : private UnassignListener {
   std::uint64_t next_rephase = options.paced(1000);
   std::uint64_t rephases = 0;
   std::uint64_t next_reduction = options.paced(2000);
-  std::uint64_t random; ///< state of the generator, of use if there is a seed
-  int simplified = 0;   ///< facts at the last `removeSatisfied`
+  std::uint64_t inprocessing_work = 0; ///< of all of it
+  std::uint64_t random;                ///< state of the generator, of use if there is a seed
+  int simplified = 0;                  ///< facts at the last `removeSatisfied`
 
   void audit([[maybe_unused]] AuditPoint point) const {
 #ifndef NDEBUG
@@ -153,6 +159,7 @@ class Search final : private UnassignListener {
   void reduce();
   void markReasons(bool mark);
   void removeSatisfied();
+  bool simplify();
   enum class Decision { made, none, failed };
   Decision decide(const std::vector<Lit>& assumptions);
 };

@@ -50,6 +50,8 @@ std::string text(const Options& o) {
   out << "seed=" << o.seed << " stable=" << o.stable_mode << " focused=" << o.focused_mode
       << " rephase=" << o.rephase << " solution_phases=" << o.solution_phases
       << " weaken_fully=" << o.weaken_fully << " minimise=" << o.minimise
+      << " probing=" << o.probing << " vivification=" << o.vivification
+      << " subsumption=" << o.subsumption << " at_most_ones=" << o.at_most_ones
       << " core_guided=" << o.core_guided << " local_search=" << o.local_search
       << " width=" << o.smallest_width << " pace=" << o.pace;
   return out.str();
@@ -65,7 +67,8 @@ Options someOptions(Draws& draws) {
   Options o;
   if (draws.oneIn(4)) o.seed = static_cast<std::uint64_t>(draws.between(1, 1 << 20));
   for (bool* const option :
-       {&o.rephase, &o.solution_phases, &o.weaken_fully, &o.minimise, &o.core_guided})
+       {&o.rephase, &o.solution_phases, &o.weaken_fully, &o.minimise, &o.core_guided, &o.probing,
+        &o.vivification, &o.subsumption, &o.at_most_ones})
     *option = !draws.oneIn(4);
   o.local_search = draws.oneIn(3); // it solves most of what is small, and leaves nothing to do
   if (draws.oneIn(3)) (draws.oneIn(2) ? o.stable_mode : o.focused_mode) = false;

@@ -27,6 +27,10 @@ struct Options {
   bool solution_phases = true; ///< in part of the search, prefer values of the best solution
   bool weaken_fully = true;    ///< reasons lose literals that rounding would only keep in part
   bool minimise = true;        ///< minimise learnt clauses
+  bool probing = true;         ///< fix failed literals and merge equivalent ones
+  bool vivification = true;    ///< shorten learnt clauses by propagation
+  bool subsumption = true;     ///< remove clauses and literals by comparing clauses
+  bool at_most_ones = true;    ///< make cardinalities of clauses of two literals
   bool core_guided = true;     ///< raise the lower bound by cores in part of the search
   bool local_search = true;    ///< look for better solutions by local search now and then
   int smallest_width = 0;      ///< 0 to 3: derive with at least 32, 64, 128 bits, without bound

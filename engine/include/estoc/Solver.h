@@ -34,7 +34,13 @@ struct Statistics {
   std::uint64_t learnt_clauses = 0;
   std::uint64_t learnt_cardinalities = 0;
   std::uint64_t learnt_general = 0;
-  std::uint64_t facts = 0; ///< literals fixed by learning
+  std::uint64_t facts = 0;           ///< literals fixed by learning
+  std::uint64_t failed_literals = 0; ///< that probing found
+  std::uint64_t equivalences = 0;    ///< literals found equivalent to others
+  std::uint64_t shortened = 0;       ///< clauses made shorter by vivification
+  std::uint64_t subsumed = 0;        ///< clauses removed, since another one implies them
+  std::uint64_t strengthened = 0;    ///< clauses made shorter by another one
+  std::uint64_t at_most_ones = 0;    ///< cardinalities made of clauses
   std::uint64_t cores = 0;
   std::uint64_t local_slices = 0; ///< slices of local search
   std::uint64_t local_flips = 0;  ///< and its flips
