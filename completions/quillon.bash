@@ -9,6 +9,7 @@ _quillon() {
       options="--time-limit --cpu-limit --memory-limit --seed --verbosity --no-values --format"
       options+=" --stats --help --version --no-stable-mode --no-focused-mode --no-rephase"
       options+=" --no-solution-phases --no-weaken-fully --no-minimise --no-core-guided --no-local-search"
+      options+=" --no-probing --no-vivification --no-subsumption --no-at-most-ones"
       options+=" --smallest-width"
       ;;
     *) options="--format --map --limit --help --version" ;;

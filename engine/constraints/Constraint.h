@@ -26,6 +26,7 @@ struct Header {
   std::uint8_t removed : 1;  ///< no longer part of the problem; space to be reclaimed
   std::uint8_t marked : 1;   ///< scratch for whoever needs a mark for a while; 0 in between
   std::uint8_t vivified : 1; ///< clauses: vivification has tried this one
+  std::uint8_t compared : 1; ///< clauses: subsumption has compared this one with all others
   std::uint8_t used : 2;     ///< reductions that it survives because it was of use lately
   std::uint16_t glue;        ///< decision levels among its falsified literals when learnt or used
 };

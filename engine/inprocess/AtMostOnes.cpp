@@ -2,6 +2,8 @@
 /// Detection of at-most-ones among clauses of two literals.
 #include "AtMostOnes.h"
 
+#include "proof/Derivation.h"
+
 #include <algorithm>
 
 namespace estoc {
@@ -11,11 +13,10 @@ namespace {
 constexpr std::size_t smallest = 4;
 } // namespace
 
-/// Builds the graph. False if nothing has come to it since the last time.
-bool AtMostOnes::gather() {
-  const std::uint64_t newest = propagation.nextId();
-  bool fresh = false;
+/// Builds the graph.
+void AtMostOnes::gather() {
   edges.assign(2 * static_cast<std::size_t>(trail.variables()), {});
+  count = 0;
   for (const auto* list : {&propagation.problemConstraints(), &propagation.learntConstraints()})
     for (const Ref ref : *list) {
       const Header& header = propagation.at(ref);
@@ -25,10 +26,8 @@ bool AtMostOnes::gather() {
       if (trail.isAssigned(l[0].var()) || trail.isAssigned(l[1].var())) continue;
       edges[(~l[0]).index()].push_back({~l[1], ref});
       edges[(~l[1]).index()].push_back({~l[0], ref});
-      fresh |= header.id >= looked;
+      count++;
     }
-  looked = newest;
-  return fresh;
 }
 
 /// Grows a clique from `first` over edges that are in no clique yet.
@@ -58,22 +57,43 @@ void AtMostOnes::grow(Lit first) {
   for (const Lit l : touched) common[l.index()] = 0;
 }
 
+/// The clique, as the proof has it: that of the first k members, k - 1 times, and their edges to
+/// the next one, all divided by k, is that of the first k + 1.
+ProofId AtMostOnes::derive() {
+  Derivation derivation(*bench.proof);
+  for (std::size_t k = 1; k < clique.size(); k++) {
+    if (k > 1) derivation.multiply(k - 1);
+    for (std::size_t i = 0; i < k; i++) common[clique[i].index()] = 1;
+    for (const Edge& e : edges[clique[k].index()]) {
+      if (common[e.other.index()] == 0 || propagation.at(e.ref).removed != 0) continue;
+      common[e.other.index()] = 0; // once, though an edge may be there twice
+      derivation.add(propagation.at(e.ref).id, 1);
+    }
+    if (k > 1) derivation.divide(k);
+  }
+  return derivation.finish();
+}
+
 /// The clique takes the place of its edges.
 void AtMostOnes::put() {
   Row row;
   for (const Lit l : clique) row.terms.push_back({1, ~l});
   row.degree = static_cast<Int128>(clique.size()) - 1;
-  propagation.add(row, false, 0);
+  propagation.add(row, false, 0, bench.proof != nullptr ? derive() : 0);
   bench.count.at_most_ones++;
   for (const Lit l : clique) common[l.index()] = 1;
   for (const Lit l : clique)
-    for (const Edge& e : edges[l.index()])
-      if (common[e.other.index()] != 0 && propagation.at(e.ref).removed == 0) bench.remove(e.ref);
+    for (const Edge& e : edges[l.index()]) {
+      if (common[e.other.index()] == 0 || propagation.at(e.ref).removed != 0) continue;
+      bench.remove(e.ref);
+      count--;
+    }
   for (const Lit l : clique) common[l.index()] = 0;
 }
 
 void AtMostOnes::run() {
-  if (!gather()) return;
+  gather();
+  if (count == left) return;
   const std::size_t literals = edges.size();
   common.assign(literals, 0);
   std::vector<Lit> order;
@@ -89,6 +109,7 @@ void AtMostOnes::run() {
       if (clique.size() < smallest) break;
       put();
     }
+  left = count;
 }
 
 } // namespace estoc

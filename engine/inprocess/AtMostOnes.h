@@ -25,17 +25,19 @@ class AtMostOnes {
   Workbench& bench;
   Propagation& propagation;
   const Trail& trail;
-  std::uint64_t looked = 0; ///< the clauses there were the last time
+  std::size_t left = 0; ///< edges after the last time
 
   struct Edge {
     Lit other;
     Ref ref;
   };
   std::vector<std::vector<Edge>> edges; ///< per literal: with what it cannot be true
+  std::size_t count = 0;                ///< edges in no clique
   std::vector<std::uint32_t> common;    ///< per literal: members of the clique that are neighbours
   std::vector<Lit> clique;
 
-  bool gather();
+  void gather();
+  ProofId derive();
   void grow(Lit first);
   void put();
 };

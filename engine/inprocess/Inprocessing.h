@@ -20,6 +20,7 @@ class Inprocessing {
       : options(o), bench(p, interrupt), at_most_ones(bench), equivalences(bench), probing(bench),
         subsumption(bench), vivification(bench) {}
 
+  void setProof(Proof& p) { bench.proof = &p; }
   /// At level 0, at a fixpoint; afterwards, too. `conflicts` and `work` are the search's so far,
   /// inprocessing not among them. False when there is no solution.
   bool run(std::uint64_t conflicts, std::uint64_t work);

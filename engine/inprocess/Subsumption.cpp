@@ -23,7 +23,7 @@ void Subsumption::gather() {
       if (header.learnt != 0 && header.glue > glue_kept) continue;
       candidates.push_back({ref, header.size});
       bench.charge(1);
-      if (header.id < checked) continue;
+      if (header.compared != 0) continue;
       const auto& c = static_cast<const Clause&>(header);
       for (std::uint32_t i = 0; i < c.size; i++)
         is_fresh[static_cast<std::size_t>(c.literals()[i].var())] = 1;
@@ -98,8 +98,8 @@ bool Subsumption::process(const Candidate& candidate) {
       // What a learnt clause stands in for must not be forgotten.
       const auto& c = static_cast<const Clause&>(propagation.at(by));
       const std::vector<Lit> literals(c.literals(), c.literals() + c.size);
-      bench.remove(by);
       bench.add(literals, false, 0);
+      bench.remove(by);
     }
     bench.remove(candidate.ref);
     return true;
@@ -124,7 +124,6 @@ void Subsumption::enter(const Candidate& candidate) {
 }
 
 bool Subsumption::run() {
-  const std::uint64_t from_here = propagation.nextId();
   gather();
   entries.resize(2 * static_cast<std::size_t>(trail.variables()));
   marks.resize(static_cast<std::size_t>(trail.variables()));
@@ -138,7 +137,8 @@ bool Subsumption::run() {
     enter(candidate);
   }
   for (auto& list : entries) list = {};
-  if (complete) checked = from_here;
+  if (complete)
+    for (const Candidate& candidate : candidates) propagation.at(candidate.ref).compared = 1;
   return true;
 }
 

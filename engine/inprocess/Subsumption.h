@@ -24,7 +24,6 @@ class Subsumption {
   Workbench& bench;
   Propagation& propagation;
   const Trail& trail;
-  std::uint64_t checked = 0; ///< clauses with numbers below it are no longer new
 
   struct Candidate {
     Ref ref;

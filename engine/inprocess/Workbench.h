@@ -37,6 +37,7 @@ class Workbench {
   Propagation& propagation;
   const Trail& trail;
   InprocessCounters count;
+  Proof* proof = nullptr; ///< where steps are written, if one is
 
   /// Goes back to level 0, where l is true from now on, and propagates. False when there is no
   /// solution; nothing else may be called then.

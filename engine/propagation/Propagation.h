@@ -103,8 +103,6 @@ class Propagation {
   /// How far general constraints have seen the trail.
   int seenByRows() const { return row_head; }
   const Work& work() const { return done; }
-  /// The number that the next constraint gets.
-  std::uint64_t nextId() const { return next_id; }
   std::size_t bytes() const;
 
  private:

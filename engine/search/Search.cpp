@@ -27,6 +27,7 @@ void Search::setProof(Proof& p) {
   derivation = std::make_unique<Derivation>(p);
   propagation.setProof(&p);
   analyzer.setProof(p);
+  inprocessing.setProof(p);
 }
 
 Var Search::addVariable(bool phase, bool own) {
@@ -155,11 +156,12 @@ bool Search::resolve(Ref conflict) {
 bool Search::simplify() {
   const std::uint64_t before = work();
   const std::vector<signed char> phases = decider.phases();
-  ok = inprocessing.run(count.conflicts, before - inprocessing_work);
+  const bool fine = inprocessing.run(count.conflicts, before - inprocessing_work);
   decider.setPhases(phases);
   inprocessing_work += work() - before;
-  if (ok && inprocessing.takeChanged()) propagation.collect(&objective);
-  return ok;
+  if (!fine) return noSolution();
+  if (inprocessing.takeChanged()) propagation.collect(&objective);
+  return true;
 }
 
 /// The next assumption, or else a variable.
