@@ -47,9 +47,9 @@ struct Solver::Inside {
 Solver::Solver(const Options& options) : inside(std::make_unique<Inside>(options)) {}
 Solver::~Solver() = default;
 
-void Solver::prove(ProofSink& sink, ProofVersion version, std::uint64_t rows) {
+void Solver::prove(ProofSink& sink, const ProofPlan& plan) {
   assert(inside->problem_variables == 0 && inside->proof == nullptr);
-  inside->proof = std::make_unique<Proof>(sink, version, rows);
+  inside->proof = std::make_unique<Proof>(sink, plan);
   inside->search.setProof(*inside->proof);
 }
 

@@ -226,6 +226,7 @@ class Reader {
     if (!readAll()) return error;
     assembler.rest().format = format;
     assembler.rest().declared = declared;
+    assembler.rest().has_header = has_header;
     return assembler.take();
   }
 };

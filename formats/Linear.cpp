@@ -79,16 +79,17 @@ class Lineariser {
     const auto admits = [&](Int left) {
       return (!from_below || left >= row.bound) && (!from_above || left <= row.bound);
     };
+    const bool is_clause = source.format == Format::wcnf;
     if (used <= 1) {
       const bool when_false = admits(0);
       const bool when_true = admits(least + most);
-      if (!when_false && !when_true)
-        result.constant += cost;
-      else if (when_false != when_true)
+      if (when_false != when_true)
         charge(cost, {variable, when_true});
-      return std::nullopt;
+      else if (!when_false && !is_clause)
+        result.constant += cost;
+      if (when_false != when_true || !is_clause) return std::nullopt;
     }
-    const Int below = from_below ? row.bound - least : 0;
+    const Int below = is_clause ? 1 : from_below ? row.bound - least : 0;
     const Int above = from_above ? most - row.bound : 0;
     if (below <= 0 && above <= 0) return std::nullopt;
     if (!addTo(weight, std::max(below, above))) {

@@ -32,7 +32,8 @@ struct Linear {
 /// A product p of l1 to lk gets the rows li >= p and p >= l1 + ... + lk - k + 1. A soft row of one
 /// variable puts its cost on a literal; another one gets a relaxing variable with the cost, which,
 /// when true, lets the row (both directions of an equation) hold by a coefficient just large
-/// enough.
+/// enough. Every soft clause but a single literal gets one, also where that is not needed, since so
+/// the format of proofs has it.
 Result<Linear> linearise(const Problem& problem);
 
 } // namespace formats

@@ -137,6 +137,8 @@ struct Problem {
   /// Variables x1 to x`declared`, in DIMACS formats 1 to `declared`, exist although they need not
   /// occur anywhere; outputs may mention them. 0 when the text declares none.
   Int declared = 0;
+  /// In DIMACS formats: whether the text begins with a header ("p cnf", "p wcnf").
+  bool has_header = false;
 
   /// Whether violated soft rows have a cost, which is what is to be minimised.
   bool hasCost() const { return format == Format::wbo || format == Format::wcnf; }

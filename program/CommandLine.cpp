@@ -45,6 +45,13 @@ CLI::Validator aFormat() {
           ""};
 }
 
+CLI::Validator aProofVersion() {
+  return {[](const std::string& text) -> std::string {
+            return text == "2.0" || text == "3.0" ? "" : "must be 2.0 or 3.0, not " + text;
+          },
+          ""};
+}
+
 /// An option without a value that makes `setting` false.
 CLI::Option* addSwitchOff(CLI::App& app, const std::string& name, bool& setting,
                           const std::string& what) {
@@ -92,6 +99,18 @@ Settings parseCommandLine(int argc, char** argv) {
       ->type_name("NAME")
       ->check(aFormat());
   app.add_option("--stats", settings.stats, "write statistics to FILE, in JSON")->type_name("FILE");
+  app.add_option("--proof", settings.proof, "write a proof to FILE; .gz and .xz are packed")
+      ->type_name("FILE")
+      ->group("Proof");
+  app.add_option("--proof-version", settings.proof_version,
+                 "the version of its format, 2.0 or 3.0 (default)")
+      ->type_name("N")
+      ->check(aProofVersion())
+      ->group("Proof");
+  app.add_option("--write-opb", settings.opb,
+                 "write the problem to FILE as linear OPB; the proof is about that")
+      ->type_name("FILE")
+      ->group("Proof");
   for (const Technique& t : techniques)
     addSwitchOff(app, "--no-" + std::string(t.name), settings.engine.*t.member,
                  std::string("do not ") + t.what)

@@ -19,6 +19,9 @@ struct Settings {
   int verbosity = 1;  ///< 0: results only, 1: bounds and the frame of the run, 2: counters, too
   bool values = true; ///< print the values of a solution
   std::string stats;  ///< file for statistics, empty for none
+  std::string proof;  ///< file for the proof, empty for none
+  std::string proof_version = "3.0";
+  std::string opb; ///< file for the problem in linear OPB, which the proof is about then
   estoc::Options engine;
 };
 

@@ -181,6 +181,29 @@ Verdict Run::read() {
   return Verdict::unknown;
 }
 
+/// What a proof is about, and the file for it, if either is wanted. A proof that cannot be about
+/// the text ends the process, and so does a file that cannot be written.
+void Run::stateProblem(const formats::Linear& linear) {
+  if (settings.proof.empty() && settings.opb.empty()) return;
+  if (settings.opb.empty()) {
+    const std::string obstacle = Statement::obstacle(problem);
+    if (!obstacle.empty()) {
+      process::complain("a proof cannot be about this text, which " + obstacle +
+                        "; it can be about a file that --write-opb FILE writes");
+      process::endNow(exit_usage);
+    }
+    statement.emplace(problem, linear, false);
+    return;
+  }
+  statement.emplace(problem, linear, true);
+  ProofFile file(settings.opb);
+  statement->writeOpb([&](const std::string& text) { file.write(text.data(), text.size()); });
+  file.close();
+  if (!file.hasFailed()) return;
+  process::complain(settings.opb + ": it could not be written");
+  process::endNow(process::exit_no_output);
+}
+
 Verdict Run::solve() {
   estoc::Solver engine(settings.engine);
   setSolver(&engine);
@@ -188,12 +211,29 @@ Verdict Run::solve() {
     Run& run;
     ~Retire() { run.setSolver(nullptr); }
   } retire{*this};
-  if (!load(problem, engine, stop)) return Verdict::unsupported;
-  if (stop) return Verdict::unknown;
+  const auto linear = formats::linearise(problem);
+  if (!linear) {
+    process::complain(linear.error().text());
+    return Verdict::unsupported;
+  }
+  stateProblem(*linear);
+  if (!settings.proof.empty()) {
+    const auto version =
+        settings.proof_version == "2.0" ? estoc::ProofVersion::v2 : estoc::ProofVersion::v3;
+    proof.emplace(settings.proof, *statement, version);
+    engine.prove(
+        *proof, {version, statement->rows(), statement->surplus(),
+                 "about " + process::visible(settings.opb.empty() ? settings.file : settings.opb)});
+  }
+  load(problem, *linear, statement ? &*statement : nullptr, engine, stop);
   loaded_at = process::wallTicks() - start;
   Reporter reporter(problem, findings, engine, start);
-  const estoc::Verdict verdict = engine.solve({}, &reporter);
+  const estoc::Verdict verdict = stop ? estoc::Verdict::unknown : engine.solve({}, &reporter);
   reporter.end();
+  if (proof) {
+    engine.concludeProof();
+    proof->close();
+  }
   counters = engine.statistics();
   switch (verdict) {
   case estoc::Verdict::optimal:
@@ -231,6 +271,7 @@ void Run::end(Verdict claimed, const std::string& stopped_by,
   if (!verdict) return;
   facts.verdict = *verdict;
   stats.write(settings, problem, findings, facts);
+  if (proof && proof->hasFailed()) process::endNow(process::exit_no_output);
   const bool nothing_left = *verdict == Verdict::unknown && stopped_by == no_memory;
   process::endNow(nothing_left ? int{process::exit_no_memory} : exitCodeOf(*verdict));
 }
@@ -250,6 +291,7 @@ void Run::perform() {
   } catch (const std::bad_alloc&) { // what the engine or a reader had is free again
     process::complain("memory exhausted");
     stopped_by = no_memory;
+    if (proof) proof->abandon();
   }
   end(claimed, stopped_by, counters);
   for (;;) // the watchdog ends the process

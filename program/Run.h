@@ -5,6 +5,7 @@
 
 #include "CommandLine.h"
 #include "Findings.h"
+#include "ProofLog.h"
 #include "StatsFile.h"
 #include "process/Watchdog.h"
 
@@ -28,6 +29,8 @@ class Run {
   formats::Problem problem;
   Findings findings;
   StatsFile stats;
+  std::optional<Statement> statement; ///< of what is proven, if a proof is written
+  std::optional<ProofLog> proof;
   std::optional<estoc::Statistics> counters; ///< at the end of the search
   /// When the problem had been read, and when the engine had it, since the start; 0 before. While
   /// `read_at` is 0, `problem` is only for the thread that works.
@@ -45,6 +48,7 @@ class Run {
   void setSolver(estoc::Solver* which);
   std::string stoppedBy() const;
   Verdict read();
+  void stateProblem(const formats::Linear& linear);
   Verdict solve();
   void end(Verdict claimed, const std::string& stopped_by,
            const std::optional<estoc::Statistics>& engine_counters);

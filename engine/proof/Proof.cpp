@@ -8,12 +8,13 @@ namespace {
 constexpr std::size_t block = std::size_t{1} << 16; ///< bytes that go to the sink at a time
 } // namespace
 
-Proof::Proof(ProofSink& to, ProofVersion version, std::uint64_t rows)
-    : sink(to), semicolons(version == ProofVersion::v3), problem_rows(rows), last(rows),
-      starts(1, 0) {
+Proof::Proof(ProofSink& to, const ProofPlan& plan)
+    : sink(to), semicolons(plan.version == ProofVersion::v3), problem_rows(plan.rows),
+      surplus(plan.surplus), last(plan.rows), starts(1, 0) {
   text += semicolons ? "pseudo-Boolean proof version 3.0\n" : "pseudo-Boolean proof version 2.0\n";
+  if (!plan.comment.empty()) comment(plan.comment);
   text += "f ";
-  appendNumber(text, rows);
+  appendNumber(text, plan.rows);
   end();
 }
 
@@ -167,7 +168,7 @@ void Proof::concludeBounds(const std::optional<Int128>& lower, ProofId lower_id,
                            const std::optional<Int128>& upper, const std::vector<bool>& values) {
   conclude("BOUNDS ");
   if (lower)
-    appendNumber(text, *lower);
+    appendNumber(text, *lower - surplus);
   else
     text += "INF";
   if (lower_id != 0) {
@@ -176,7 +177,7 @@ void Proof::concludeBounds(const std::optional<Int128>& lower, ProofId lower_id,
   }
   text += ' ';
   if (upper) {
-    appendNumber(text, *upper);
+    appendNumber(text, *upper - surplus);
     text += " :";
     appendValues(values);
   } else {

@@ -27,8 +27,7 @@ namespace estoc {
 /// breaking (2023).
 class Proof {
  public:
-  /// The proof is about a problem of `rows` rows, numbered from 1.
-  Proof(ProofSink& to, ProofVersion version, std::uint64_t rows);
+  Proof(ProofSink& to, const ProofPlan& plan);
   Proof(const Proof&) = delete;
   Proof& operator=(const Proof&) = delete;
 
@@ -102,6 +101,7 @@ class Proof {
   ProofSink& sink;
   const bool semicolons;
   const std::uint64_t problem_rows;
+  const Int128 surplus;
   ProofId last;
   std::string text;                ///< what the sink has not got yet
   std::string names;               ///< " NAME" of all literals, one behind the other

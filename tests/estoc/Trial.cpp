@@ -29,6 +29,11 @@ bool anyUnder(const std::vector<Assignment>& solutions, const std::vector<Lit>& 
   return std::any_of(solutions.begin(), solutions.end(), agrees);
 }
 
+std::string termText(const WideTerm& t) {
+  return text(t.coefficient) + (t.literal.negated() ? " ~x" : " x") +
+         std::to_string(t.literal.var()) + " ";
+}
+
 /// From -`most` to `most`.
 Int128 someWide(Draws& draws, Int128 most) {
   const Int128 high = draws.between(0, INT64_MAX - 1);
@@ -79,8 +84,10 @@ Options someOptions(Draws& draws) {
   return o;
 }
 
-Trial::Trial(int variables, const Options& options, Draws& d)
+Trial::Trial(int variables, const Options& options, Draws& d, estoc::ProofSink* sink,
+             const estoc::ProofPlan& plan)
     : draws(d), solutions(1, 0), solver(options) {
+  if (sink != nullptr) solver.prove(*sink, plan);
   for (int i = 0; i < variables; i++) addVariable();
 }
 
@@ -133,6 +140,8 @@ void Trial::hand(const plain::Form& form, plain::Int bound, bool at_most) {
     if (negated) rest -= coefficient; // a x is a - a ~x
     terms.push_back({negated ? -coefficient : coefficient, Lit::of(t.variable, negated)});
   }
+  for (const WideTerm& t : terms) rows_text += termText(t);
+  rows_text += ">= " + text(rest) + ";\n";
   refused |= !solver.addRow(std::move(terms), rest);
 }
 
@@ -171,11 +180,9 @@ void Trial::minimiseSomething() {
 }
 
 std::string Trial::objectiveText() const {
-  std::string out = "min: " + text(constant);
-  for (const WideTerm& t : objective)
-    out += " + " + text(t.coefficient) + (t.literal.negated() ? " ~x" : " x") +
-           std::to_string(t.literal.var());
-  return out + ";\n";
+  std::string out = "min: ";
+  for (const WideTerm& t : objective) out += termText(t);
+  return out + text(constant) + ";\n";
 }
 
 Int128 Trial::cost(Assignment assignment) const {

@@ -29,6 +29,7 @@ class Trial {
   std::vector<plain::Assignment> solutions;
   std::vector<estoc::WideTerm> objective;
   Int128 constant = 0;
+  std::string rows_text;
 
   Int128 someFactor(Int128 magnitudes);
   void hand(const plain::Form& form, plain::Int bound, bool at_most);
@@ -37,7 +38,9 @@ class Trial {
   estoc::Solver solver;
   bool refused = false; ///< a row has been recognised as making all unsatisfiable
 
-  Trial(int variables, const estoc::Options& options, Draws& d);
+  /// Writes a proof if `sink` is not null; no variables can be added then.
+  Trial(int variables, const estoc::Options& options, Draws& d, estoc::ProofSink* sink = nullptr,
+        const estoc::ProofPlan& plan = {});
   void addVariable();
   /// Hands the row over, perhaps with numbers so much larger that it means the same, of up to 127
   /// bits in sum.
@@ -47,6 +50,8 @@ class Trial {
 
   estoc::Lit someLiteral();
   std::string objectiveText() const;
+  /// What has been handed over, in OPB; the variables are x0, x1, ...
+  std::string opbText() const { return (optimises ? objectiveText() : "") + rows_text; }
   Int128 cost(plain::Assignment assignment) const;
   /// Null when there is no solution.
   const Int128* optimum() const { return solutions.empty() ? nullptr : &best; }

@@ -116,7 +116,7 @@ Proven solve(Draws& draws, const plain::Problem& problem) {
   std::uint64_t rows = 0;
   for (const plain::Row& row : problem.rows) rows += row.relation == Relation::equal ? 2 : 1;
   const bool lines = draws.oneIn(3);
-  solver.prove(sink, lines ? estoc::ProofVersion::v2 : estoc::ProofVersion::v3, rows);
+  solver.prove(sink, {lines ? estoc::ProofVersion::v2 : estoc::ProofVersion::v3, rows, 0, ""});
   for (int v = 0; v < problem.nvars; v++) solver.newVariable();
   if (problem.objective) solver.minimise(termsOf(*problem.objective, problem.maximise), 0);
   for (const plain::Row& row : problem.rows) {

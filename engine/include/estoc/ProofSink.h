@@ -17,6 +17,14 @@ enum class ProofVersion { v2, v3 };
 /// The number of a constraint in a proof, from 1; 0 is none.
 using ProofId = std::uint64_t;
 
+/// What a proof is about, and how it is written.
+struct ProofPlan {
+  ProofVersion version = ProofVersion::v3;
+  std::uint64_t rows = 0; ///< of the problem
+  Int128 surplus = 0;     ///< what the solver's objective has more than that of the proof
+  std::string comment;    ///< the proof's first one; one line, or empty for none
+};
+
 /// Takes the bytes of a proof, and knows what the problem's variables are called in it.
 class ProofSink {
  public:

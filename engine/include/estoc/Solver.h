@@ -78,9 +78,9 @@ class Solver {
   Solver& operator=(const Solver&) = delete;
 
   /// Writes a proof of everything from now on. At the beginning, before there are variables. The
-  /// problem will have `rows` rows; they, and an objective, are added before the first `solve`, and
-  /// `solve` is called without assumptions.
-  void prove(ProofSink& sink, ProofVersion version, std::uint64_t rows);
+  /// rows, and an objective, are added before the first `solve`, which is called without
+  /// assumptions.
+  void prove(ProofSink& sink, const ProofPlan& plan);
   /// Writes the end of the proof: what has been shown so far. Nothing more may be done then but ask
   /// for results.
   void concludeProof();
