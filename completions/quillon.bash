@@ -7,7 +7,7 @@ _quillon() {
     quillon) options="--t --help" ;;
     estoc)
       options="--time-limit --cpu-limit --memory-limit --seed --verbosity --no-values --format"
-      options+=" --stats --help --version --no-stable-mode --no-focused-mode --no-rephase"
+      options+=" --stats --proof --proof-version --write-opb --help --version --no-stable-mode --no-focused-mode --no-rephase"
       options+=" --no-solution-phases --no-weaken-fully --no-minimise --no-core-guided --no-local-search"
       options+=" --no-probing --no-vivification --no-subsumption --no-at-most-ones"
       options+=" --smallest-width"
@@ -21,7 +21,11 @@ _quillon() {
       mapfile -t COMPREPLY < <(compgen -W "star opb wbo cnf wcnf" -- "$word")
       return
       ;;
-    --map | --stats) ;;
+    --proof-version)
+      mapfile -t COMPREPLY < <(compgen -W "2.0 3.0" -- "$word")
+      return
+      ;;
+    --map | --stats | --proof | --write-opb) ;;
     *)
       if [[ $word == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word")

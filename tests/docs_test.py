@@ -33,7 +33,8 @@ PROGRAMS = {
     "quillon": ["--t", "--help"],
     "estoc": [
         "--time-limit", "--cpu-limit", "--memory-limit", "--seed", "--verbosity",
-        "--no-values", "--format", "--stats", "--help", "--version",
+        "--no-values", "--format", "--stats", "--proof",
+        "--proof-version", "--write-opb", "--help", "--version",
         "--no-stable-mode", "--no-focused-mode", "--no-rephase", "--no-solution-phases",
         "--no-weaken-fully", "--no-minimise", "--no-core-guided", "--no-local-search",
         "--no-probing", "--no-vivification", "--no-subsumption", "--no-at-most-ones", "--smallest-width",
