@@ -18,6 +18,8 @@ inline constexpr Technique techniques[] = {
     {"rephase", &estoc::Options::rephase, "return to the best or first values now and then"},
     {"solution-phases", &estoc::Options::solution_phases, "prefer the values of the best solution"},
     {"weaken-fully", &estoc::Options::weaken_fully, "weaken reasons beyond what rounding needs"},
+    {"weaken-learnt", &estoc::Options::weaken_learnt,
+     "weaken learnt rows beyond what analysis needs"},
     {"minimise", &estoc::Options::minimise, "minimise learnt clauses"},
     {"probing", &estoc::Options::probing, "try what single literals imply"},
     {"vivification", &estoc::Options::vivification, "shorten learnt clauses by propagation"},

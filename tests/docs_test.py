@@ -33,11 +33,10 @@ PROGRAMS = {
     "quillon": ["--t", "--help"],
     "estoc": [
         "--time-limit", "--cpu-limit", "--memory-limit", "--seed", "--verbosity",
-        "--no-values", "--format", "--stats", "--proof",
-        "--proof-version", "--write-opb", "--help", "--version",
-        "--no-stable-mode", "--no-focused-mode", "--no-rephase", "--no-solution-phases",
-        "--no-weaken-fully", "--no-minimise", "--no-core-guided", "--no-local-search",
-        "--no-probing", "--no-vivification", "--no-subsumption", "--no-at-most-ones", "--smallest-width",
+        "--no-values", "--format", "--stats", "--proof", "--proof-version", "--write-opb", "--help",
+        "--version", "--smallest-width",
+        *(f"--no-{name}" for name in re.findall(
+            r'^    {"([a-z-]+)", &estoc::', (ROOT / "program/Techniques.h").read_text(), re.M)),
     ],
     "opb2quillon": ["--format", "--map", "--limit", "--help", "--version"],
     "quillon-check": ["--format", "--map", "--limit", "--help", "--version"],

@@ -145,10 +145,12 @@ class SearchAudit::Pass {
     std::size_t watched = 0;
     Int128 slack = -static_cast<Int128>(g.degree);
     bool others_false = true;
+    Int128 lacking = static_cast<Int128>(g.degree); // less what is true
     for (std::uint32_t i = 0; i < g.size; i++) {
       const auto [a, l] = g.terms()[i];
       demand(a > 0 && a <= g.largest() && (i == 0 || g.terms()[i - 1].coefficient >= a),
              describe(ref), ": has its terms in no order");
+      if (trail.isTrue(l)) lacking -= a;
       if (g.partial && !g.isWatched(i)) {
         others_false &= trail.isFalse(l);
         continue;
@@ -162,9 +164,10 @@ class SearchAudit::Pass {
     demand(slack == static_cast<Int128>(g.slack), describe(ref), ": has slack ",
            static_cast<double>(g.slack), ", should be ", static_cast<double>(slack));
     demand(!g.partial || !g.exhausted || others_false, describe(ref), ": could watch more");
-    demand(point != AuditPoint::fixpoint || others_false || slack >= g.largest(), describe(ref),
-           ": watches too little");
-    for (std::uint32_t i = 0; i < g.cursor && g.terms()[i].coefficient > g.slack; i++)
+    demand(point != AuditPoint::fixpoint || others_false || lacking <= 0 || slack >= g.largest(),
+           describe(ref), ": watches too little");
+    for (std::uint32_t i = 0; lacking > 0 && i < g.cursor && g.terms()[i].coefficient > g.slack;
+         i++)
       demand(trail.isAssigned(g.terms()[i].literal.var()), describe(ref), ": has its cursor at ",
              g.cursor, ", but not yet implied all before it");
     return watched;

@@ -49,14 +49,16 @@ struct Cardinality : Header {
 
 /// sum coefficient * literal >= degree, with positive coefficients in falling order. The literals
 /// are watched all of them, or with `partial` some: these alone have a slack of at least the
-/// largest coefficient, or else (`exhausted`) all others are false.
+/// largest coefficient, or else (`exhausted`) all others are false, or the constraint has been
+/// satisfied when the last of them became false.
 template <class C, class S> struct General : Header {
   using Coefficient = C;
   using Sum = S;
   S slack; ///< sum over the watched literals not yet seen falsified, less the degree
   S degree;
-  std::uint32_t cursor; ///< the terms before it, while they exceed the slack, are assigned
-  std::uint32_t scan;   ///< where the search for more literals to watch goes on
+  std::uint32_t cursor;    ///< the terms before it, while they exceed the slack, are assigned
+  std::uint32_t scan;      ///< where the search for more literals to watch goes on
+  std::uint32_t satisfier; ///< a term that has lately been true and enough by itself, or any other
   bool partial;
   bool exhausted;
   Term<C>* terms() { return reinterpret_cast<Term<C>*>(this + 1); }

@@ -67,12 +67,26 @@ Ref Propagation::propagateClauses(Lit falsified) {
 }
 
 /// Enqueues each literal whose coefficient exceeds the slack. Goes on where it stopped last time:
-/// what was assigned then is assigned until one of the falsified literals is taken back.
+/// what was assigned then is assigned until one of the falsified literals is taken back. The same
+/// holds once what is true satisfies the constraint, so nothing more is looked at then.
 template <class G> void Propagation::implyGeneral(G& g, Ref ref) {
   const auto* const terms = g.terms();
   std::uint32_t i = g.cursor;
-  for (; i < g.size && terms[i].coefficient > g.slack; i++)
-    if (trail.value(terms[i].literal) == 0) trail.push(terms[i].literal, ref);
+  typename G::Sum lacking = g.degree; // less what is true
+  for (; i < g.size && terms[i].coefficient > g.slack; i++) {
+    const signed char value = trail.value(terms[i].literal);
+    if (value == 0) {
+      trail.push(terms[i].literal, ref);
+    } else if (value > 0) {
+      lacking -= terms[i].coefficient;
+      if (lacking <= 0) {
+        g.satisfier = i;
+        done.terms += i - g.cursor;
+        g.cursor = g.size;
+        return;
+      }
+    }
+  }
   done.terms += i - g.cursor;
   g.cursor = i;
 }
@@ -84,6 +98,10 @@ template <class G> void Propagation::implyGeneral(G& g, Ref ref) {
 bool Propagation::visitPartial(General32& g, Ref ref, std::uint32_t index, bool& keep) {
   const Term<std::int32_t>* const terms = g.terms();
   g.slack -= terms[index].coefficient;
+  if (isSatisfied(g)) {
+    keep = true;
+    return true;
+  }
   const std::int64_t wanted = g.largest();
   if (g.slack < wanted && !g.exhausted) {
     std::uint32_t i = g.scan;
@@ -177,7 +195,7 @@ Ref Propagation::propagateRows(Lit falsified) {
       if (g.slack < g.largest() && conflict == no_ref) {
         if (g.slack < 0)
           conflict = watch.ref();
-        else
+        else if (!isSatisfied(g))
           implyGeneral(g, watch.ref());
       }
       continue;

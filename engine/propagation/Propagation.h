@@ -131,6 +131,12 @@ class Propagation {
   Ref propagateRows(Lit falsified);
   bool visitCardinality(Ref ref, std::uint32_t place, Lit falsified, bool& keep);
   template <class G> void implyGeneral(G& g, Ref ref);
+  /// Whether the last literal that was seen to satisfy g still does. It does then until one of the
+  /// literals falsified so far is taken back, which all are of its level or a later one.
+  template <class G> bool isSatisfied(const G& g) const {
+    const auto& t = g.terms()[g.satisfier];
+    return t.coefficient >= g.degree && trail.isTrue(t.literal);
+  }
   bool visitPartial(General32& g, Ref ref, std::uint32_t index, bool& keep);
   bool watchSome(General32& g, Ref ref);
   void giveBack(Lit falsified);

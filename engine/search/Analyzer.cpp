@@ -372,6 +372,39 @@ int Analyzer::assertionLevel(const LearntRow& row) {
   return found;
 }
 
+/// Weakens the literals of `row` that are neither falsified nor implied at level l: the row implies
+/// the same there, it is shorter, and once saturated often stronger.
+void Analyzer::weakenLearnt(LearntRow& row, int l) {
+  auto& terms = row.terms;
+  const auto isFalseThen = [&](Lit q) { return isFalsified(q) && trail.level(q.var()) <= l; };
+  std::int64_t slack = -row.degree;
+  for (const auto& t : terms)
+    if (!isFalseThen(t.literal)) slack += t.coefficient;
+  std::size_t kept = 0;
+  for (const auto& t : terms) {
+    if (t.coefficient > slack || isFalseThen(t.literal)) {
+      terms[kept++] = t;
+      continue;
+    }
+    row.degree -= t.coefficient;
+    if (derivation != nullptr) derivation->weaken(t.literal, t.coefficient);
+  }
+  steps += terms.size();
+  if (kept == terms.size()) return;
+  terms.resize(kept);
+  std::int32_t divisor = 0;
+  for (auto& t : terms) {
+    if (t.coefficient > row.degree) t.coefficient = static_cast<std::int32_t>(row.degree);
+    if (divisor != 1) divisor = greatestCommonDivisor(divisor, t.coefficient);
+  }
+  for (auto& t : terms) t.coefficient /= divisor;
+  row.degree = ceilDiv(row.degree, std::int64_t{divisor});
+  if (derivation != nullptr) {
+    derivation->saturate();
+    derivation->divide(divisor);
+  }
+}
+
 /// Runs `resolveRows` in the width at hand, and then in others as it asks.
 bool Analyzer::finish(Learnt& out) {
   for (;;) {
@@ -381,10 +414,11 @@ bool Analyzer::finish(Learnt& out) {
       if (result == RowResult::done) extract(e, out.row);
       if (result == RowResult::contradiction) e.clear();
     });
-    if (derivation != nullptr && (result == RowResult::done || result == RowResult::contradiction))
-      out.id = derivation->finish();
-    if (result == RowResult::done) break;
-    if (result == RowResult::contradiction) return false;
+    if (result == RowResult::done) return true;
+    if (result == RowResult::contradiction) {
+      if (derivation != nullptr) derivation->finish();
+      return false;
+    }
     if (result == RowResult::widen) {
       widen();
     } else {
@@ -396,7 +430,6 @@ bool Analyzer::finish(Learnt& out) {
       });
     }
   }
-  return true;
 }
 
 bool Analyzer::analyze(Ref conflict, Learnt& out) {
@@ -436,8 +469,10 @@ bool Analyzer::analyze(Ref conflict, Learnt& out) {
   for (const auto& t : out.row.terms)
     if (isFalsified(t.literal)) falsified.push_back(t.literal);
   out.glue = countLevels(falsified);
-  out.is_clause = out.row.degree == 1;
   out.level = assertionLevel(out.row);
+  if (weaken_learnt && out.level > 0) weakenLearnt(out.row, out.level);
+  if (derivation != nullptr) out.id = derivation->finish();
+  out.is_clause = out.row.degree == 1;
   if (out.is_clause) {
     out.clause.clear();
     for (const auto& t : out.row.terms) out.clause.push_back(t.literal);
@@ -462,9 +497,9 @@ bool Analyzer::explainFailure(Lit assumed, LearntRow& core, ProofId& id) {
   width = static_cast<std::size_t>(smallest_width);
   withWidth(width, [](auto& e) { e.clear(); });
   Learnt out;
-  finish(out);
+  if (!finish(out)) return false;
   core = std::move(out.row);
-  id = out.id;
+  if (derivation != nullptr) id = derivation->finish();
   std::int64_t sum = 0;
   for (const auto& t : core.terms) sum += t.coefficient;
   return sum >= core.degree;

@@ -45,6 +45,8 @@ class Analyzer {
   void setWeakenFully(bool fully) { weaken_fully = fully; }
   /// Where derivations are written.
   void setProof(Proof& p);
+  /// Whether a learnt row loses what it does not need to imply something where it is learnt.
+  void setWeakenLearnt(bool on) { weaken_learnt = on; }
 
   /// Analyses the conflict that `conflict` is falsified. False when this shows that there is no
   /// solution at all; otherwise `out` holds what has been learnt.
@@ -63,6 +65,7 @@ class Analyzer {
   Decider& decider;
   int smallest_width = 0;
   bool weaken_fully = false;
+  bool weaken_learnt = false;
   bool minimising = true;
   std::uint64_t steps = 0;
 
@@ -153,6 +156,7 @@ class Analyzer {
     return position < at || (to_decisions && position < start && trail.reason(l.var()) == no_ref);
   }
   int assertionLevel(const LearntRow& row);
+  void weakenLearnt(LearntRow& row, int l);
   std::vector<std::int64_t>
       level_sums; ///< per level: falsified coefficients, during `assertionLevel`
   void noteUse(Header& c);

@@ -18,6 +18,7 @@ Search::Search(const Options& o, const std::atomic<bool>& interrupt)
       random(o.seed * 0x9E3779B97F4A7C15U) {
   analyzer.setSmallestWidth(options.smallest_width);
   analyzer.setWeakenFully(options.weaken_fully);
+  analyzer.setWeakenLearnt(options.weaken_learnt);
   analyzer.setMinimise(options.minimise);
   decider.setStable(!options.focused_mode);
 }

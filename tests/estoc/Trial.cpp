@@ -7,6 +7,7 @@
 
 #include "Generators.h"
 #include "SearchAudit.h"
+#include "program/Techniques.h"
 
 namespace trial {
 
@@ -52,13 +53,9 @@ std::string text(Int128 n) {
 
 std::string text(const Options& o) {
   std::ostringstream out;
-  out << "seed=" << o.seed << " stable=" << o.stable_mode << " focused=" << o.focused_mode
-      << " rephase=" << o.rephase << " solution_phases=" << o.solution_phases
-      << " weaken_fully=" << o.weaken_fully << " minimise=" << o.minimise
-      << " probing=" << o.probing << " vivification=" << o.vivification
-      << " subsumption=" << o.subsumption << " at_most_ones=" << o.at_most_ones
-      << " core_guided=" << o.core_guided << " local_search=" << o.local_search
-      << " width=" << o.smallest_width << " pace=" << o.pace;
+  out << "seed=" << o.seed;
+  for (const Technique& t : techniques) out << ' ' << t.name << '=' << o.*t.member;
+  out << " width=" << o.smallest_width << " pace=" << o.pace;
   return out.str();
 }
 
@@ -71,12 +68,9 @@ std::string text(const std::vector<Lit>& literals) {
 Options someOptions(Draws& draws) {
   Options o;
   if (draws.oneIn(4)) o.seed = static_cast<std::uint64_t>(draws.between(1, 1 << 20));
-  for (bool* const option :
-       {&o.rephase, &o.solution_phases, &o.weaken_fully, &o.minimise, &o.core_guided, &o.probing,
-        &o.vivification, &o.subsumption, &o.at_most_ones})
-    *option = !draws.oneIn(4);
+  for (const Technique& t : techniques) o.*t.member = !draws.oneIn(4);
+  if (!o.stable_mode && !o.focused_mode) o.stable_mode = true;
   o.local_search = draws.oneIn(3); // it solves most of what is small, and leaves nothing to do
-  if (draws.oneIn(3)) (draws.oneIn(2) ? o.stable_mode : o.focused_mode) = false;
   if (draws.oneIn(2)) o.smallest_width = draws.small(0, 3);
   static constexpr std::uint64_t paces[] = {1, 30, 200, 500, 5000};
   o.pace = paces[draws.small(0, 4)];

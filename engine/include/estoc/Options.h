@@ -26,6 +26,7 @@ struct Options {
   bool rephase = true;         ///< return to the best or first phases now and then
   bool solution_phases = true; ///< in part of the search, prefer values of the best solution
   bool weaken_fully = true;    ///< reasons lose literals that rounding would only keep in part
+  bool weaken_learnt = true;   ///< learnt rows lose what does not matter where they are learnt
   bool minimise = true;        ///< minimise learnt clauses
   bool probing = true;         ///< fix failed literals and merge equivalent ones
   bool vivification = true;    ///< shorten learnt clauses by propagation
