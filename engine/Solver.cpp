@@ -33,7 +33,7 @@ struct Solver::Inside {
     if (!options.local_search || search.isRefuted()) return false;
     const std::vector<WideTerm> no_cost;
     Improver improver(options, search, no_cost, problem_variables);
-    const bool found = improver.begin(improver.phases()) && improver.next({});
+    const bool found = improver.begin(improver.phases(), false) && improver.next({});
     local_slices += improver.slices();
     local_flips += improver.flips();
     if (found) {

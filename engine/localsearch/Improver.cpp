@@ -2,6 +2,8 @@
 /// Slices of local search, and the check of what they find.
 #include "Improver.h"
 
+#include "Knapsack.h"
+
 #include <algorithm>
 #include <cassert>
 #include <limits>
@@ -14,19 +16,23 @@ constexpr std::uint64_t chunk = std::uint64_t{1} << 21;
 /// What a slice may spend without a better solution: so much, and so often the size of the problem
 /// (less often when any solution will do), but not more than the first and the later ones.
 constexpr std::uint64_t least_patience = std::uint64_t{1} << 16;
-constexpr std::uint64_t sizes_to_optimise = 1000;
+constexpr std::uint64_t sizes_to_optimise = 4000;
 constexpr std::uint64_t sizes_to_decide = 200;
-constexpr std::uint64_t first_patience = std::uint64_t{1} << 25;
-constexpr std::uint64_t later_patience = std::uint64_t{1} << 24;
+constexpr std::uint64_t first_patience = std::uint64_t{1} << 26;
+constexpr std::uint64_t later_patience = std::uint64_t{1} << 25;
 /// What a slice may spend at most.
 constexpr std::uint64_t most_of_slice = std::uint64_t{1} << 28;
+/// Steps for a problem of one row.
+constexpr std::uint64_t knapsack_budget = std::uint64_t{1} << 23;
 /// Beyond these the rows are not copied, which takes some 30 bytes a term.
 constexpr std::size_t most_terms = std::size_t{1} << 22;
 constexpr Var most_variables = Var{1} << 22;
-/// Bounds of `share`.
-constexpr int first_share = 3;
+/// Bounds of `share`: a visit takes a third of the time of a unit of the search's work. The least
+/// one while nobody has a solution, and then.
+constexpr int first_share = 2;
+constexpr int most_share = -1;
+constexpr int least_share_unsolved = 2;
 constexpr int least_share = 6;
-constexpr int least_share_without_solution = 8;
 } // namespace
 
 Improver::Improver(const Options& o, Search& s, const std::vector<WideTerm>& cost, Var n)
@@ -70,7 +76,9 @@ bool Improver::build() {
 }
 
 bool Improver::isDue() const {
-  return options.local_search && !hopeless && spent() << share <= search.work() * options.pace;
+  if (!options.local_search || hopeless) return false;
+  const std::uint64_t allowed = search.work() * options.pace;
+  return share < 0 ? spent() <= allowed << -share : spent() << share <= allowed;
 }
 
 std::vector<bool> Improver::phases() const {
@@ -80,11 +88,23 @@ std::vector<bool> Improver::phases() const {
   return tried;
 }
 
-bool Improver::begin(std::vector<bool> at) {
+/// What this slice may spend without a better solution.
+std::uint64_t Improver::patienceNow() const {
+  const std::uint64_t size = problem->terms() + static_cast<std::uint64_t>(variables);
+  return options.paced(
+      std::min(least_patience + size * (cost_terms.empty() ? sizes_to_decide : sizes_to_optimise),
+               slice_count == 0 ? first_patience : later_patience));
+}
+
+bool Improver::begin(std::vector<bool> at, bool has_solution) {
   const Trail& trail = search.constraints().assignment();
   const int facts = trail.start(1);
   if (walk == nullptr || facts - built_facts > variables / 10) hopeless = !build();
   if (hopeless) return false;
+  is_solved = has_solution;
+  const bool goes_on = at.empty() && !walk->assignment().empty();
+  if (goes_on) at.assign(walk->assignment().begin(), walk->assignment().end());
+  at.resize(static_cast<std::size_t>(variables));
   std::vector<bool> fixed(at.size());
   for (int i = 0; i < facts; i++) {
     const Lit l = trail[i];
@@ -92,11 +112,12 @@ bool Improver::begin(std::vector<bool> at) {
     at[static_cast<std::size_t>(l.var())] = !l.negated();
     fixed[static_cast<std::size_t>(l.var())] = true;
   }
-  walk->start(at, fixed);
-  const std::uint64_t size = problem->terms() + static_cast<std::uint64_t>(variables);
-  patience = options.paced(
-      std::min(least_patience + size * (cost_terms.empty() ? sizes_to_decide : sizes_to_optimise),
-               slice_count == 0 ? first_patience : later_patience));
+  if (problem->rows() == 1 && problem->hasCost() && slice_count == 0) {
+    std::vector<bool> packed = solveKnapsack(*problem, at, fixed, knapsack_budget, work_before);
+    if (!packed.empty()) at = std::move(packed);
+  }
+  walk->start(at, fixed, goes_on);
+  patience = patienceNow();
   slice_end = walk->work() + options.paced(most_of_slice);
   found_some = false;
   slice_count++;
@@ -114,11 +135,11 @@ bool Improver::next(const std::optional<Int128>& below) {
     values.assign(found.begin(), found.end());
     if (!holds()) break; // the rows of the search say more than those of the walk: cannot be
     found_some = true;
-    found_ever = true;
+    is_solved = true;
     return true;
   }
-  const int least = found_ever ? least_share : least_share_without_solution;
-  share = found_some ? std::max(share - 2, 1) : std::min(share + 1, least);
+  share = found_some ? std::max(share - 2, most_share)
+                     : std::min(share + 1, is_solved ? least_share : least_share_unsolved);
   return false;
 }
 

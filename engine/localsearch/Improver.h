@@ -25,9 +25,10 @@ class Improver {
 
   /// Whether a slice is due.
   bool isDue() const;
-  /// Begins a slice at `at`, an entry for each variable of the problem; what is known at level 0
-  /// goes before. False when there is nothing to search.
-  bool begin(std::vector<bool> at);
+  /// Begins a slice at `at`, an entry for each variable of the problem, or where the last one ended
+  /// if there is none; what is known at level 0 goes before. `has_solution`: somebody has found
+  /// one. False when there is nothing to search.
+  bool begin(std::vector<bool> at, bool has_solution);
   /// Walks on to a solution of a cost below `below` (any if null), which is `solution` then; false
   /// when the slice is over.
   bool next(const std::optional<Int128>& below);
@@ -51,8 +52,8 @@ class Improver {
   std::uint64_t patience = 0;  ///< what this slice may spend without a better solution
   std::uint64_t slice_end = 0; ///< what the walk may have spent when it is over
   bool found_some = false;     ///< in this slice
-  bool found_ever = false;
-  int share;                     ///< local search may spend 2^-share of the work
+  bool is_solved = false;      ///< there is a solution, by whomever
+  int share; ///< local search may spend 2^-share visits for a unit of the search's work
   std::uint64_t work_before = 0; ///< of walks that have gone
   std::uint64_t flips_before = 0;
   std::uint64_t slice_count = 0;
@@ -60,6 +61,7 @@ class Improver {
   std::uint64_t spent() const { return work_before + (walk ? walk->work() : 0); }
   bool isOwn(Ref ref) const;
   bool build();
+  std::uint64_t patienceNow() const;
   bool holds() const;
 };
 

@@ -46,7 +46,8 @@ std::size_t LocalSearch::draw(std::size_t below) {
   return static_cast<std::size_t>((random >> 32) * below >> 32);
 }
 
-void LocalSearch::start(const std::vector<bool>& begin, const std::vector<bool>& fixed) {
+void LocalSearch::start(const std::vector<bool>& begin, const std::vector<bool>& fixed,
+                        bool keep_weights) {
   const auto n = static_cast<std::size_t>(problem.variables());
   assert(begin.size() == n && fixed.size() == n);
   values.assign(begin.begin(), begin.end());
@@ -61,11 +62,12 @@ void LocalSearch::start(const std::vector<bool>& begin, const std::vector<bool>&
       if ((values[static_cast<std::size_t>(l.var())] != 0) != l.negated())
         slack += problem.coefficient(i);
     }
-    rows[row] = {slack, units[row]};
+    rows[row].slack = slack;
+    if (!keep_weights) rows[row].weight = units[row];
     if (slack < 0) violated.insert(static_cast<std::uint32_t>(row));
   }
   visits += problem.terms() + n;
-  cost_weight = cost_unit;
+  if (!keep_weights) cost_weight = cost_unit;
   if (!problem.hasCost()) return;
   costly.reset(n);
   current_cost = problem.costOffset();

@@ -32,9 +32,9 @@ class LocalSearch {
   /// `problem` is finished and outlives the search.
   LocalSearch(const FlatProblem& problem, std::uint64_t seed, const std::atomic<bool>& interrupt);
 
-  /// Begins a walk at `values`, an entry for each variable; those for which `fixed` holds never
-  /// flip. Weights are as at first.
-  void start(const std::vector<bool>& values, const std::vector<bool>& fixed);
+  /// Begins a walk at `begin`, an entry for each variable; those for which `fixed` holds never
+  /// flip. Weights are as at first or, with `keep_weights`, as the last walk has left them.
+  void start(const std::vector<bool>& begin, const std::vector<bool>& fixed, bool keep_weights);
   /// Demands a cost of at most `most`, as the problem counts it.
   void setTarget(std::int64_t most);
   /// Walks until about `budget` visits of terms have been spent, it is interrupted or nothing can

@@ -97,10 +97,12 @@ void Coordinator::concludeProof() {
   proof.concludeBounds(lowerBound(), lower_id, upperBound(), values);
 }
 
-/// Flips from the phases, or in every other slice from the best solution.
+/// Flips from the phases, from the best solution, and from where the last slice ended, in turn.
 Coordinator::SliceEnd Coordinator::localSlice(Listener* listener) {
-  const bool from_best = upper && improver.slices() % 2 == 1;
-  if (search.isRefuted() || !improver.begin(from_best ? best : improver.phases()))
+  std::vector<bool> from;
+  if (improver.slices() % 3 == 0) from = improver.phases();
+  if (improver.slices() % 3 == 1 && upper) from = best;
+  if (search.isRefuted() || !improver.begin(std::move(from), upper.has_value()))
     return SliceEnd::stuck;
   bool moved = false;
   while (improver.next(upper)) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Draws.h"
+#include "localsearch/Knapsack.h"
 #include "localsearch/LocalSearch.h"
 
 namespace {
@@ -125,7 +126,7 @@ TEST(LocalSearch, FindsOptimaOfSmallProblems) {
     flat.setCost(cost);
     flat.finish();
     LocalSearch walk(flat, seed, never);
-    walk.start(begin, fixed);
+    walk.start(begin, fixed, false);
     walk.setTarget(std::numeric_limits<std::int64_t>::max());
     const bool found = walk.run(300000);
     ASSERT_EQ(found, best < std::numeric_limits<std::int64_t>::max()) << "seed " << seed;
@@ -138,6 +139,63 @@ TEST(LocalSearch, FindsOptimaOfSmallProblems) {
       EXPECT_GE(sumOf(row.terms, solution), row.degree) << "seed " << seed;
     EXPECT_EQ(sumOf(cost, solution), best) << "seed " << seed;
   }
+}
+
+/// What comes out of a single row is optimal with a budget for it, a solution without one, and
+/// leaves fixed variables alone.
+TEST(Knapsack, SingleRows) {
+  constexpr int variables = 12;
+  int solvable = 0;
+  for (std::uint64_t seed = 1; seed <= 300; seed++) {
+    SeededDraws draws(seed);
+    WideRow row{{}, 0};
+    std::vector<WideTerm> cost;
+    const int ratio = draws.small(0, 3); // equal ones, too
+    for (int v = 0; v < variables; v++) {
+      const int weight = draws.small(1, 40);
+      if (!draws.oneIn(8)) row.terms.push_back({weight, Lit::of(v, draws.oneIn(2))});
+      const int worth = ratio == 0 ? weight : draws.small(1, 40);
+      if (!draws.oneIn(8)) cost.push_back({worth, Lit::of(v, draws.oneIn(2))});
+    }
+    row.degree = sumOf(row.terms, static_cast<unsigned>(draws.small(0, 4095))) + 1;
+    std::vector<bool> fixed(variables);
+    std::vector<bool> begin(variables);
+    unsigned fixed_mask = 0;
+    unsigned fixed_values = 0;
+    for (unsigned v = 0; v < variables; v++) {
+      fixed[v] = draws.oneIn(6);
+      begin[v] = draws.oneIn(2);
+      if (fixed[v]) fixed_mask |= 1U << v;
+      if (fixed[v] && begin[v]) fixed_values |= 1U << v;
+    }
+    Int128 best = std::numeric_limits<std::int64_t>::max();
+    for (unsigned a = 0; a < 1U << variables; a++)
+      if ((a & fixed_mask) == fixed_values && sumOf(row.terms, a) >= row.degree)
+        best = std::min(best, sumOf(cost, a));
+    FlatProblem flat(variables);
+    for (const WideTerm& t : row.terms) flat.addTerm(t.coefficient, t.literal);
+    flat.endRow(row.degree);
+    flat.setCost(cost);
+    flat.finish();
+    for (const std::uint64_t budget : {100000, 0}) {
+      std::uint64_t work = 0;
+      const std::vector<bool> values = estoc::solveKnapsack(flat, begin, fixed, budget, work);
+      if (best == std::numeric_limits<std::int64_t>::max()) {
+        ASSERT_TRUE(values.empty()) << "seed " << seed;
+        continue;
+      }
+      ASSERT_FALSE(values.empty()) << "seed " << seed;
+      solvable++;
+      unsigned a = 0;
+      for (unsigned v = 0; v < variables; v++) a |= static_cast<unsigned>(values[v]) << v;
+      EXPECT_EQ(a & fixed_mask, fixed_values) << "seed " << seed;
+      EXPECT_GE(sumOf(row.terms, a), row.degree) << "seed " << seed;
+      if (budget > 0) {
+        EXPECT_EQ(sumOf(cost, a), best) << "seed " << seed;
+      }
+    }
+  }
+  EXPECT_GT(solvable, 300);
 }
 
 } // namespace
