@@ -23,6 +23,14 @@ void Integer::set(const Wide& value) {
 }
 
 std::optional<Integer> Integer::parse(std::string_view text) {
+  constexpr std::size_t surely_narrow = 18; // digits
+  if (text.size() <= surely_narrow) {       // nearly always a plain number
+    std::int64_t number = 0;
+    std::size_t i = 0;
+    for (; i < text.size() && text[i] >= '0' && text[i] <= '9'; i++)
+      number = 10 * number + (text[i] - '0');
+    if (i == text.size() && i > 0) return Integer(number);
+  }
   if (text.starts_with('+')) {
     text.remove_prefix(1);
     if (text.starts_with('-')) return {};

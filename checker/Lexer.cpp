@@ -5,6 +5,7 @@
 #include "Refusal.h"
 
 #include <algorithm>
+#include <array>
 
 namespace checker {
 
@@ -13,18 +14,22 @@ namespace {
 constexpr std::size_t piece = std::size_t{1} << 18U;
 /// A longer word is an attack or an accident.
 constexpr std::size_t longest_word = std::size_t{1} << 16U;
-constexpr int nothing = -1;
 
-bool isBlank(int c) {
-  return c == ' ' || (c >= '\t' && c <= '\r' && c != '\n');
-}
+/// Those up to `relation` can be in words.
+enum class Class : unsigned char { inside, relation, blank, line_end, other };
 
-bool isOperator(int c) {
-  return c == '<' || c == '>' || c == '=';
-}
+/// By character.
+constexpr std::array<Class, 256> classes = [] {
+  std::array<Class, 256> result{};
+  for (const unsigned char c : {' ', '\t', '\r', '\v', '\f'}) result[c] = Class::blank;
+  for (const unsigned char c : {'<', '>', '='}) result[c] = Class::relation;
+  for (const unsigned char c : {';', ':', '%'}) result[c] = Class::other;
+  result['\n'] = Class::line_end;
+  return result;
+}();
 
-bool endsWord(int c) {
-  return c == nothing || c == '\n' || c == ';' || c == ':' || c == '%' || isBlank(c);
+Class classOf(char c) {
+  return classes[static_cast<unsigned char>(c)];
 }
 
 } // namespace
@@ -33,26 +38,42 @@ Lexer::Lexer(std::istream& from) : text(from), buffer(2 * piece) {
   read();
 }
 
-/// Reads more behind what is there; what is before `from` is not needed any more.
-bool Lexer::fill(std::size_t from) {
-  std::copy(buffer.begin() + static_cast<std::ptrdiff_t>(from),
+/// Reads more behind what is left; whether there was any.
+bool Lexer::fill() {
+  std::copy(buffer.begin() + static_cast<std::ptrdiff_t>(begin),
             buffer.begin() + static_cast<std::ptrdiff_t>(end), buffer.begin());
-  begin -= from;
-  end -= from;
+  end -= begin;
+  begin = 0;
   text.read(buffer.data() + end, static_cast<std::streamsize>(buffer.size() - end));
-  end += static_cast<std::size_t>(text.gcount());
   if (text.bad()) throw Refusal("the proof cannot be read any further");
+  end += static_cast<std::size_t>(text.gcount());
   return text.gcount() > 0;
 }
 
-/// The character so many places on, `nothing` at the end.
-int Lexer::peek(std::size_t offset) {
-  if (begin + offset >= end && !fill(begin)) return nothing;
-  return static_cast<unsigned char>(buffer[begin + offset]);
+void Lexer::skipLine() {
+  do {
+    while (begin < end && buffer[begin] != '\n') begin++;
+  } while (begin == end && fill());
 }
 
-void Lexer::skipLine() {
-  for (int c = peek(); c != nothing && c != '\n'; c = peek()) begin++;
+/// Whether a word begins behind `begin`; skips what is none.
+bool Lexer::skipBlanks() {
+  for (;;) {
+    while (begin < end && classOf(buffer[begin]) == Class::blank) begin++;
+    if (begin == end) {
+      if (!fill()) return false;
+      continue;
+    }
+    const char c = buffer[begin];
+    if (c == '\n' && !lines_count) {
+      current_line++;
+      begin++;
+    } else if (c == '%' || (c == '*' && line_begins && lines_count)) {
+      skipLine();
+    } else {
+      return true;
+    }
+  }
 }
 
 void Lexer::take() {
@@ -68,32 +89,33 @@ void Lexer::take() {
 }
 
 void Lexer::read() {
-  for (;;) {
-    const int c = peek();
-    if (c == '\n' && !lines_count) {
-      current_line++;
-      line_begins = true;
-      begin++;
-    } else if (c == '%' || (c == '*' && line_begins && lines_count)) {
-      skipLine();
-    } else if (isBlank(c)) {
-      begin++;
-    } else {
-      break;
+  if (begin < end && buffer[begin] == ' ') begin++; // nearly always all there is
+  if (begin == end || line_begins || classOf(buffer[begin]) > Class::relation) {
+    if (!skipBlanks()) {
+      next_kind = Kind::end;
+      next_word = {};
+      return;
+    }
+    if (const char c = buffer[begin]; classOf(c) > Class::relation) {
+      next_kind = c == ';' ? Kind::semicolon : c == ':' ? Kind::colon : Kind::line_end;
+      next_word = {buffer.data() + begin, 1};
+      return;
     }
   }
-  const int first = peek();
-  std::size_t length = first == nothing ? 0 : 1;
-  next_kind = first == nothing ? Kind::end
-              : first == ';'   ? Kind::semicolon
-              : first == ':'   ? Kind::colon
-              : first == '\n'  ? Kind::line_end
-                               : Kind::word;
-  if (next_kind == Kind::word) {
-    const bool is_operator = isOperator(first);
-    for (int c = peek(length); !endsWord(c) && (!is_operator || isOperator(c)); c = peek(length))
-      if (++length > longest_word) throw Refusal("a word of endless length");
-  }
+  // A relation ends where it ends, as in ">=1"; a word may have one inside, as in "->".
+  next_kind = Kind::word;
+  const bool is_relation = classOf(buffer[begin]) == Class::relation;
+  std::size_t length = 1;
+  do {
+    const char* const limit = buffer.data() + end;
+    const char* at = buffer.data() + begin + length;
+    if (is_relation)
+      while (at < limit && classOf(*at) == Class::relation) at++;
+    else
+      while (at < limit && classOf(*at) <= Class::relation) at++;
+    length = static_cast<std::size_t>(at - buffer.data()) - begin;
+    if (length > longest_word) throw Refusal("a word of endless length");
+  } while (begin + length == end && fill());
   next_word = {buffer.data() + begin, length};
 }
 

@@ -42,9 +42,9 @@ class Lexer {
   Kind next_kind = Kind::end;
   std::string_view next_word;
 
-  bool fill(std::size_t from);
-  int peek(std::size_t offset = 0);
+  bool fill();
   void skipLine();
+  bool skipBlanks();
   void read();
 };
 

@@ -5,7 +5,6 @@
 #include "Refusal.h"
 
 #include <algorithm>
-#include <charconv>
 #include <limits>
 
 namespace checker {
@@ -31,10 +30,13 @@ bool continuesName(char c) {
 
 /// The number behind an "x", as it is usually written; larger than `largest_number` otherwise.
 std::size_t numberIn(std::string_view name) {
-  std::size_t number = 0;
   if (name[0] != 'x' || name.size() > 9 || (name[1] == '0' && name.size() > 2)) return none;
-  const auto [end, error] = std::from_chars(name.data() + 1, name.data() + name.size(), number);
-  return error == std::errc() && end == name.data() + name.size() ? number : none;
+  std::size_t number = 0;
+  for (const char c : name.substr(1)) {
+    if (!isDigit(c)) return none;
+    number = 10 * number + static_cast<std::size_t>(c - '0');
+  }
+  return number;
 }
 
 } // namespace

@@ -46,9 +46,9 @@ bool Syntax::takes(std::string_view what) {
 
 bool Syntax::atNumber() const {
   if (!atWord()) return false;
+  const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
   const std::string_view w = lexer.word();
-  const char last = w.back();
-  return last >= '0' && last <= '9' && std::string_view("+-0123456789").find(w[0]) != w.npos;
+  return isDigit(w[0]) || ((w[0] == '-' || w[0] == '+') && w.size() > 1 && isDigit(w[1]));
 }
 
 Integer Syntax::number() {
@@ -58,12 +58,16 @@ Integer Syntax::number() {
   return *result;
 }
 
+Lit Syntax::literal() {
+  if (!atWord()) unexpected("a literal");
+  const Lit result = names.literal(lexer.word());
+  lexer.take();
+  return result;
+}
+
 std::vector<Lit> Syntax::literals() {
   std::vector<Lit> result;
-  while (atWord()) {
-    result.push_back(names.literal(lexer.word()));
-    lexer.take();
-  }
+  while (atWord()) result.push_back(literal());
   return result;
 }
 
@@ -73,8 +77,7 @@ void Syntax::terms() {
   while (atNumber()) {
     const Integer coefficient = number();
     if (atWord() && (lexer.word()[0] == '~' || Names::isName(lexer.word()))) {
-      scratch.addTerm(coefficient, names.literal(lexer.word()));
-      lexer.take();
+      scratch.addTerm(coefficient, literal());
     } else {
       scratch.raise(-coefficient);
     }

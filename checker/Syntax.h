@@ -44,7 +44,7 @@ class Syntax {
   bool takes(std::string_view what);
   bool atNumber() const;
   Integer number();
-  Lit literal() { return names.literal(word()); }
+  Lit literal();
   /// Literals as far as there are any.
   std::vector<Lit> literals();
   /// "+3 x1 -2 ~x2 >= 1", where "<=" may stand, too. In version 2 the ";" behind it is left.
