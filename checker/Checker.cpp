@@ -80,10 +80,15 @@ Verdict Checker::run() {
   return verdict;
 }
 
+/// Where nothing is known or possible there is infinity; a problem without solutions is at INF on
+/// both sides, whatever its objective.
 std::string Verdict::text() const {
-  const auto number = [](const std::optional<Integer>& value) {
-    return value ? value->text() : std::string("INF");
-  };
+  std::string low = lower ? lower->text() : "INF";
+  std::string high = upper ? upper->text() : "INF";
+  if (maximised && lower) {
+    low = upper ? (-*upper).text() : "-INF";
+    high = (-*lower).text();
+  }
   switch (kind) {
   case Kind::none:
     return "s VERIFIED NONE";
@@ -92,7 +97,7 @@ std::string Verdict::text() const {
   case Kind::unsatisfiable:
     return "s VERIFIED UNSATISFIABLE";
   case Kind::bounds:
-    return "s VERIFIED BOUNDS " + number(lower) + " <= obj <= " + number(upper);
+    return "s VERIFIED BOUNDS " + low + " <= obj <= " + high;
   case Kind::refused:
     break;
   }
@@ -100,7 +105,14 @@ std::string Verdict::text() const {
 }
 
 Verdict verify(Problem problem, std::istream& proof) {
-  return Checker(std::move(problem), proof).run();
+  try {
+    return Checker(std::move(problem), proof).run();
+  } catch (const Refusal& refusal) { // before there is anything that could be run
+    Verdict verdict;
+    verdict.line = 1;
+    verdict.reason = refusal.what();
+    return verdict;
+  }
 }
 
 } // namespace checker

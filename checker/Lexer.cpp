@@ -45,7 +45,7 @@ bool Lexer::fill() {
   end -= begin;
   begin = 0;
   text.read(buffer.data() + end, static_cast<std::streamsize>(buffer.size() - end));
-  if (text.bad()) throw Refusal("the proof cannot be read any further");
+  if (text.bad()) throw Refusal("the proof is damaged or cannot be read any further");
   end += static_cast<std::size_t>(text.gcount());
   return text.gcount() > 0;
 }

@@ -1,15 +1,17 @@
 /// \file
 /// The program `estoc-verify`.
+#include "ProofFile.h"
 #include "Refusal.h"
 #include "Verify.h"
 #include "formats/InputFile.h"
 #include "process/Program.h"
 
 #include <CLI/CLI.hpp>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
+#include <cstring>
+#include <istream>
 #include <sys/resource.h>
 
 namespace {
@@ -26,7 +28,7 @@ enum ExitCode : int {
   exit_no_input = 66       ///< a file cannot be read
 };
 
-/// The largest file that is held in memory, unpacked: a problem, or a packed proof.
+/// The largest problem, unpacked.
 constexpr std::size_t input_limit = std::size_t{1} << 36U;
 
 struct Settings {
@@ -90,32 +92,13 @@ formats::Bytes read(const std::string& path) {
   std::exit(exit_no_input);
 }
 
-/// A text that is in memory, as a stream.
-class TextBuffer : public std::streambuf {
- public:
-  explicit TextBuffer(std::string_view text) {
-    char* const begin = const_cast<char*>(text.data()); // only read
-    setg(begin, begin, begin + text.size());
-  }
-};
-
-bool isPacked(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return file.get() == 0x1F || path.ends_with(".bz2") || path.ends_with(".xz");
-}
-
 checker::Verdict check(const Settings& settings, checker::Problem problem) {
-  if (settings.proof == "-" || isPacked(settings.proof)) {
-    const formats::Bytes bytes = read(settings.proof);
-    TextBuffer buffer(bytes);
-    std::istream stream(&buffer);
-    return checker::verify(std::move(problem), stream);
-  }
-  std::ifstream stream(settings.proof, std::ios::binary);
-  if (!stream) {
-    process::complain(settings.proof + ": cannot be opened");
+  ProofFile file(settings.proof);
+  if (!file.isOpen()) {
+    process::complain(settings.proof + ": " + std::strerror(errno));
     std::exit(exit_no_input);
   }
+  std::istream stream(&file);
   return checker::verify(std::move(problem), stream);
 }
 

@@ -25,7 +25,9 @@ struct Verdict {
   Kind kind = Kind::refused;
   std::optional<Integer> lower; ///< if `bounds`; nothing stands for infinity
   std::optional<Integer> upper;
-  bool maximised = false; ///< the bounds are of the negated objective, which is to be minimised
+  /// The problem said "max:". The bounds are of the negated objective, as all numbers in proofs
+  /// are; the text is about the objective itself.
+  bool maximised = false;
   std::uint64_t line = 0; ///< if refused: where
   std::string reason;     ///< if refused: why
 

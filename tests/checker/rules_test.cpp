@@ -278,9 +278,14 @@ TEST(CheckerRules, ConclusionsSayNoMoreThanIsShown) {
         "VERIFIED BOUNDS 2 <= obj <= 2"},
        {"del id 1; output NONE; conclusion BOUNDS 0 0 : ~x1 ~x2;", ""},
        {"del id 1; soli ~x1 ~x2; output NONE; conclusion NONE;", ""}});
-  tryConclusions("max: 2 x1 3 x2 ;\n+1 x1 +1 x2 <= 1 ;\n", // bounds are those of the negation
-                 {{"soli ~x1 x2 : -3; rup >= 1; output NONE; conclusion BOUNDS -3 : -1 -3;",
-                   "VERIFIED BOUNDS -3 <= obj <= -3"}});
+  // Numbers in the proof are of what is minimised; the verdict is about the objective.
+  tryConclusions(
+      "max: 2 x1 3 x2 ;\n+1 x1 +1 x2 <= 1 ;\n",
+      {{"soli ~x1 x2 : -3; rup >= 1; output NONE; conclusion BOUNDS -3 : -1 -3;",
+        "VERIFIED BOUNDS 3 <= obj <= 3"},
+       {"soli x1 ~x2; output NONE; conclusion BOUNDS -5 -2;", "VERIFIED BOUNDS 2 <= obj <= 5"},
+       {"output NONE; conclusion BOUNDS -5 INF;", "VERIFIED BOUNDS -INF <= obj <= 5"},
+       {"output NONE; conclusion BOUNDS -3 INF;", ""}});
   tryConclusions(
       "min: 1 x1 ;\n+1 x1 +1 x2 >= 3 ;\n",
       {{"output NONE; conclusion BOUNDS INF : 1 INF;", "VERIFIED BOUNDS INF <= obj <= INF"},
