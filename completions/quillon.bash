@@ -1,4 +1,4 @@
-# Completion of quillon, estoc, opb2quillon and quillon-check for bash.
+# Completion of quillon, estoc, estoc-verify, opb2quillon and quillon-check for bash.
 
 _quillon() {
   local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
@@ -13,6 +13,7 @@ _quillon() {
       options+=" --no-probing --no-vivification --no-subsumption --no-at-most-ones"
       options+=" --smallest-width"
       ;;
+    estoc-verify) options="--format --memory-limit --help --version" ;;
     *) options="--format --map --limit --help --version" ;;
   esac
   COMPREPLY=()
@@ -38,4 +39,4 @@ _quillon() {
   mapfile -t COMPREPLY < <(compgen -f -- "$word")
 }
 
-complete -F _quillon quillon estoc opb2quillon quillon-check
+complete -F _quillon quillon estoc estoc-verify opb2quillon quillon-check

@@ -6,7 +6,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 factor=${1:-1}
 [ $# -eq 0 ] || shift
-wanted=${*:-reader_fuzz formats_fuzz agreement_fuzz program_fuzz solver_fuzz}
+wanted=${*:-reader_fuzz formats_fuzz agreement_fuzz program_fuzz solver_fuzz checker_fuzz}
 cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz
 
@@ -27,6 +27,18 @@ printf 'soft: 9 ;\n[2] 1 x1 x2 >= 1;\n[3]-1 x1 -1 x3 = -1;\n1 x1<= 0;\n' >"$text
 printf 'c x\np cnf 3 2\n1 -2 0\nc y\n-1 3\n0\n%%\n0\n' >"$texts/clauses.cnf"
 printf 'p wcnf 3 3 7\n7 1 -2 0\n3 -1 3 0\n2 2 0\n' >"$texts/old.wcnf"
 printf 'h 1 -2 0\n3 -1 3 0\n2 2 0\n%%\ns OPTIMUM FOUND\no 2\nv 100\n' >"$texts/new.wcnf.both"
+proofs=build/fuzz-seeds/proofs
+mkdir -p "$proofs"
+head='pseudo-Boolean proof version 3.0\n'
+tail='end pseudo-Boolean proof;\n'
+printf '0%b' "${head}f 4; rup 1 x1 >= 1; pol 3 4 + 5 2 * +; output NONE; conclusion UNSAT : 6; $tail" >"$proofs/0"
+printf '1%b' "${head}soli x1 ~x2 ~x3 ~x4 : 2; red 1 y1 >= 1 : y1 -> 1 : subproof proofgoal #1 rup >= 1; qed;
+qed; output NONE; conclusion BOUNDS -1 2 : x1 ~x2 ~x3 ~x4; $tail" >"$proofs/1"
+printf '2%b' "${head}@a e 3 x1 2 x2 4 x3 >= 5; pol @a 2 m s 3 d x1 w; del id -1; ia >= 0; obju diff 0;
+output NONE; conclusion NONE; $tail" >"$proofs/2"
+printf '3%b' "${head}core id 1; del range 1 2; output NONE; conclusion NONE; $tail" >"$proofs/3"
+printf '4h 1 2 0\n3 1 0\n2 -1 -2 0\n%%%%%b' "${head}f 2; output NONE; conclusion NONE; $tail" >"$proofs/4"
+printf '0%b' 'pseudo-Boolean proof version 2.0\n* x\nf 4\nrup 1 x1 >= 1 ; 1 2\nred 1 y1 >= 1 ; y1 -> 1 ; begin\nproofgoal #1\npol -1 -2 +\nend -1\nend\noutput NONE\nconclusion NONE\nend pseudo-Boolean proof\n' >"$proofs/5"
 python3 - "$choices" <<'EOF'
 import pathlib, random, sys
 source = random.Random(1)
@@ -52,3 +64,4 @@ run formats_fuzz 60000 "$texts" -dict=fuzz/formats.dict
 run agreement_fuzz 20000 "$texts" -dict=fuzz/star.dict
 run program_fuzz 2000 "$choices" -max_len=400 -len_control=0
 run solver_fuzz 20000 "$choices" -max_len=400 -len_control=0
+run checker_fuzz 60000 "$proofs" -dict=fuzz/proof.dict

@@ -26,7 +26,7 @@ cmake --preset check-clang -DCMAKE_EXPORT_COMPILE_COMMANDS=ON >/dev/null
 commands=build/check-clang/compile_commands.json
 
 echo "== clang-tidy"
-git ls-files 'src/*.cpp' 'process/*.cpp' 'formats/*.cpp' 'program/*.cpp' \
+git ls-files 'src/*.cpp' 'process/*.cpp' 'formats/*.cpp' 'program/*.cpp' 'checker/*.cpp' \
     'tools/*.cpp' |
   xargs -P "$jobs" -n 1 clang-tidy -p build/check-clang --quiet 2>build/clang-tidy.log ||
   { grep -v 'warnings generated' build/clang-tidy.log; exit 1; }

@@ -38,6 +38,7 @@ FORMATS = [("formats_test", [], [], 60),
            ("formats_programs_test", ["quillon", "opb2quillon", "quillon-check"], [], 60)]
 ESTOC = [("estoc_differential_test", [], [], 240)]
 PROGRAM = [("estoc_program_test", ["estoc", "quillon-check"], [], 120)]
+CHECKER = [("checker_test", ["estoc-verify"], [], 60), ("estoc_proof_test", [], [], 240)]
 READER = [ENGINE[1]] + ENGINE[3:]
 FRONT_END = [("golden_test", ["quillon-trace"], [SMALL_GOLDEN], 240),
              ("process_test", ["quillon"], [], 240)]
@@ -48,6 +49,8 @@ def suite_for(path):
         return FORMATS
     if path.startswith(("program/", "process/Watchdog")):
         return PROGRAM
+    if path.startswith("checker/"):
+        return CHECKER
     if path.startswith("engine/"):
         return ESTOC
     if path.startswith("src/glp"):

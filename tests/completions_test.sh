@@ -29,6 +29,8 @@ expect 'problem two.pb,problem.pb' quillon pro
 expect --seed,--smallest-width,--stats estoc --s
 expect 'problem two.pb,problem.pb' estoc --no-values p
 expect '' estoc --time-limit p
+expect --memory-limit estoc-verify --m
+expect 'problem two.pb,problem.pb' estoc-verify problem.pb p
 expect --format,--help,--limit,--map,--version opb2quillon --
 expect cnf opb2quillon --format c
 expect --map quillon-check --m

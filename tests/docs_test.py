@@ -38,6 +38,7 @@ PROGRAMS = {
         *(f"--no-{name}" for name in re.findall(
             r'^    {"([a-z-]+)", &estoc::', (ROOT / "program/Techniques.h").read_text(), re.M)),
     ],
+    "estoc-verify": ["--format", "--memory-limit", "--help", "--version"],
     "opb2quillon": ["--format", "--map", "--limit", "--help", "--version"],
     "quillon-check": ["--format", "--map", "--limit", "--help", "--version"],
 }
@@ -297,7 +298,7 @@ class Manual(unittest.TestCase):
                     text = text.replace(escape, meant)
                 examples += 1
                 with self.subTest(program=program, text=text):
-                    self.assertRegex(self.output_of(text, opb), "(?m)^v |^ok: |^tent$")
+                    self.assertRegex(self.output_of(text, opb), "(?m)^v |^ok: |^tent$|^s VERIFIED")
         self.assertGreater(examples, len(PROGRAMS))
 
     def output_of(self, text, opb):
