@@ -14,6 +14,7 @@ RUN cmake --install build/release --component program --prefix /quillon/installe
 FROM debian:bookworm-slim
 RUN apt-get update \
     && apt-get install -y --no-install-recommends libstdc++6 zlib1g libbz2-1.0 liblzma5 \
+       coinor-libclp1 \
     && rm -rf /var/lib/apt/lists/*
 COPY --from=build /quillon/installed /usr/local
 USER nobody

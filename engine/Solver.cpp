@@ -191,10 +191,24 @@ Statistics Solver::statistics() const {
     s.local_flips = inside->coordinator->localSearch().flips();
   }
   s.work = inside->search.work();
+  const Relaxer* const relaxer =
+      inside->coordinator != nullptr ? inside->coordinator->relaxation() : nullptr;
+  if (relaxer != nullptr) {
+    s.lp_calls = relaxer->counters().calls;
+    s.lp_skipped = relaxer->counters().skipped;
+    s.lp_pivots = relaxer->pivots();
+    s.lp_conflicts = relaxer->counters().conflicts;
+    s.lp_failed = relaxer->counters().failed;
+    s.work += relaxer->work();
+  }
   s.constraints = p.problemConstraints().size();
   s.learnt = p.learntConstraints().size();
   s.memory = p.bytes();
   return s;
+}
+
+const char* Solver::linearProgramming() {
+  return relaxationLibrary();
 }
 
 } // namespace estoc

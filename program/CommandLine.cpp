@@ -72,7 +72,12 @@ Settings parseCommandLine(int argc, char** argv) {
                "estoc");
   app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
   app.set_help_flag("--help", "display this help");
-  app.set_version_flag("--version", "estoc " QUILLON_VERSION, "display the version");
+  const char* const lp = estoc::Solver::linearProgramming();
+  app.set_version_flag("--version",
+                       "estoc " QUILLON_VERSION "\n" +
+                           (lp != nullptr ? std::string("linear programs by ") + lp
+                                          : std::string("built without linear programs")),
+                       "display the version");
   app.get_formatter()->column_width(24);
 
   app.add_option("file", settings.file, "the problem, perhaps packed; \"-\" is standard input")

@@ -46,6 +46,8 @@ const char* nameOf(estoc::Strategy strategy) {
     return "core-guided";
   case estoc::Strategy::local_search:
     return "local search";
+  case estoc::Strategy::lp:
+    return "LP";
   }
   return "";
 }

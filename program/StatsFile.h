@@ -59,6 +59,11 @@ template <class Visitor> void forEachCounter(const estoc::Statistics& s, Visitor
   visit("cores", s.cores);
   visit("slices of local search", s.local_slices);
   visit("flips", s.local_flips);
+  visit("LP calls", s.lp_calls);
+  visit("LP calls skipped", s.lp_skipped);
+  visit("LP pivots", s.lp_pivots);
+  visit("LP conflicts", s.lp_conflicts);
+  visit("LP conflicts lost", s.lp_failed);
   visit("work", s.work);
   visit("constraints", std::uint64_t{s.constraints});
   visit("learnt", std::uint64_t{s.learnt});

@@ -27,6 +27,7 @@ inline constexpr Technique techniques[] = {
     {"at-most-ones", &estoc::Options::at_most_ones, "make rows of clauses of two literals"},
     {"core-guided", &estoc::Options::core_guided, "raise the lower bound by cores"},
     {"local-search", &estoc::Options::local_search, "look for better solutions by flips"},
+    {"lp", &estoc::Options::lp, "solve the linear relaxation"},
 };
 
 #endif

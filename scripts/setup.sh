@@ -17,6 +17,7 @@ need zlib1g-dev header zlib.h
 need libbz2-dev header bzlib.h
 need liblzma-dev header lzma.h
 need libboost-dev header boost/multiprecision/cpp_int.hpp
+need coinor-libclp-dev header coin/ClpSimplex.hpp
 need libcli11-dev header CLI/CLI.hpp
 need nlohmann-json3-dev header nlohmann/json.hpp
 if [ "${1:-}" = tests ] || [ "${1:-}" = ci ]; then

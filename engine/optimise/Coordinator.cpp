@@ -3,6 +3,7 @@
 #include "Coordinator.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace estoc {
 
@@ -11,6 +12,10 @@ namespace {
 constexpr std::uint64_t slice = 1000;
 /// What the linear strategy gets before there is a solution.
 constexpr std::uint64_t first_slice = 5000;
+/// Work of a slice of branching by the relaxation.
+constexpr std::uint64_t lp_slice = 50000000;
+/// Work on branching for each unit of the others.
+constexpr std::uint64_t lp_share = 4;
 } // namespace
 
 Coordinator::Coordinator(const Options& o, Search& s, Objective what, Var n)
@@ -49,6 +54,7 @@ bool Coordinator::takeSolution(Listener* listener, std::vector<bool> values, Str
   best = std::move(values);
   const std::optional<Int128> before = upper;
   upper = cost;
+  if (relaxer != nullptr) relaxer->demandLess(cost, upper_id);
   if (listener != nullptr) listener->onSolution(best, objective.value(cost), by);
   if (closed()) return true;
   if (before)
@@ -76,7 +82,7 @@ void Coordinator::concludeProof() {
   Derivation derivation(proof);
   if (closed() && proof.contradictionId() == 0) {
     derivation.add(upper_id, 1);
-    core_guided.deriveBound(derivation);
+    deriveLower(derivation);
     derivation.finish(); // cannot be met
     proof.contradiction();
   }
@@ -86,7 +92,7 @@ void Coordinator::concludeProof() {
     proof.concludeBounds(upperBound(), proof.contradictionId(), upperBound(), values);
     return;
   }
-  core_guided.deriveBound(derivation);
+  deriveLower(derivation);
   ProofId lower_id = 0;
   if (!derivation.isEmpty()) {
     derivation.multiply(objective.scale);
@@ -114,6 +120,14 @@ Coordinator::SliceEnd Coordinator::localSlice(Listener* listener) {
   }
   if (search.isInterrupted()) return SliceEnd::interrupted;
   return moved ? SliceEnd::moved : SliceEnd::stuck;
+}
+
+/// The better one of the two sources of lower bounds.
+void Coordinator::deriveLower(Derivation& derivation) const {
+  if (relaxer != nullptr && relaxer->lowerCost() > core_guided.lowerCost())
+    derivation.add(relaxer->lowerId(), 1);
+  else
+    core_guided.deriveBound(derivation);
 }
 
 Coordinator::SliceEnd Coordinator::linearSlice(Listener* listener, std::uint64_t conflicts) {
@@ -175,8 +189,55 @@ Coordinator::SliceEnd Coordinator::coreSlice(Listener* listener, std::uint64_t c
   return moved ? SliceEnd::moved : SliceEnd::stuck;
 }
 
+/// Once, before anything is learnt.
+void Coordinator::startRelaxation() {
+  if (!options.lp || slices > 0 || relaxer != nullptr) return;
+  std::unique_ptr<Relaxation> empty = makeRelaxation(problem_variables, search.interruption());
+  if (empty == nullptr) return;
+  search.backToRoot();
+  relaxer = std::make_unique<Relaxer>(LinearProgram(std::move(empty), search.constraints(),
+                                                    search.objectiveRow(), problem_variables,
+                                                    &objective, search.proof()),
+                                      search);
+  branching = std::make_unique<Branching>(*relaxer, search);
+  if (upper) relaxer->demandLess(*upper, upper_id);
+}
+
+Coordinator::SliceEnd Coordinator::branchingSlice(Listener* listener, std::uint64_t work) {
+  const bool dive = !upper;
+  branching->begin(work, dive);
+  search.setGuide(branching.get());
+  SliceEnd result = SliceEnd::stuck;
+  for (bool ended = false; !ended;) {
+    const Outcome outcome = search.run({}, std::numeric_limits<std::uint64_t>::max() / 2);
+    raiseLower(listener, relaxer->lowerCost(), Strategy::lp);
+    ended = true;
+    switch (outcome) {
+    case Outcome::model:
+      takeModel(listener, Strategy::lp);
+      result = closed() ? SliceEnd::proven : SliceEnd::moved;
+      ended = closed();
+      break;
+    case Outcome::unsatisfiable:
+    case Outcome::core:
+      result = upper ? SliceEnd::proven : SliceEnd::infeasible;
+      break;
+    case Outcome::exhausted:
+      if (closed()) result = SliceEnd::proven;
+      break;
+    case Outcome::interrupted:
+      result = SliceEnd::interrupted;
+      break;
+    }
+  }
+  search.setGuide(nullptr);
+  if (dive) branching->forget();
+  return result;
+}
+
 Verdict Coordinator::run(Listener* listener) {
-  Strategy turn = Strategy::linear;
+  startRelaxation();
+  Strategy turn = relaxer != nullptr ? Strategy::lp : Strategy::linear;
   int streak = 0; ///< slices in a row that have moved a bound
   for (;;) {
     if (improver.isDue()) {
@@ -184,13 +245,15 @@ Verdict Coordinator::run(Listener* listener) {
       if (end == SliceEnd::proven) return Verdict::optimal;
       if (end == SliceEnd::interrupted) return upper ? Verdict::satisfiable : Verdict::unknown;
     }
-    const std::uint64_t before = search.work();
+    const std::uint64_t before = work();
     if (options.solution_phases) search.decisions().useSolution(slices % 4 == 3);
-    const std::uint64_t conflicts = options.paced(slices == 0 ? first_slice : slice);
+    const std::uint64_t conflicts = options.paced(work_of[0] == 0 ? first_slice : slice);
     const SliceEnd end = turn == Strategy::linear ? linearSlice(listener, conflicts)
-                                                  : coreSlice(listener, conflicts);
+                         : turn == Strategy::core_guided
+                             ? coreSlice(listener, conflicts)
+                             : branchingSlice(listener, options.paced(lp_slice));
     slices++;
-    work_of[static_cast<int>(turn)] += search.work() - before;
+    work_of[static_cast<int>(turn)] += work() - before;
     switch (end) {
     case SliceEnd::proven:
       raiseLower(listener, *upper, turn);
@@ -203,12 +266,22 @@ Verdict Coordinator::run(Listener* listener) {
     case SliceEnd::stuck:
       break;
     }
-    if (!options.core_guided) continue;
     streak = end == SliceEnd::moved ? streak + 1 : 0;
     if (streak > 0 && streak < 4) continue;
     streak = 0;
-    turn = work_of[0] <= work_of[1] ? Strategy::linear : Strategy::core_guided;
+    turn = next();
   }
+}
+
+/// Who has had least of what is due.
+Strategy Coordinator::next() const {
+  Strategy chosen = Strategy::linear;
+  const auto consider = [&](Strategy s, std::uint64_t share) {
+    if (work_of[static_cast<int>(s)] / share < work_of[static_cast<int>(chosen)]) chosen = s;
+  };
+  if (options.core_guided) consider(Strategy::core_guided, 1);
+  if (relaxer != nullptr) consider(Strategy::lp, lp_share);
+  return chosen;
 }
 
 } // namespace estoc

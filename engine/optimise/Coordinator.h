@@ -7,6 +7,7 @@
 #include "Objective.h"
 #include "estoc/Solver.h"
 #include "localsearch/Improver.h"
+#include "lp/Branching.h"
 #include "search/Search.h"
 
 #include <optional>
@@ -32,6 +33,8 @@ class Coordinator {
   const Improver& localSearch() const { return improver; }
   /// Writes the end of the proof, which there is: the bounds so far.
   void concludeProof();
+  /// Null while there is no relaxation.
+  const Relaxer* relaxation() const { return relaxer.get(); }
 
  private:
   const Options options;
@@ -45,16 +48,23 @@ class Coordinator {
   Int128 lower = 0;
   ProofId upper_id = 0; ///< in the proof: the row that demands a lower cost than `upper`
   std::uint64_t core_count = 0;
-  std::uint64_t work_of[2] = {0, 0}; ///< by strategy
+  std::uint64_t work_of[4] = {0, 0, 0, 0}; ///< by strategy
+  std::unique_ptr<Relaxer> relaxer;
+  std::unique_ptr<Branching> branching;
   std::uint64_t slices = 0;
 
   enum class SliceEnd { moved, stuck, proven, infeasible, interrupted };
   SliceEnd linearSlice(Listener* listener, std::uint64_t conflicts);
   SliceEnd coreSlice(Listener* listener, std::uint64_t conflicts);
   SliceEnd localSlice(Listener* listener);
+  SliceEnd branchingSlice(Listener* listener, std::uint64_t work);
+  void startRelaxation();
+  Strategy next() const;
+  std::uint64_t work() const { return search.work() + (relaxer != nullptr ? relaxer->work() : 0); }
   void takeModel(Listener* listener, Strategy by);
   bool takeSolution(Listener* listener, std::vector<bool> values, Strategy by);
   void raiseLower(Listener* listener, Int128 cost, Strategy by);
+  void deriveLower(Derivation& derivation) const;
   void writeSolution(const std::vector<bool>& values);
   bool closed() const { return upper && lower >= *upper; }
 };

@@ -10,6 +10,8 @@ namespace estoc {
 
 namespace {
 constexpr std::uint64_t progress_interval = 256; ///< conflicts between two words to the listener
+/// What the guide derives goes at the next reduction if it has been of no use.
+constexpr unsigned guided_glue = 1000;
 } // namespace
 
 Search::Search(const Options& o, const std::atomic<bool>& interrupt)
@@ -67,7 +69,7 @@ bool Search::enqueueFacts(const std::vector<Lit>& facts) {
   return true;
 }
 
-bool Search::addRow(Row row, bool is_learnt, ProofId id) {
+bool Search::addRow(Row row, bool is_learnt, ProofId id, unsigned glue) {
   if (!ok) return false;
   propagation.backjump(0);
   if (proof_written != nullptr) {
@@ -85,7 +87,7 @@ bool Search::addRow(Row row, bool is_learnt, ProofId id) {
     proof_written->remove(before);
   }
   if (state == RowState::row)
-    propagation.add(row, is_learnt, 2, id); // implies nothing now, or it would have become units
+    propagation.add(row, is_learnt, glue, id); // implies nothing now, or it would have become units
   return true;
 }
 
@@ -165,6 +167,19 @@ bool Search::simplify() {
   return true;
 }
 
+/// Adds what the guide has derived, and learns from it if it is falsified. False when there is no
+/// solution.
+bool Search::learn(const LearntRow& row, ProofId id) {
+  if (row.terms.size() < 2 || trail.level() == 0) { // level 0 knows how to take any row
+    Row wide;
+    for (const auto& t : row.terms) wide.terms.push_back({t.coefficient, t.literal});
+    wide.degree = row.degree;
+    return addRow(std::move(wide), true, id, guided_glue);
+  }
+  const Ref ref = propagation.add(row, true, guided_glue, id);
+  return propagation.imply(ref) || resolve(ref);
+}
+
 /// The next assumption, or else a variable.
 Search::Decision Search::decide(const std::vector<Lit>& assumptions) {
   while (trail.level() < static_cast<int>(assumptions.size())) {
@@ -225,7 +240,7 @@ Outcome Search::run(const std::vector<Lit>& assumptions, std::uint64_t conflicts
     }
     if (interrupted.load(std::memory_order_relaxed)) return Outcome::interrupted;
     if (count.conflicts >= end) return Outcome::exhausted;
-    if (restarting()) {
+    if ((guide == nullptr || guide->allowsRestarts()) && restarting()) {
       restart();
       continue;
     }
@@ -242,6 +257,27 @@ Outcome Search::run(const std::vector<Lit>& assumptions, std::uint64_t conflicts
       reduce();
       audit(AuditPoint::reduced);
       continue;
+    }
+    if (guide != nullptr && trail.level() >= static_cast<int>(assumptions.size())) {
+      const Advice advice = guide->advise();
+      switch (advice.kind) {
+      case Advice::Kind::decide:
+        count.decisions++;
+        propagation.openLevel();
+        propagation.enqueue(advice.literal, no_ref);
+        continue;
+      case Advice::Kind::learn:
+        if (!learn(*advice.row, advice.id)) return Outcome::unsatisfiable;
+        continue;
+      case Advice::Kind::stop:
+        return interrupted.load(std::memory_order_relaxed) ? Outcome::interrupted
+                                                           : Outcome::exhausted;
+      case Advice::Kind::infeasible:
+        noSolution();
+        return Outcome::unsatisfiable;
+      case Advice::Kind::none:
+        break;
+      }
     }
     const Decision decision = decide(assumptions);
     if (decision == Decision::failed) return ok ? Outcome::core : Outcome::unsatisfiable;

@@ -6,6 +6,7 @@
 #include "Analyzer.h"
 #include "Averages.h"
 #include "Decider.h"
+#include "Guide.h"
 #include "constraints/Normalise.h"
 #include "estoc/Options.h"
 #include "inprocess/Inprocessing.h"
@@ -56,8 +57,8 @@ class Search final : private UnassignListener {
   Var addVariable(bool phase, bool own = true);
   /// Adds a row of any form (see `normalise`) to the problem. Goes back to level 0. False when
   /// there is no solution any more. Constraint `id` of the proof is this row, and goes from the
-  /// proof when the row does.
-  bool addRow(Row row, bool learnt, ProofId id);
+  /// proof when the row does. `glue` counts for learnt rows only.
+  bool addRow(Row row, bool learnt, ProofId id, unsigned glue = 2);
   /// Makes l true for ever, which propagation shows in the proof. Goes back to level 0. False when
   /// there is no solution any more.
   bool addFact(Lit l);
@@ -79,6 +80,8 @@ class Search final : private UnassignListener {
   bool modelValue(Var v) const { return trail.isTrue(Lit::of(v)); }
   void backToRoot() { propagation.backjump(0); }
 
+  /// Who is asked before decisions; nobody if null.
+  void setGuide(Guide* g) { guide = g; }
   /// Who is told now and then that the search goes on; nobody if null.
   void setListener(Listener* l) { listener = l; }
   /// Whether it is known that there is no solution.
@@ -95,6 +98,7 @@ class Search final : private UnassignListener {
   const Propagation& constraints() const { return propagation; }
   const SearchCounters& counters() const { return count; }
   const InprocessCounters& simplifications() const { return inprocessing.counters(); }
+  const Options& settings() const { return options; }
   /// What has been done so far, in visits of watches and terms.
   std::uint64_t work() const {
     return propagation.work().total() + analyzer.work() + inprocessing.work();
@@ -106,6 +110,7 @@ class Search final : private UnassignListener {
   const Options options;
   const std::atomic<bool>& interrupted;
   Listener* listener = nullptr;
+  Guide* guide = nullptr;
   Propagation propagation;
   const Trail& trail;
   Decider decider;
@@ -152,6 +157,7 @@ class Search final : private UnassignListener {
   bool noSolution();
   bool resolve(Ref conflict);
   bool install();
+  bool learn(const LearntRow& row, ProofId id);
   bool restarting() const;
   void restart();
   void switchMode();

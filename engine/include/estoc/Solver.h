@@ -22,7 +22,7 @@ enum class Verdict {
 };
 
 /// What the solver does, and who has found a solution or a bound.
-enum class Strategy { linear, core_guided, local_search };
+enum class Strategy { linear, core_guided, local_search, lp };
 
 /// Counters of a solver, since it began. Nothing here depends on time.
 struct Statistics {
@@ -44,10 +44,15 @@ struct Statistics {
   std::uint64_t cores = 0;
   std::uint64_t local_slices = 0; ///< slices of local search
   std::uint64_t local_flips = 0;  ///< and its flips
-  std::uint64_t work = 0;      ///< visits of watches and terms, the unit of budgets
-  std::size_t constraints = 0; ///< stored now, learnt ones not among them
-  std::size_t learnt = 0;      ///< learnt ones stored now
-  std::size_t memory = 0;      ///< bytes of constraints and watch lists
+  std::uint64_t lp_calls = 0;     ///< linear programs solved
+  std::uint64_t lp_skipped = 0;   ///< calls saved, since the last optimum still fitted
+  std::uint64_t lp_pivots = 0;
+  std::uint64_t lp_conflicts = 0; ///< conflicts that were proven by a linear program
+  std::uint64_t lp_failed = 0;    ///< seemed to be such, but rounding lost the proof
+  std::uint64_t work = 0;         ///< visits of watches and terms, the unit of budgets
+  std::size_t constraints = 0;    ///< stored now, learnt ones not among them
+  std::size_t learnt = 0;         ///< learnt ones stored now
+  std::size_t memory = 0;         ///< bytes of constraints and watch lists
 };
 
 /// Somebody who is told what a solver finds. Called from within `solve`, on its thread; must not
@@ -114,6 +119,8 @@ class Solver {
   /// After `unsatisfiable` under assumptions: some of these that cannot all be true.
   const std::vector<Lit>& core() const;
   Statistics statistics() const;
+  /// The library that solves linear programs, and its version; null in builds without.
+  static const char* linearProgramming();
 
  private:
   struct Inside;

@@ -1,0 +1,99 @@
+/// \file
+/// A relaxation together with the exact rows that its rows stand for.
+#ifndef ESTOC_LP_LINEAR_PROGRAM_H
+#define ESTOC_LP_LINEAR_PROGRAM_H
+
+#include "Relaxation.h"
+#include "expression/Expression.h"
+#include "optimise/Objective.h"
+#include "propagation/Propagation.h"
+
+#include <optional>
+#include <vector>
+
+namespace estoc {
+
+/// Sums of rows: wide enough for multipliers of 60 bits and numbers of 50 bits.
+struct Summed {
+  using Coefficient = Int128;
+  using Degree = Int128;
+  static constexpr int safe_bits = 100;
+};
+
+/// The constraints of a problem as a linear program over its variables, with the objective, if
+/// there is one. Keeps the rows in integers, too, so that multipliers can be turned into rows that
+/// hold whatever the floats were. Two rows that bound the same sum from both sides are one row of
+/// the relaxation. Rows with numbers beyond 2^50 are left out.
+class LinearProgram {
+ public:
+  /// Numbers of the rows that take part have at most this many bits.
+  static constexpr int largest_bits = 50;
+
+  /// The rows of `constraints` but for `without`, over variables below `columns`.
+  LinearProgram(std::unique_ptr<Relaxation> r, Propagation& constraints, Ref without, Var columns,
+                const Objective* objective, Proof* proof);
+
+  Relaxation& relaxation() { return *lp; }
+  const Relaxation& relaxation() const { return *lp; }
+  Var columns() const { return width; }
+  /// Numbers in all rows of the relaxation.
+  std::size_t nonzeros() const { return entries; }
+  /// Whether the objective takes part.
+  bool hasObjective() const { return costs != nullptr; }
+
+  /// Fixes the columns that the trail assigns, and frees the others.
+  void followTrail(const Trail& trail);
+  /// Demands solutions that cost less than `cost`.
+  void demandLess(Int128 cost);
+  /// What the last optimum costs, in the objective's own numbers.
+  double cost() const { return lp->objective() / cost_unit + cost_constant; }
+
+  /// Adds the rows, each as often as its multiplier says, into `e`, which is empty, and into
+  /// `derivation` unless it is null. `basis`: the multipliers are those of a basis, not of a ray;
+  /// then the result is what stands for 1 in them, and what the objective has to be added with. 0
+  /// when the numbers are of no use.
+  Int128 combine(Expression<Summed>& e, bool basis, Derivation* derivation);
+  /// Adds the demand for a cost of at most `most`, which is constraint `id` of the proof, to `e`.
+  void addDemand(Expression<Summed>& e, Int128 times, Int128 most, ProofId id,
+                 Derivation* derivation) const;
+  /// `e` is a sum of rows, in which `unit` stands for 1. Makes of the same rows in `derivation` the
+  /// bound on the cost that they prove, by axioms and by what is known at level 0.
+  void deriveBound(const Expression<Summed>& e, Int128 unit, const Trail& trail, Proof& proof,
+                   Derivation& derivation) const;
+
+ private:
+  struct Exact {
+    std::size_t start; ///< in `terms`
+    std::size_t size;
+    std::int64_t degree;
+    std::int64_t largest;
+    ProofId id; ///< its own copy in the proof, if one is written
+  };
+  static constexpr std::int32_t none = -1;
+  struct Sides {
+    std::int32_t lower = none; ///< the exact row of the lower side
+    std::int32_t upper = none;
+  };
+  std::unique_ptr<Relaxation> lp;
+  Var width;
+  const Objective* costs;
+  double cost_unit = 1;     ///< what a cost of 1 is in the relaxation, a power of 2
+  double cost_constant = 0; ///< the relaxation has w ~x as -w x, without w
+  Int128 all_costs = 0;
+  std::vector<Term<std::int64_t>> terms;
+  std::vector<Exact> exact;
+  std::vector<Sides> sides;       ///< per row of the relaxation
+  std::vector<signed char> fixed; ///< per column: 1 or -1 while it is fixed at 1 or 0
+  std::size_t entries = 0;
+
+  void takeConstraints(Propagation& constraints, Ref without, Proof* proof);
+  void pairRows();
+  void setCosts();
+  const Exact& side(std::size_t row, bool lower) const {
+    return exact[static_cast<std::size_t>(lower ? sides[row].lower : sides[row].upper)];
+  }
+};
+
+} // namespace estoc
+
+#endif

@@ -1,0 +1,170 @@
+/// \file
+/// From the answers of the relaxation to rows that hold.
+#include "Relaxer.h"
+
+#include <algorithm>
+
+namespace estoc {
+
+namespace {
+/// How far from 0 or 1 a value may be and still count as that.
+constexpr double integral = 1e-6;
+} // namespace
+
+Relaxer::Relaxer(LinearProgram program, Search& s) : lp(std::move(program)), search(s) {
+  if (search.proof() == nullptr) return;
+  derivation = std::make_unique<Derivation>(*search.proof());
+  sum.writeTo(derivation.get());
+}
+
+/// A pivot looks at a share of all numbers; a call without one still costs something.
+void Relaxer::charge(std::uint64_t pivots) {
+  steps += (pivots + 5) * (lp.nonzeros() + static_cast<std::size_t>(lp.columns())) / 4;
+}
+
+void Relaxer::demandLess(Int128 cost, ProofId id) {
+  demanded = cost;
+  demand_id = id;
+  demand_changed = true;
+  lp.demandLess(cost);
+}
+
+bool Relaxer::fitsTrail() {
+  if (!has_values) return false;
+  const Trail& trail = search.constraints().assignment();
+  steps += static_cast<std::uint64_t>(trail.size());
+  for (int i = 0; i < trail.size(); i++) {
+    const Lit l = trail[i];
+    if (l.var() >= lp.columns()) continue;
+    const double x = value(l.var());
+    if (l.negated() ? x > integral : x < 1 - integral) return false;
+  }
+  return true;
+}
+
+Relaxed Relaxer::ask(int pivots) {
+  const Trail& trail = search.constraints().assignment();
+  if (!demand_changed && fitsTrail()) {
+    count.skipped++;
+    return {Relaxed::Kind::optimum};
+  }
+  count.calls++;
+  demand_changed = false;
+  has_values = false;
+  lp.followTrail(trail);
+  const std::uint64_t before = lp.relaxation().pivots();
+  const Relaxation::End end = lp.relaxation().solve(pivots);
+  charge(lp.relaxation().pivots() - before);
+  switch (end) {
+  case Relaxation::End::optimal: {
+    const double* const x = lp.relaxation().primal();
+    values.assign(x, x + lp.columns());
+    optimum = lp.cost();
+    has_values = true;
+    if (trail.level() > 0 || !hasObjective()) return {Relaxed::Kind::optimum};
+    const Relaxed answer = settleRoot();
+    return {answer.kind == Relaxed::Kind::hopeless ? answer.kind : Relaxed::Kind::optimum,
+            answer.row, answer.id};
+  }
+  case Relaxation::End::infeasible:
+    if (addUp(false) == 0) break;
+    return settle(true);
+  case Relaxation::End::cutoff:
+    if (trail.level() == 0) return settleRoot();
+    if (!addDemanded()) break;
+    return settle(true);
+  case Relaxation::End::limit:
+    if (!hasObjective() || !demanded || !addDemanded()) break;
+    return settle(false);
+  case Relaxation::End::interrupted:
+  case Relaxation::End::trouble:
+    break;
+  }
+  return {};
+}
+
+/// `sum` becomes the rows combined, with a basis also what is demanded. 0 when that fails, else see
+/// `LinearProgram::combine`.
+Int128 Relaxer::addUp(bool basis) {
+  sum.clear();
+  sum.growTo(search.variables());
+  if (derivation != nullptr) {
+    search.proof()->settle(search.constraints().assignment());
+    derivation->clear();
+  }
+  const Int128 unit = lp.combine(sum, basis, derivation.get());
+  steps += sum.variables().size() * 4;
+  if (unit == 0) count.failed++;
+  return unit;
+}
+
+/// Makes `derived` of `sum`, if it says something under the trail. `expected`: it should.
+Relaxed Relaxer::settle(bool expected) {
+  const Trail& trail = search.constraints().assignment();
+  Relaxed result;
+  const Standing standing = standingOf(sum, trail, derivation.get());
+  if (standing != Standing::falsified && standing != Standing::contradiction && expected)
+    count.failed++;
+  switch (standing) {
+  case Standing::contradiction:
+    count.conflicts++;
+    if (derivation != nullptr) derivation->finish();
+    return {Relaxed::Kind::hopeless};
+  case Standing::falsified:
+    count.conflicts++;
+    shrinkConflict(sum, trail, Analyzer::learnt_bits);
+    result.falsified = true;
+    break;
+  case Standing::implying:
+    shrinkRow(sum, Analyzer::learnt_bits);
+    if (standingOf(sum, trail, derivation.get()) != Standing::implying) return {};
+    break;
+  case Standing::open:
+    return {};
+  }
+  if (!extractRow(sum, derived)) return {};
+  result.kind = Relaxed::Kind::row;
+  result.row = &derived;
+  if (derivation != nullptr) result.id = derivation->finish();
+  return result;
+}
+
+/// Sums up the rows and what is demanded.
+bool Relaxer::addDemanded() {
+  const Int128 unit = addUp(true);
+  if (unit != 0) lp.addDemand(sum, unit, *demanded - 1, demand_id, derivation.get());
+  return unit != 0;
+}
+
+/// The duals at level 0: a lower bound, and what it costs too much to turn.
+Relaxed Relaxer::settleRoot() {
+  const Trail& trail = search.constraints().assignment();
+  const Int128 unit = addUp(true);
+  if (unit == 0) return {};
+  const Expression<Summed> rows_only = derivation != nullptr ? sum : Expression<Summed>();
+  lp.addDemand(sum, unit, -1, 0, nullptr);
+  // What is missing to a sum that a cost of -1 could reach, in units, is how far it is away.
+  Int128 missing = sum.degree();
+  for (const Var v : sum.variables())
+    if (sum.occurs(v) && !trail.isFalse(sum.literal(v))) missing -= sum.magnitude(v);
+  const Int128 proven = missing > 0 ? ceilDiv(missing, unit) - 1 : Int128{0};
+  if (proven > lower) {
+    lower = proven;
+    if (derivation != nullptr) {
+      lp.deriveBound(rows_only, unit, trail, *search.proof(), *derivation);
+      if (lower_id != 0) search.proof()->remove(lower_id);
+      lower_id = derivation->finish();
+    }
+  }
+  if (!demanded) return {};
+  return addDemanded() ? settle(false) : Relaxed();
+}
+
+std::vector<ProbedColumn> Relaxer::probe(const std::vector<int>& columns, int pivots) {
+  const std::uint64_t before = lp.relaxation().pivots();
+  std::vector<ProbedColumn> result = lp.relaxation().probe(columns, pivots);
+  charge(lp.relaxation().pivots() - before + 5 * columns.size());
+  return result;
+}
+
+} // namespace estoc

@@ -1,0 +1,89 @@
+/// \file
+/// Asks the relaxation about the trail, and turns the answers into rows that hold.
+#ifndef ESTOC_LP_RELAXER_H
+#define ESTOC_LP_RELAXER_H
+
+#include "LinearProgram.h"
+#include "Settle.h"
+#include "search/Search.h"
+
+#include <optional>
+#include <vector>
+
+namespace estoc {
+
+/// Counters of the relaxation, since the solver began.
+struct RelaxationCounters {
+  std::uint64_t calls = 0;     ///< linear programs solved
+  std::uint64_t skipped = 0;   ///< calls saved, since the last optimum still fitted the trail
+  std::uint64_t conflicts = 0; ///< conflicts that came out
+  std::uint64_t failed = 0;    ///< infeasible or cut off, but the sum of integers did not show it
+};
+
+/// What the relaxation says under the trail.
+struct Relaxed {
+  enum class Kind {
+    optimum,  ///< the values are there; `row`, if not null, is implying
+    row,      ///< `row` is falsified or implying
+    hopeless, ///< there is no solution at all (that costs little enough)
+    nothing   ///< no help: the pivots are spent, or the library is in trouble
+  };
+  Kind kind = Kind::nothing;
+  const LearntRow* row = nullptr;
+  ProofId id = 0; ///< of `row` in the proof, if one is written
+  bool falsified = false;
+};
+
+/// One linear program in service of one search.
+class Relaxer {
+ public:
+  Relaxer(LinearProgram program, Search& s);
+
+  /// Solutions have to cost less than `cost` from now on, says constraint `id` of the proof.
+  void demandLess(Int128 cost, ProofId id);
+  /// Solves under the trail, which is at a fixpoint, unless the last optimum fits it.
+  Relaxed ask(int pivots);
+  /// The value of variable v in the last optimum.
+  double value(Var v) const { return values[static_cast<std::size_t>(v)]; }
+  Var columns() const { return lp.columns(); }
+  /// The cost of the last optimum.
+  double cost() const { return optimum; }
+  bool hasObjective() const { return lp.hasObjective(); }
+  /// What no solution costs less than, as proven at level 0; costs are at least 0.
+  Int128 lowerCost() const { return lower; }
+  /// With a proof: the constraint that says so, 0 if there is none.
+  ProofId lowerId() const { return lower_id; }
+  std::vector<ProbedColumn> probe(const std::vector<int>& columns, int pivots);
+  const RelaxationCounters& counters() const { return count; }
+  std::uint64_t pivots() const { return lp.relaxation().pivots(); }
+  /// What has been done so far, in the unit of `Search::work`.
+  std::uint64_t work() const { return steps; }
+
+ private:
+  LinearProgram lp;
+  Search& search;
+  std::optional<Int128> demanded;
+  ProofId demand_id = 0;
+  bool demand_changed = false;
+  Expression<Summed> sum;
+  LearntRow derived;
+  std::vector<double> values;
+  double optimum = 0;
+  bool has_values = false;
+  Int128 lower = 0;
+  ProofId lower_id = 0;
+  std::unique_ptr<Derivation> derivation; ///< null unless a proof is written
+  RelaxationCounters count;
+  std::uint64_t steps = 0;
+
+  void charge(std::uint64_t pivots);
+  bool fitsTrail();
+  Int128 addUp(bool basis);
+  bool addDemanded();
+  Relaxed settle(bool expected);
+  Relaxed settleRoot();
+};
+
+} // namespace estoc
+
+#endif

@@ -1,0 +1,207 @@
+/// \file
+/// The signs, states and traps of the LP library, as the interface promises them: that multipliers,
+/// rounded to integers, prove what the relaxation says. Random linear programs, with rows of all
+/// relations.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "Draws.h"
+#include "lp/Relaxation.h"
+
+namespace {
+
+using estoc::ProbedColumn;
+using estoc::Relaxation;
+using estoc::RelaxationRows;
+using End = Relaxation::End;
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+constexpr double scale = 1 << 20;
+
+/// A linear program whose numbers are small integers, kept beside the library.
+struct Program {
+  int columns;
+  std::vector<int> cost, lower, upper; ///< of the columns
+  std::vector<std::vector<int>> rows;
+  RelaxationRows given;
+
+  explicit Program(Draws& draws) : columns(draws.small(2, 8)) {
+    for (int j = 0; j < columns; j++) {
+      cost.push_back(draws.small(-5, 5));
+      const int fixed = draws.small(0, 5);
+      lower.push_back(fixed == 1 ? 1 : 0);
+      upper.push_back(fixed == 0 ? 0 : 1);
+    }
+    for (int i = draws.small(1, 8); i > 0; i--) {
+      rows.emplace_back();
+      for (int j = 0; j < columns; j++) {
+        rows.back().push_back(j == 0 ? 1 : draws.oneIn(2) ? draws.small(-4, 4) : 0);
+        if (rows.back().back() == 0) continue;
+        given.columns.push_back(j);
+        given.coefficients.push_back(rows.back().back());
+      }
+      given.starts.push_back(static_cast<int>(given.columns.size()));
+      const int bound = draws.small(-5, 5);
+      const int relation = draws.small(0, 3); // >=, <=, =, both sides
+      given.lower.push_back(relation == 1 ? -infinity : bound);
+      given.upper.push_back(relation == 0 ? infinity : relation == 3 ? bound + 2 : bound);
+    }
+  }
+
+  /// What the rows, as often as rounded `multipliers` say, prove the cost to be at least, times
+  /// `unit`: 0 for a ray, for which more than 0 proves that there is no solution.
+  double proven(const std::vector<double>& multipliers, double unit) const {
+    double bound = 0;
+    std::vector<double> reduced(static_cast<std::size_t>(columns));
+    for (std::size_t j = 0; j < reduced.size(); j++) reduced[j] = unit * cost[j];
+    for (std::size_t i = 0; i < rows.size(); i++) {
+      const double m = std::nearbyint(multipliers[i] * scale);
+      const double side = m > 0 ? given.lower[i] : given.upper[i];
+      if (m == 0 || !std::isfinite(side)) continue; // of the wrong sign: of no use
+      bound += m * side;
+      for (std::size_t j = 0; j < reduced.size(); j++) reduced[j] -= m * rows[i][j];
+    }
+    for (std::size_t j = 0; j < reduced.size(); j++)
+      bound += reduced[j] * (reduced[j] > 0 ? lower[j] : upper[j]);
+    return bound;
+  }
+};
+
+class RelaxationTest : public testing::Test {
+ protected:
+  std::atomic<bool> interrupt{false};
+
+  void SetUp() override {
+    if (estoc::relaxationLibrary() == nullptr) GTEST_SKIP() << "built without an LP library";
+  }
+  std::unique_ptr<Relaxation> make(const Program& p) {
+    std::unique_ptr<Relaxation> lp = estoc::makeRelaxation(p.columns, interrupt);
+    for (int j = 0; j < p.columns; j++) {
+      const auto i = static_cast<std::size_t>(j);
+      lp->setCost(j, p.cost[i]);
+      lp->setBounds(j, p.lower[i], p.upper[i]);
+    }
+    lp->addRows(p.given);
+    return lp;
+  }
+};
+
+TEST_F(RelaxationTest, MultipliersProveWhatIsSaid) {
+  int optimal = 0, infeasible = 0, cutoff = 0, useless = 0;
+  for (std::uint64_t seed = 1; seed <= 3000; seed++) {
+    SeededDraws draws(seed);
+    const Program program(draws);
+    const auto lp = make(program);
+    const End end = lp->solve(1000);
+    if (end == End::infeasible) {
+      infeasible++;
+      useless += program.proven(lp->multipliers(), 0) <= 0;
+      continue;
+    }
+    ASSERT_EQ(end, End::optimal) << "seed " << seed;
+    optimal++;
+    const double best = lp->objective();
+    EXPECT_NEAR(program.proven(lp->multipliers(), scale) / scale, best, 1e-3) << "seed " << seed;
+    double cost = 0;
+    for (std::size_t j = 0; j < program.cost.size(); j++) cost += program.cost[j] * lp->primal()[j];
+    EXPECT_NEAR(cost, best, 1e-6) << "seed " << seed;
+
+    // Again with a cutoff below: the last basis proves that nothing is that cheap.
+    const auto cut = make(program);
+    cut->setCutoff(best - 0.5);
+    const End how = cut->solve(1000);
+    ASSERT_TRUE(how == End::cutoff || how == End::optimal) << "seed " << seed;
+    if (how == End::optimal) continue;
+    cutoff++;
+    useless += program.proven(cut->multipliers(), scale) / scale < best - 1;
+  }
+  EXPECT_GT(optimal, 400);
+  EXPECT_GT(infeasible, 500);
+  EXPECT_GT(cutoff, 200);
+  EXPECT_LT(useless, 30);
+}
+
+/// After rows come and go and bounds change, the answer is that of a fresh start.
+TEST_F(RelaxationTest, ChangesKeepUp) {
+  for (std::uint64_t seed = 1; seed <= 300; seed++) {
+    SeededDraws draws(seed);
+    Program program(draws);
+    const auto lp = make(program);
+    lp->solve(1000);
+    RelaxationRows more; // x0 + x1 >= 2, and away with it
+    more.columns = {0, 1};
+    more.coefficients = {1, 1};
+    more.starts = {0, 2};
+    more.lower = {2};
+    more.upper = {infinity};
+    lp->addRows(more);
+    lp->solve(1000);
+    EXPECT_EQ(lp->rows(), static_cast<int>(program.rows.size()) + 1);
+    lp->removeRows({lp->rows() - 1});
+    for (std::size_t j = 0; j < program.cost.size(); j++) {
+      program.lower[j] = 0;
+      lp->setBounds(static_cast<int>(j), 0, program.upper[j]);
+    }
+    const auto fresh = make(program);
+    const End end = fresh->solve(1000);
+    ASSERT_EQ(lp->solve(1000), end) << "seed " << seed;
+    if (end == End::optimal) {
+      EXPECT_NEAR(lp->objective(), fresh->objective(), 1e-6) << "seed " << seed;
+    }
+  }
+}
+
+/// Trying columns out tells what fixing them costs, and leaves all as it was.
+TEST_F(RelaxationTest, ProbingAgreesWithFixing) {
+  int compared = 0;
+  for (std::uint64_t seed = 1; seed <= 500; seed++) {
+    SeededDraws draws(seed);
+    const Program program(draws);
+    const auto lp = make(program);
+    if (lp->solve(1000) != End::optimal) continue;
+    const double best = lp->objective();
+    std::vector<int> columns;
+    for (int j = 0; j < program.columns; j++)
+      if (lp->primal()[j] > 0.01 && lp->primal()[j] < 0.99) columns.push_back(j);
+    const std::vector<ProbedColumn> probed = lp->probe(columns, 1000);
+    for (std::size_t i = 0; i < columns.size(); i++) {
+      for (const bool up : {false, true}) {
+        const auto fixed = make(program);
+        fixed->setBounds(columns[i], up ? 1 : 0, up ? 1 : 0);
+        const End end = fixed->solve(1000);
+        const bool said = up ? probed[i].up_infeasible : probed[i].down_infeasible;
+        EXPECT_EQ(end == End::infeasible, said) << "seed " << seed;
+        if (end != End::optimal || said) continue;
+        compared++;
+        EXPECT_NEAR(fixed->objective() - best, up ? probed[i].up : probed[i].down, 1e-4)
+            << "seed " << seed;
+      }
+    }
+    EXPECT_EQ(lp->solve(1000), End::optimal);
+    EXPECT_NEAR(lp->objective(), best, 1e-6) << "seed " << seed;
+  }
+  EXPECT_GT(compared, 20);
+}
+
+TEST_F(RelaxationTest, EndsWhenInterruptedOrEmpty) {
+  const auto empty = estoc::makeRelaxation(3, interrupt);
+  EXPECT_EQ(empty->solve(10), End::trouble);
+  std::uint64_t seed = 1;
+  for (;; seed++) { // one that takes pivots
+    SeededDraws draws(seed);
+    const auto lp = make(Program(draws));
+    if (lp->solve(1000) == End::optimal && lp->pivots() > 3) break;
+  }
+  SeededDraws draws(seed);
+  const auto lp = make(Program(draws));
+  EXPECT_EQ(lp->solve(1), End::limit);
+  interrupt = true;
+  EXPECT_EQ(lp->solve(1000), End::interrupted);
+  interrupt = false;
+  EXPECT_EQ(lp->solve(1000), End::optimal);
+}
+
+} // namespace
