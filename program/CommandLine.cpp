@@ -4,6 +4,7 @@
 
 #include "ExitCode.h"
 #include "Techniques.h"
+#include "estoc/Solver.h"
 #include "formats/ProblemReader.h"
 
 #include <CLI/CLI.hpp>
