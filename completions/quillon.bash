@@ -9,7 +9,8 @@ _quillon() {
       options="--time-limit --cpu-limit --memory-limit --seed --verbosity --no-values --format"
       options+=" --stats --proof --proof-version --write-opb --help --version --no-stable-mode"
       options+=" --no-focused-mode --no-rephase --no-solution-phases --no-weaken-fully"
-      options+=" --no-weaken-learnt --no-minimise --no-core-guided --no-local-search --no-lp"
+      options+=" --no-weaken-learnt --no-minimise --no-core-guided --no-presolve --no-local-search"
+      options+=" --no-lp"
       options+=" --no-probing --no-vivification --no-subsumption --no-at-most-ones"
       options+=" --smallest-width"
       ;;

@@ -187,6 +187,7 @@ Statistics Solver::statistics() const {
   s.local_slices = inside->local_slices;
   s.local_flips = inside->local_flips;
   if (inside->coordinator != nullptr) {
+    s.presolved = inside->coordinator->presolved();
     s.local_slices = inside->coordinator->localSearch().slices();
     s.local_flips = inside->coordinator->localSearch().flips();
   }

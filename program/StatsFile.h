@@ -57,6 +57,7 @@ template <class Visitor> void forEachCounter(const estoc::Statistics& s, Visitor
   visit("strengthened", s.strengthened);
   visit("at-most-ones", s.at_most_ones);
   visit("cores", s.cores);
+  visit("presolved", s.presolved);
   visit("slices of local search", s.local_slices);
   visit("flips", s.local_flips);
   visit("LP calls", s.lp_calls);

@@ -26,6 +26,7 @@ inline constexpr Technique techniques[] = {
     {"subsumption", &estoc::Options::subsumption, "compare clauses with each other"},
     {"at-most-ones", &estoc::Options::at_most_ones, "make rows of clauses of two literals"},
     {"core-guided", &estoc::Options::core_guided, "raise the lower bound by cores"},
+    {"presolve", &estoc::Options::presolve, "fix what an optimal solution can do without"},
     {"local-search", &estoc::Options::local_search, "look for better solutions by flips"},
     {"lp", &estoc::Options::lp, "solve the linear relaxation"},
 };

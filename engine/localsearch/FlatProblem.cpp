@@ -24,6 +24,7 @@ bool FlatProblem::endRow(Int128 degree) {
   Int128 sum = 0;
   for (const WideTerm& t : pending) sum += t.coefficient;
   const Int128 divisor = divisorFor(std::max(sum, degree));
+  is_exact &= divisor == 1;
   // sum (a / divisor, rounded down) * l >= degree / divisor, rounded up, implies the row.
   std::int64_t reachable = 0;
   for (const WideTerm& t : pending) {
@@ -43,6 +44,7 @@ void FlatProblem::setCost(const std::vector<WideTerm>& terms) {
   Int128 sum = 0;
   for (const WideTerm& t : terms) sum += t.coefficient;
   cost_divisor = divisorFor(sum); // rounding up adds 1 a term at most, which 63 bits have room for
+  is_exact &= cost_divisor == 1;
   cost_gains.assign(static_cast<std::size_t>(variable_count), 0);
   cost_offset = 0;
   for (const WideTerm& t : terms) {

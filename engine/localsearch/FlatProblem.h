@@ -54,6 +54,8 @@ class FlatProblem {
   /// What the cost gains when v becomes true.
   std::int64_t costGain(Var v) const { return cost_gains[static_cast<std::size_t>(v)]; }
   bool hasCost() const { return !cost_gains.empty(); }
+  /// Whether nothing had to be divided.
+  bool isExact() const { return is_exact; }
   /// The cost as this problem counts it: of a cost that was divided, the same part.
   Int128 costDivisor() const { return cost_divisor; }
   /// What is added to the sum of the gains of all true variables to make the cost.
@@ -70,6 +72,7 @@ class FlatProblem {
   std::vector<Occurrence> by_variable;
   std::vector<std::int64_t> cost_gains; ///< empty without a cost
   Int128 cost_divisor = 1;
+  bool is_exact = true;
   std::int64_t cost_offset = 0;
 };
 

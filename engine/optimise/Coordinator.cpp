@@ -2,6 +2,8 @@
 /// The alternation of the strategies.
 #include "Coordinator.h"
 
+#include "presolve/Columns.h"
+
 #include <algorithm>
 #include <limits>
 
@@ -101,6 +103,17 @@ void Coordinator::concludeProof() {
     lower_id = proof.rup(LearntRow());
   }
   proof.concludeBounds(lowerBound(), lower_id, upperBound(), values);
+}
+
+/// Once, before anything is learnt. False when there is no solution.
+bool Coordinator::presolve() {
+  if (!options.presolve || is_presolved) return true;
+  is_presolved = true;
+  if (search.isRefuted()) return false;
+  Columns columns(search, objective.terms, problem_variables);
+  const bool fine = columns.run();
+  presolved_count = columns.fixed();
+  return fine;
 }
 
 /// Flips from the phases, from the best solution, and from where the last slice ended, in turn.
@@ -236,6 +249,7 @@ Coordinator::SliceEnd Coordinator::branchingSlice(Listener* listener, std::uint6
 }
 
 Verdict Coordinator::run(Listener* listener) {
+  if (!presolve()) return Verdict::unsatisfiable;
   startRelaxation();
   Strategy turn = relaxer != nullptr ? Strategy::lp : Strategy::linear;
   int streak = 0; ///< slices in a row that have moved a bound

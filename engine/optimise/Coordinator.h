@@ -30,6 +30,8 @@ class Coordinator {
   std::optional<Int128> upperBound() const;
   Int128 lowerBound() const { return objective.value(lower); }
   std::uint64_t cores() const { return core_count; }
+  /// Literals that have been fixed before the search.
+  std::uint64_t presolved() const { return presolved_count; }
   const Improver& localSearch() const { return improver; }
   /// Writes the end of the proof, which there is: the bounds so far.
   void concludeProof();
@@ -48,6 +50,8 @@ class Coordinator {
   Int128 lower = 0;
   ProofId upper_id = 0; ///< in the proof: the row that demands a lower cost than `upper`
   std::uint64_t core_count = 0;
+  std::uint64_t presolved_count = 0;
+  bool is_presolved = false;
   std::uint64_t work_of[4] = {0, 0, 0, 0}; ///< by strategy
   std::unique_ptr<Relaxer> relaxer;
   std::unique_ptr<Branching> branching;
@@ -56,6 +60,7 @@ class Coordinator {
   enum class SliceEnd { moved, stuck, proven, infeasible, interrupted };
   SliceEnd linearSlice(Listener* listener, std::uint64_t conflicts);
   SliceEnd coreSlice(Listener* listener, std::uint64_t conflicts);
+  bool presolve();
   SliceEnd localSlice(Listener* listener);
   SliceEnd branchingSlice(Listener* listener, std::uint64_t work);
   void startRelaxation();

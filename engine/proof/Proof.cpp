@@ -87,12 +87,24 @@ ProofId Proof::rupUnit(Lit l) {
 
 template <class C, class D>
 ProofId Proof::redundant(const RowOf<C, D>& row, const std::vector<Lit>& witness) {
+  std::vector<Substitution> substitutions;
+  for (const Lit l : witness) substitutions.push_back({~l, Lit()});
+  return redundant(row, substitutions);
+}
+
+template <class C, class D>
+ProofId Proof::redundant(const RowOf<C, D>& row, const std::vector<Substitution>& witness) {
   text += "red";
   appendRow(row);
   text += semicolons ? " :" : " ;";
-  for (const Lit l : witness) {
-    appendLiteral(text, l.negated() ? ~l : l);
-    text += l.negated() ? " -> 0" : " -> 1";
+  for (const Substitution& s : witness) {
+    const bool negated = s.literal.negated();
+    appendLiteral(text, negated ? ~s.literal : s.literal);
+    text += " ->";
+    if (s.by.isNone())
+      text += negated ? " 1" : " 0";
+    else
+      appendLiteral(text, negated ? ~s.by : s.by);
   }
   return finish();
 }
@@ -201,5 +213,6 @@ template ProofId Proof::rup(const Row& row);
 template ProofId Proof::rup(const LearntRow& row);
 template ProofId Proof::redundant(const Row& row, const std::vector<Lit>& witness);
 template ProofId Proof::redundant(const LearntRow& row, const std::vector<Lit>& witness);
+template ProofId Proof::redundant(const Row& row, const std::vector<Substitution>& witness);
 
 } // namespace estoc

@@ -14,6 +14,12 @@
 
 namespace estoc {
 
+/// What a witness says of a literal: `by` takes its place, or it is false if that is none.
+struct Substitution {
+  Lit literal;
+  Lit by;
+};
+
 /// Writes the steps of a proof in the pseudo-Boolean proof format, and numbers the constraints they
 /// make. There is one such object while a proof is written, else none: whoever derives something
 /// asks once a derivation whether its pointer is null.
@@ -46,10 +52,13 @@ class Proof {
   /// The same for a literal that is true in all solutions; it becomes the literal's unit row.
   ProofId rupUnit(Lit l);
   /// A row that can be demanded without losing solutions (or optimal ones): all rows so far and the
-  /// objective, with each literal of `witness` made true, follow from them and the negation of
-  /// `row`, and each row that this touches follows by itself or by unit propagation.
+  /// objective, with each literal of `witness` made true, or with its substitutions, follow from
+  /// them and the negation of `row`, and each row that this touches follows by itself or by unit
+  /// propagation.
   template <class C, class D>
   ProofId redundant(const RowOf<C, D>& row, const std::vector<Lit>& witness);
+  template <class C, class D>
+  ProofId redundant(const RowOf<C, D>& row, const std::vector<Substitution>& witness);
   /// A solution: `values` has an entry for each variable, own ones too. With an objective, the row
   /// that demands a better one; it says sum of the objective's terms <= its value - 1.
   ProofId improvingSolution(const std::vector<bool>& values);

@@ -97,6 +97,19 @@ bool Search::addFact(Lit l) {
   return enqueueFacts({l});
 }
 
+void Search::addRedundantFact(Lit l, const std::vector<Substitution>& witness) {
+  propagation.backjump(0);
+  if (proof_written != nullptr)
+    proof_written->setUnit(l, proof_written->redundant(Row{{{1, l}}, 1}, witness));
+  enqueueFacts({l});
+}
+
+bool Search::propagateFacts() {
+  if (!ok) return false;
+  propagation.backjump(0);
+  return propagation.propagate() == no_ref || noSolution();
+}
+
 Ref Search::addObjective(const Row& row, ProofId id) {
   propagation.backjump(0);
   objective = propagation.addObjective(row, id);

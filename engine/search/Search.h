@@ -62,6 +62,12 @@ class Search final : private UnassignListener {
   /// Makes l true for ever, which propagation shows in the proof. Goes back to level 0. False when
   /// there is no solution any more.
   bool addFact(Lit l);
+  /// Makes l true for ever, although there may be solutions in which it is false: any of these is
+  /// one, and costs no more, with the substitutions of `witness`. To be called before anything has
+  /// been learnt. Goes back to level 0.
+  void addRedundantFact(Lit l, const std::vector<Substitution>& witness);
+  /// Propagates at level 0. False when there is no solution.
+  bool propagateFacts();
   /// Adds a row whose degree can be raised later, as it is (positive coefficients in falling order,
   /// no variable twice). At level 0.
   Ref addObjective(const Row& row, ProofId id);

@@ -42,7 +42,8 @@ unsigned long fromEnvironment(const char* name, unsigned long otherwise) {
 /// How often the interesting things happened in the problems of one test.
 struct Coverage {
   std::uint64_t satisfiable = 0, unsatisfiable = 0, conflicts = 0, restarts = 0, reductions = 0,
-                clauses = 0, cardinalities = 0, general = 0, cores = 0, flips = 0, interrupted = 0;
+                clauses = 0, cardinalities = 0, general = 0, cores = 0, flips = 0, presolved = 0,
+                interrupted = 0;
 
   void count(Verdict verdict, const Statistics& s) {
     (verdict == Verdict::unsatisfiable ? unsatisfiable : satisfiable)++;
@@ -54,6 +55,7 @@ struct Coverage {
     general += s.learnt_general;
     cores += s.cores;
     flips += s.local_flips;
+    presolved += s.presolved;
   }
 };
 
@@ -95,6 +97,7 @@ class EstocDifferential : public testing::Test {
                                   {"cardinalities", coverage.cardinalities},
                                   {"general", coverage.general},
                                   {"flips", coverage.flips},
+                                  {"presolved", coverage.presolved},
                                   {"interrupted", coverage.interrupted}})
       RecordProperty(name, std::to_string(n));
     if (first != 1 || runs < default_runs) return; // other problems may be too few to tell

@@ -33,6 +33,7 @@ struct Options {
   bool subsumption = true;     ///< remove clauses and literals by comparing clauses
   bool at_most_ones = true;    ///< make cardinalities of clauses of two literals
   bool core_guided = true;     ///< raise the lower bound by cores in part of the search
+  bool presolve = true;        ///< fix what an optimal solution can do without, at first
   bool local_search = true;    ///< look for better solutions by local search now and then
   bool lp = true;              ///< solve the linear relaxation
   int smallest_width = 0;      ///< 0 to 3: derive with at least 32, 64, 128 bits, without bound

@@ -42,6 +42,7 @@ struct Statistics {
   std::uint64_t strengthened = 0;    ///< clauses made shorter by another one
   std::uint64_t at_most_ones = 0;    ///< cardinalities made of clauses
   std::uint64_t cores = 0;
+  std::uint64_t presolved = 0;    ///< literals fixed by presolve
   std::uint64_t local_slices = 0; ///< slices of local search
   std::uint64_t local_flips = 0;  ///< and its flips
   std::uint64_t lp_calls = 0;     ///< linear programs solved
