@@ -8,11 +8,12 @@
 namespace estoc {
 
 namespace {
-constexpr std::size_t rows_drawn = 4;     ///< violated rows looked at in a step
+constexpr std::size_t rows_drawn = 8;     ///< violated rows looked at in a step
 constexpr std::size_t terms_drawn = 25;   ///< literals of each, and of the cost
 constexpr std::size_t escape_terms = 100; ///< literals of the one row of a step that must be made
-constexpr std::size_t noise = 20;         ///< one in so many of these steps takes any literal
-constexpr std::uint64_t tabu_steps = 4;   ///< what has just flipped is not flipped back for so long
+constexpr std::uint64_t most_of_step = 1 << 20; ///< visits for candidates: columns may be long
+constexpr std::size_t noise = 20;               ///< one in so many of these steps takes any literal
+constexpr std::uint64_t tabu_steps = 4; ///< what has just flipped is not flipped back for so long
 } // namespace
 
 LocalSearch::LocalSearch(const FlatProblem& p, std::uint64_t seed,
@@ -133,6 +134,7 @@ void LocalSearch::considerRow(std::size_t row, std::size_t most, Candidate& best
     if ((values[v] != 0) != l.negated() || is_fixed[v] != 0) continue;
     found++;
     consider(l.var(), best, tabu);
+    if (visits >= step_end) break;
   }
   visits += looked;
 }
@@ -140,12 +142,8 @@ void LocalSearch::considerRow(std::size_t row, std::size_t most, Candidate& best
 /// Looks at up to `most` variables whose flip lowers the cost.
 void LocalSearch::considerCost(std::size_t most, Candidate& best, bool tabu) {
   const std::size_t n = costly.size();
-  if (n <= most) {
-    for (const std::uint32_t v : costly.members) consider(static_cast<Var>(v), best, tabu);
-    return;
-  }
-  for (std::size_t i = 0; i < most; i++)
-    consider(static_cast<Var>(costly.members[draw(n)]), best, tabu);
+  for (std::size_t i = 0; i < std::min(n, most) && visits < step_end; i++)
+    consider(static_cast<Var>(costly.members[n <= most ? i : draw(n)]), best, tabu);
 }
 
 LocalSearch::Candidate LocalSearch::bestOfSome() {
@@ -237,8 +235,8 @@ const std::vector<char>& LocalSearch::solution() {
 }
 
 bool LocalSearch::run(std::uint64_t budget) {
-  constexpr std::uint64_t steps_between_looks = 64;
   const std::uint64_t end = visits + budget;
+  std::uint64_t next_look = visits; // whether somebody wants it to end
   bool found = false;
   while (visits < end) {
     if (violated.empty() && !costTooHigh()) {
@@ -246,7 +244,12 @@ bool LocalSearch::run(std::uint64_t budget) {
       found = true;
       if (!problem.hasCost() || costly.empty()) break;
     }
-    if (++steps % steps_between_looks == 0 && interrupted.load(std::memory_order_relaxed)) break;
+    if (visits >= next_look) {
+      if (interrupted.load(std::memory_order_relaxed)) break;
+      next_look = visits + most_of_step / 8;
+    }
+    steps++;
+    step_end = visits + most_of_step;
     Candidate best = bestOfSome();
     if (best.variable < 0 || best.score <= 0) {
       raiseWeights();

@@ -102,6 +102,7 @@ class LocalSearch {
   double cost_unit = 0;
   std::uint64_t steps = 0;
   std::uint64_t visits = 0;
+  std::uint64_t step_end = 0; ///< visits after which this step takes what it has
   // The last solution: `kept`, or else what was before the flips in `since`.
   std::vector<char> kept;
   std::vector<Var> since;

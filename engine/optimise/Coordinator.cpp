@@ -116,11 +116,16 @@ bool Coordinator::presolve() {
   return fine;
 }
 
-/// Flips from the phases, from the best solution, and from where the last slice ended, in turn.
-Coordinator::SliceEnd Coordinator::localSlice(Listener* listener) {
-  std::vector<bool> from;
-  if (improver.slices() % 3 == 0) from = improver.phases();
-  if (improver.slices() % 3 == 1 && upper) from = best;
+/// Where the next slice of local search begins: at the phases, at the best solution or, if empty,
+/// where the last one has ended, in turn. Without a solution a walk goes on for longer.
+std::vector<bool> Coordinator::localStart() const {
+  const std::uint64_t turn = improver.slices() % (upper ? 3 : 6);
+  if (turn == 0) return improver.phases();
+  return turn == 1 && upper ? best : std::vector<bool>();
+}
+
+/// Flips from `from`, values of the problem's variables, or where the last slice has ended.
+Coordinator::SliceEnd Coordinator::localSlice(Listener* listener, std::vector<bool> from) {
   if (search.isRefuted() || !improver.begin(std::move(from), upper.has_value()))
     return SliceEnd::stuck;
   bool moved = false;
@@ -255,7 +260,7 @@ Verdict Coordinator::run(Listener* listener) {
   int streak = 0; ///< slices in a row that have moved a bound
   for (;;) {
     if (improver.isDue()) {
-      const SliceEnd end = localSlice(listener);
+      const SliceEnd end = localSlice(listener, localStart());
       if (end == SliceEnd::proven) return Verdict::optimal;
       if (end == SliceEnd::interrupted) return upper ? Verdict::satisfiable : Verdict::unknown;
     }

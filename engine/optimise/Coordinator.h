@@ -61,7 +61,8 @@ class Coordinator {
   SliceEnd linearSlice(Listener* listener, std::uint64_t conflicts);
   SliceEnd coreSlice(Listener* listener, std::uint64_t conflicts);
   bool presolve();
-  SliceEnd localSlice(Listener* listener);
+  std::vector<bool> localStart() const;
+  SliceEnd localSlice(Listener* listener, std::vector<bool> from);
   SliceEnd branchingSlice(Listener* listener, std::uint64_t work);
   void startRelaxation();
   Strategy next() const;
