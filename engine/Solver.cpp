@@ -2,6 +2,7 @@
 /// The public face: hands everything on.
 #include "estoc/Solver.h"
 
+#include "lp/Feasibility.h"
 #include "optimise/Coordinator.h"
 #include "search/Search.h"
 
@@ -19,6 +20,7 @@ struct Solver::Inside {
   Var problem_variables = 0;
   std::optional<Objective> objective; ///< until the first `solve`
   std::unique_ptr<Coordinator> coordinator;
+  std::unique_ptr<Feasibility> feasibility; ///< without an objective
   std::vector<bool> solution;
   bool has_solution = false;
   std::vector<Lit> core;
@@ -112,7 +114,11 @@ Verdict Solver::solve(const std::vector<Lit>& assumptions, Listener* listener) {
     if (listener != nullptr) listener->onSolution(in.solution, 0, Strategy::local_search);
     return Verdict::satisfiable;
   }
-  const Outcome outcome = in.search.run(different, std::numeric_limits<std::uint64_t>::max() / 2);
+  if (different.empty() && in.feasibility == nullptr)
+    in.feasibility = std::make_unique<Feasibility>(in.options, in.search, in.problem_variables);
+  const Outcome outcome =
+      different.empty() ? in.feasibility->run()
+                        : in.search.run(different, std::numeric_limits<std::uint64_t>::max() / 2);
   in.interrupted = false;
   in.core.clear();
   switch (outcome) {
@@ -192,8 +198,10 @@ Statistics Solver::statistics() const {
     s.local_flips = inside->coordinator->localSearch().flips();
   }
   s.work = inside->search.work();
-  const Relaxer* const relaxer =
-      inside->coordinator != nullptr ? inside->coordinator->relaxation() : nullptr;
+  const Relaxer* const relaxer = inside->coordinator != nullptr ? inside->coordinator->relaxation()
+                                 : inside->feasibility != nullptr
+                                     ? inside->feasibility->relaxation()
+                                     : nullptr;
   if (relaxer != nullptr) {
     s.lp_calls = relaxer->counters().calls;
     s.lp_skipped = relaxer->counters().skipped;

@@ -38,6 +38,12 @@ LinearProgram::LinearProgram(std::unique_ptr<Relaxation> r, Propagation& constra
   if (costs != nullptr) setCosts();
 }
 
+std::size_t LinearProgram::countTerms(const Propagation& constraints) {
+  std::size_t sum = 0;
+  for (const Ref ref : constraints.problemConstraints()) sum += constraints.at(ref).size;
+  return sum;
+}
+
 void LinearProgram::takeConstraints(Propagation& constraints, Ref without, Proof* proof) {
   constexpr Int128 most = Int128{1} << largest_bits;
   for (const Ref ref : constraints.problemConstraints()) {
@@ -59,6 +65,7 @@ void LinearProgram::takeConstraints(Propagation& constraints, Ref without, Proof
     }
     std::sort(terms.begin() + static_cast<std::ptrdiff_t>(start), terms.end(),
               [](const auto& a, const auto& b) { return a.literal < b.literal; });
+    if (c.kind != Kind::clause) useful = true;
     exact.push_back(
         {start, c.size, static_cast<std::int64_t>(degree), static_cast<std::int64_t>(largest), 0});
     if (proof != nullptr) { // the constraint may go some day
@@ -144,6 +151,24 @@ void LinearProgram::setCosts() {
     const double cost = static_cast<double>(t.coefficient) * cost_unit;
     lp->setCost(t.literal.var(), t.literal.negated() ? -cost : cost);
     if (t.literal.negated()) cost_constant += static_cast<double>(t.coefficient);
+  }
+}
+
+void LinearProgram::takeGuidingCosts() {
+  const Exact* longest = nullptr;
+  for (const Exact& e : exact) {
+    std::int64_t smallest = e.largest;
+    for (std::size_t i = e.start; i < e.start + e.size; i++)
+      smallest = std::min(smallest, terms[i].coefficient);
+    if (smallest == e.largest) continue;
+    if (longest == nullptr || e.size > longest->size) longest = &e;
+  }
+  if (longest == nullptr || longest->size < static_cast<std::size_t>(width) / 10) return;
+  const int bits = bitLength(longest->largest);
+  const double unit = bits > cost_bits ? powerOfTwo(cost_bits - bits) : 1;
+  for (std::size_t i = longest->start; i < longest->start + longest->size; i++) {
+    const double cost = static_cast<double>(terms[i].coefficient) * unit;
+    lp->setCost(terms[i].literal.var(), terms[i].literal.negated() ? cost : -cost);
   }
 }
 

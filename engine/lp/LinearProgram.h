@@ -33,6 +33,10 @@ class LinearProgram {
   LinearProgram(std::unique_ptr<Relaxation> r, Propagation& constraints, Ref without, Var columns,
                 const Objective* objective, Proof* proof);
 
+  /// With more terms in the constraints a relaxation takes more memory and time than it gives.
+  static constexpr std::size_t most_terms = 5000000;
+  static std::size_t countTerms(const Propagation& constraints);
+
   Relaxation& relaxation() { return *lp; }
   const Relaxation& relaxation() const { return *lp; }
   Var columns() const { return width; }
@@ -41,6 +45,12 @@ class LinearProgram {
   /// Whether the objective takes part.
   bool hasObjective() const { return costs != nullptr; }
 
+  /// Whether the relaxation can say anything: rows that all are clauses of two literals or more
+  /// hold with all values at 1/2.
+  bool isUseful() const { return useful; }
+  /// For problems without an objective: takes the left side of the longest row with different
+  /// coefficients for one, as solutions are near to where it is large. Proves nothing.
+  void takeGuidingCosts();
   /// Fixes the columns that the trail assigns, and frees the others.
   void followTrail(const Trail& trail);
   /// Demands solutions that cost less than `cost`.
@@ -85,6 +95,7 @@ class LinearProgram {
   std::vector<Sides> sides;       ///< per row of the relaxation
   std::vector<signed char> fixed; ///< per column: 1 or -1 while it is fixed at 1 or 0
   std::size_t entries = 0;
+  bool useful = false;
 
   void takeConstraints(Propagation& constraints, Ref without, Proof* proof);
   void pairRows();

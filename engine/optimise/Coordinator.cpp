@@ -210,6 +210,7 @@ Coordinator::SliceEnd Coordinator::coreSlice(Listener* listener, std::uint64_t c
 /// Once, before anything is learnt.
 void Coordinator::startRelaxation() {
   if (!options.lp || slices > 0 || relaxer != nullptr) return;
+  if (LinearProgram::countTerms(search.constraints()) > LinearProgram::most_terms) return;
   std::unique_ptr<Relaxation> empty = makeRelaxation(problem_variables, search.interruption());
   if (empty == nullptr) return;
   search.backToRoot();

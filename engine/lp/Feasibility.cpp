@@ -1,0 +1,45 @@
+/// \file
+/// Search and branching by the relaxation take turns.
+#include "Feasibility.h"
+
+#include <limits>
+
+namespace estoc {
+
+namespace {
+constexpr std::uint64_t slice = 2000;           ///< conflicts of the search
+constexpr std::uint64_t branch_work = 50000000; ///< work of branching
+} // namespace
+
+Feasibility::Feasibility(const Options& o, Search& s, Var variables) : options(o), search(s) {
+  if (!options.lp || variables == 0) return;
+  if (LinearProgram::countTerms(search.constraints()) > LinearProgram::most_terms) return;
+  std::unique_ptr<Relaxation> empty = makeRelaxation(variables, search.interruption());
+  if (empty == nullptr) return;
+  search.backToRoot();
+  LinearProgram program(std::move(empty), search.constraints(), no_ref, variables, nullptr,
+                        search.proof());
+  if (!program.isUseful()) return;
+  program.takeGuidingCosts();
+  relaxer = std::make_unique<Relaxer>(std::move(program), search);
+  branching = std::make_unique<Branching>(*relaxer, search);
+}
+
+Outcome Feasibility::run() {
+  constexpr std::uint64_t no_end = std::numeric_limits<std::uint64_t>::max() / 2;
+  if (relaxer == nullptr) return search.run({}, no_end);
+  for (;;) {
+    const std::uint64_t before = search.work() + relaxer->work();
+    const bool branch = branched < searched;
+    if (branch) {
+      branching->begin(options.paced(branch_work), true);
+      search.setGuide(branching.get());
+    }
+    const Outcome outcome = search.run({}, branch ? no_end : options.paced(slice));
+    search.setGuide(nullptr);
+    (branch ? branched : searched) += search.work() + relaxer->work() - before;
+    if (outcome != Outcome::exhausted) return outcome;
+  }
+}
+
+} // namespace estoc
