@@ -111,6 +111,27 @@ TEST(CheckerRules, NumbersHaveNoBound) {
             "s NOT VERIFIED line 2: a number of more than 1048576 bits");
 }
 
+TEST(CheckerRules, OneRowImpliesAnotherByItsLetters) {
+  tryAll("+2 x1 +2 x2 +2 x3 >= 4 ;\n+5 x1 +3 x2 -1 x4 >= 4 ;\n+1 x5 >= 2 ;\n",
+         {{"less of it", "i 2 x1 2 x2 2 x3 >= 3 : 1;", true},
+          {"more of it", "i 2 x1 2 x2 2 x3 >= 5 : 1;", false},
+          {"further literals", "i 3 x1 2 x2 2 x3 1 x6 >= 4 : 1;", true},
+          {"weakened", "i 2 x1 2 x2 >= 2 : 1;", true},
+          {"weakened at its price", "i 2 x1 2 x2 >= 3 : 1;", false},
+          {"smaller coefficients at their price", "i 1 x1 1 x2 1 x3 >= 1 : 1;", true},
+          {"not for nothing", "i 1 x1 1 x2 1 x3 >= 3 : 1;", false},
+          {"no division", "i 1 x1 1 x2 1 x3 >= 2 : 1;", false},
+          {"saturated", "i 5 x1 3 x2 1 ~x4 >= 5 : 2;", true},
+          {"saturated to the new degree", "i 1 x1 1 x2 1 ~x4 >= 1 : 2;", true},
+          {"opposite literals are none", "i 2 x1 2 x2 2 ~x3 >= 4 : 1;", false},
+          {"a trivial row", "i 1 x7 >= 0 : 1;", true},
+          {"a contradiction implies all", "i 1 x7 >= 3 : 3;", true},
+          {"found without a hint", "del id 3; i 2 x1 2 x2 >= 2;", true},
+          {"nowhere to be found", "del id 3; i 2 x1 2 x2 >= 4;", false},
+          {"added", "ia 2 x1 2 x2 >= 2 : 1; e 2 x1 2 x2 >= 2 : 4;", true},
+          {"only looked at", "i 2 x1 2 x2 >= 2 : 1; pol 4;", false}});
+}
+
 TEST(CheckerRules, PropagationShowsWhatItCanAndNoMore) {
   tryAll(
       "+1 x1 +1 x2 >= 1 ;\n+1 x1 +1 ~x2 >= 1 ;\n+2 x3 +1 x4 +1 x5 >= 2 ;\n+1 ~x1 +1 x6 +1 x7 >= 1 "
