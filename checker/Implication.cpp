@@ -26,9 +26,7 @@ bool Implication::implies(const Row& premise, const Row& conclusion, const Propa
     beyond -= t.coefficient;
     const Integer* const there =
         t.literal.index() < wanted.size() ? wanted[t.literal.index()] : nullptr;
-    if (value > 0)
-      left -= t.coefficient;
-    else if (there == nullptr)
+    if (value > 0 || there == nullptr)
       left -= t.coefficient;
     else if (*there < degree && *there < t.coefficient)
       left -= t.coefficient - *there;
@@ -53,13 +51,13 @@ bool SmallPropagation::contradicts(const std::vector<const Row*>& rows) {
         conflict = true;
         break;
       }
-      for (const Term& t : row->terms)
-        if (values[t.literal.index()] == 0 && t.coefficient > slack) {
-          values[t.literal.index()] = 1;
-          values[(~t.literal).index()] = -1;
-          trail.push_back(t.literal);
-          changed = true;
-        }
+      for (const Term& t : row->terms) {
+        if (values[t.literal.index()] != 0 || t.coefficient <= slack) continue;
+        values[t.literal.index()] = 1;
+        values[(~t.literal).index()] = -1;
+        trail.push_back(t.literal);
+        changed = true;
+      }
     }
   }
   for (const Lit l : trail) values[l.index()] = values[(~l).index()] = 0;

@@ -10,7 +10,8 @@
 namespace checker {
 
 void Integer::set(const Wide& value) {
-  if (!value.is_zero() && msb(abs(value)) >= longest)
+  const Wide size = value.sign() < 0 ? Wide(-value) : value;
+  if (!size.is_zero() && msb(size) >= longest)
     throw Refusal("a number of more than " + std::to_string(longest) + " bits");
   if (value >= std::numeric_limits<std::int64_t>::min() &&
       value <= std::numeric_limits<std::int64_t>::max()) {

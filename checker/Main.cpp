@@ -130,9 +130,10 @@ int exitCodeOf(checker::Verdict::Kind kind) {
 
 int main(int argc, char** argv) {
   process::begin({.prefix = "estoc-verify: "});
-  const Settings settings = parseCommandLine(argc, argv);
-  if (settings.memory_limit != 0) limitMemory(settings.memory_limit);
+  Settings settings;
   try {
+    settings = parseCommandLine(argc, argv);
+    if (settings.memory_limit != 0) limitMemory(settings.memory_limit);
     checker::Problem problem =
         checker::readProblem(read(settings.problem), formatOf(settings.format));
     const checker::Verdict verdict = check(settings, std::move(problem));
@@ -141,7 +142,7 @@ int main(int argc, char** argv) {
   } catch (const checker::Refusal& refusal) {
     process::complain(settings.problem + ":" + refusal.what());
     return exit_bad_input;
-  } catch (const std::bad_alloc&) {
+  } catch (const std::exception&) { // there is only std::bad_alloc
     process::outOfMemory();
   }
 }

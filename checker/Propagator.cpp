@@ -115,11 +115,12 @@ void Propagator::flush() {
   }
   pending.erase(pending.begin(), pending.begin() + static_cast<std::ptrdiff_t>(next));
   gone = 0;
-  for (std::size_t i = 0; i < pending.size(); i++)
+  for (std::size_t i = 0; i < pending.size(); i++) {
     if (pending[i] != nullptr)
       pending[i]->place = i;
     else
       gone++;
+  }
 }
 
 void Propagator::attach(Entry& entry) {
