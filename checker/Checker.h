@@ -47,10 +47,9 @@ class Checker {
   Witness witness;
   Sum scratch;
 
-  std::optional<Row> objective;     ///< the current one
-  std::optional<Integer> best;      ///< the least value of a logged solution
-  std::optional<Integer> best_soli; ///< the v of (*)
-  bool has_solution = false;        ///< whether one was logged
+  std::optional<Row> objective; ///< the current one
+  std::optional<Integer> best;  ///< the least value of a logged solution; the v of (*) is not less
+  bool has_solution = false;    ///< whether one was logged
   std::unordered_map<std::string, Id> labels;
   std::string label; ///< of the current step
   bool in_subproof = false;

@@ -4,6 +4,8 @@
 
 #include "Refusal.h"
 
+#include <algorithm>
+
 namespace checker {
 
 /// Steps whose result every solution of the database satisfies, and others that add nothing; these
@@ -114,10 +116,10 @@ void Checker::deletion(int which) {
   std::vector<Entry*> entries;
   if (which == 0 && syntax.takes("range")) {
     const auto limit = [this] {
-      const Integer id = syntax.number();
-      if (id.sign() <= 0) return Id{1};
-      const Id end = database.lastId() + 1;
-      return id < static_cast<std::int64_t>(end) ? static_cast<Id>(id.value()) : end;
+      const auto end = static_cast<std::int64_t>(database.lastId()) + 1;
+      Integer id = syntax.number();
+      if (id.sign() < 0) id += end;
+      return static_cast<Id>(std::clamp(id, Integer(1), Integer(end)).value());
     };
     const Id begin = limit();
     const Id end = limit();
@@ -199,7 +201,6 @@ void Checker::solution(bool improves) {
   has_solution = true;
   if (!best || value < *best) best = value;
   if (!improves) return;
-  if (!best_soli || value < *best_soli) best_soli = value;
   add(negation(atLeast(value)), true);
 }
 

@@ -148,6 +148,7 @@ TEST(CheckerRules, PropagationShowsWhatItCanAndNoMore) {
        {"a hint is missing", "rup 1 x1 >= 1 : 1;", false},
        {"deleted", "del id 1; rup 1 x1 >= 1;", false},
        {"deleted by range", "del range 1 3; rup 1 x1 >= 1;", false},
+       {"deleted by range, counting back", "del range -4 -1; rup 1 x1 >= 1;", false},
        {"the range ends before", "del range 2 2; rup 1 x1 >= 1;", true},
        {"deleted by what it is", "del spec 1 ~x2 1 x1 >= 1; rup 1 x1 >= 1;", false},
        {"what was shown goes with what showed it",
