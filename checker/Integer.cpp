@@ -44,8 +44,8 @@ std::optional<Integer> Integer::parse(std::string_view text) {
   text.remove_prefix(negative ? 1 : 0);
   // Leading zeros would make it octal.
   text.remove_prefix(std::min(text.find_first_not_of('0'), text.size()));
-  const Wide value{std::string(text)};
-  result.set(negative ? Wide(-value) : value);
+  const Wide size{std::string(text)};
+  result.set(negative ? Wide(-size) : size);
   return result;
 }
 

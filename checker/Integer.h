@@ -25,7 +25,8 @@ class Integer {
 
  public:
   Integer() = default;
-  Integer(std::int64_t value) : narrow(value) {}
+  // cppcheck-suppress noExplicitConstructor ; plain numbers are meant to mix with these
+  Integer(std::int64_t number) : narrow(number) {}
   Integer(const Integer& other)
       : narrow(other.narrow), wide(other.wide ? std::make_unique<Wide>(*other.wide) : nullptr) {}
   Integer(Integer&& other) noexcept = default;

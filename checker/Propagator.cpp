@@ -109,8 +109,9 @@ void Propagator::rebuild() {
 void Propagator::flush() {
   std::size_t next = 0;
   for (; next < pending.size() && !conflict; next++) {
-    if (pending[next] == nullptr) continue;
-    attach(*pending[next]);
+    Entry* const entry = pending[next];
+    if (entry == nullptr) continue;
+    attach(*entry);
     propagate();
   }
   pending.erase(pending.begin(), pending.begin() + static_cast<std::ptrdiff_t>(next));
@@ -128,7 +129,7 @@ void Propagator::attach(Entry& entry) {
   slots.push_back({&entry, Kind::counted});
   entry.is_attached = true;
   entry.place = slot;
-  Row& row = entry.row;
+  const Row& row = entry.row;
   if (row.isTrivial()) return; // never implies anything
   if (!isNarrow(row)) {
     slots[slot].kind = Kind::wide;

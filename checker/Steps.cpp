@@ -73,22 +73,22 @@ void Checker::reverseUnitPropagation() {
   Row row = syntax.constraint();
   Entry negated;
   negated.row = negation(row);
-  bool follows = false;
+  bool is_shown = false;
   if (syntax.another()) {
     const std::vector<const Row*> rows = readHints(negated.row);
     syntax.finish();
-    follows = small_propagation.contradicts(rows);
+    is_shown = small_propagation.contradicts(rows);
   } else if (core_only) {
     std::vector<const Row*> rows = usableRows();
     rows.push_back(&negated.row);
-    follows = small_propagation.contradicts(rows);
+    is_shown = small_propagation.contradicts(rows);
   } else {
     propagator.open();
     propagator.add(negated);
-    follows = propagator.conflicts();
+    is_shown = propagator.conflicts();
     propagator.close();
   }
-  if (!follows) throw Refusal("unit propagation does not show the constraint");
+  if (!is_shown) throw Refusal("unit propagation does not show the constraint");
   add(std::move(row), false);
 }
 
