@@ -172,6 +172,7 @@ class Reader {
       assembler.addTerm(literal.name, coefficient, place);
       return true;
     }
+    assembler.rest().is_plain = false;
     for (literals.assign(1, literal); atLiteral(); skipBlanks()) {
       if (!readLiteral(literal)) return false;
       literals.push_back(literal);
@@ -196,6 +197,7 @@ class Reader {
       const bool negative = peek() == '-';
       if (negative || peek() == '+') {
         next++;
+        if (!isDigit(peek())) assembler.rest().is_plain = false;
         skipBlanks();
       }
       if (atLiteral()) return fail("the literal has no coefficient");
@@ -209,6 +211,7 @@ class Reader {
       } else if (atSumEnd() || peek() == '+' || peek() == '-') {
         if (!charge(magnitude(number), place)) return false;
         constant += number;
+        assembler.rest().is_plain = false;
       } else if (isDigit(peek())) {
         return fail("a number follows a number");
       } else {

@@ -139,6 +139,8 @@ struct Problem {
   Int declared = 0;
   /// In DIMACS formats: whether the text begins with a header ("p cnf", "p wcnf").
   bool has_header = false;
+  /// In OPB: whether there is just one literal behind each number, and a number behind each sign.
+  bool is_plain = true;
 
   /// Whether violated soft rows have a cost, which is what is to be minimised.
   bool hasCost() const { return format == Format::wbo || format == Format::wcnf; }

@@ -44,7 +44,7 @@ std::string Statement::obstacle(const formats::Problem& problem) {
   case Format::opb:
     break;
   }
-  if (!problem.products.empty()) return "has products";
+  if (!problem.is_plain) return "has products or constants, or blanks behind signs";
   for (int v = 0; v < problem.variables.size(); v++)
     if (!isAllowed(problem.variables[v]))
       return "has the name " + process::visible(problem.variables[v]) +
