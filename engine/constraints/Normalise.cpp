@@ -76,8 +76,7 @@ RowState normalise(Row& row, const Trail& trail, std::vector<Lit>& units, Deriva
   for (; implied < terms.size() && terms[implied].coefficient > slack; implied++) {
     units.push_back(terms[implied].literal);
     row.degree -= terms[implied].coefficient;
-    if (derivation != nullptr)
-      derivation->weaken(terms[implied].literal, terms[implied].coefficient);
+    if (derivation != nullptr) derivation->weakenAway(terms[implied].literal.var());
   }
   terms.erase(terms.begin(), terms.begin() + static_cast<std::ptrdiff_t>(implied));
   if (row.degree <= 0) return RowState::trivial;

@@ -124,7 +124,12 @@ template <class W> class Expression {
   void weaken(Var v, const C& amount) {
     C& c = at(v);
     assert(amount <= size(c));
-    if (derivation != nullptr) derivation->weaken(literal(v), amount);
+    if (derivation != nullptr) {
+      if (amount == size(c))
+        derivation->weakenAway(v);
+      else
+        derivation->weaken(literal(v), amount);
+    }
     right_side -= D(amount);
     if (c > 0)
       c -= amount;

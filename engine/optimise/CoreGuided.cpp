@@ -35,7 +35,7 @@ void toCardinality(LearntRow& row, Derivation* derivation) {
   std::int64_t spare = row.degree - 1 - static_cast<std::int64_t>(k - 1) * divisor;
   assert(spare >= 0);
   while (terms.size() > k && terms.back().coefficient <= spare) {
-    weaken(terms.back(), terms.back().coefficient);
+    if (derivation != nullptr) derivation->weakenAway(terms.back().literal.var());
     spare -= terms.back().coefficient;
     terms.pop_back();
   }

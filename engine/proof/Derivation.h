@@ -12,7 +12,7 @@ namespace estoc {
 /// changed and added to it. The calls follow those of `Expression`.
 class Derivation {
   Proof& proof;
-  std::string line;
+  Text line;
   std::size_t first_end = 0; ///< where the line is behind its first constraint; 0 if there is none
 
  public:
@@ -29,20 +29,17 @@ class Derivation {
   bool isCopy() const { return first_end == line.size(); }
 
   /// Constraint `id`, on top; the first one is the bottom. `add` adds it to what is below.
-  void push(ProofId id) {
-    line += ' ';
-    appendNumber(line, id);
-  }
+  void push(ProofId id) { line.addNumber(id); }
   /// What is on top becomes part of what is below; the first time it is the bottom itself.
   void add() {
     if (first_end != 0)
-      line += " +";
+      line.add(" +");
     else
       first_end = line.size();
   }
   /// Adds what another one has derived, `factor` times; it stays as it is.
   template <class N> void add(const Derivation& other, const N& factor) {
-    line += other.line;
+    line.add(other.line);
     multiply(factor);
     add();
   }
@@ -55,23 +52,28 @@ class Derivation {
     if (divisor != 1) operation(divisor, " d");
   }
   /// What is on top saturated.
-  void saturate() { line += " s"; }
+  void saturate() { line.add(" s"); }
   /// What is on top loses `amount` of its coefficient of literal l, and of its degree.
   template <class N> void weaken(Lit l, const N& amount) {
     proof.appendLiteral(line, ~l);
     multiply(amount);
-    line += " +";
+    line.add(" +");
+  }
+  /// What is on top loses variable v, and of its degree the coefficient that v has.
+  void weakenAway(Var v) {
+    proof.appendVariable(line, v);
+    line.add(" w");
   }
   /// What is on top loses literal l, with coefficient `amount`, which is true or false at level 0.
   template <class N> void dropAssigned(Lit l, const N& amount, const Trail& trail) {
     assert(trail.isRootAssigned(l.var()));
     if (trail.isTrue(l)) {
-      weaken(l, amount);
+      weakenAway(l.var());
       return;
     }
     push(proof.unit(~l));
     multiply(amount);
-    line += " +";
+    line.add(" +");
   }
   /// Adds constraint `id` `factor` times to the bottom.
   template <class N> void add(ProofId id, const N& factor) {
@@ -85,9 +87,8 @@ class Derivation {
 
  private:
   template <class N> void operation(const N& number, const char* what) {
-    line += ' ';
-    appendNumber(line, number);
-    line += what;
+    line.addNumber(number);
+    line.add(what);
   }
 };
 

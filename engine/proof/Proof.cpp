@@ -11,10 +11,11 @@ constexpr std::size_t block = std::size_t{1} << 16; ///< bytes that go to the si
 Proof::Proof(ProofSink& to, const ProofPlan& plan)
     : sink(to), semicolons(plan.version == ProofVersion::v3), problem_rows(plan.rows),
       surplus(plan.surplus), last(plan.rows), starts(1, 0) {
-  text += semicolons ? "pseudo-Boolean proof version 3.0\n" : "pseudo-Boolean proof version 2.0\n";
+  text.add(semicolons ? "pseudo-Boolean proof version 3.0\n"
+                      : "pseudo-Boolean proof version 2.0\n");
   if (!plan.comment.empty()) comment(plan.comment);
-  text += "f ";
-  appendNumber(text, plan.rows);
+  text.add('f');
+  text.addNumber(plan.rows);
   end();
 }
 
@@ -22,22 +23,24 @@ void Proof::addVariable(bool own) {
   const auto v = static_cast<Var>(units.size());
   units.push_back(0);
   if (own) own_variables++;
+  names.resize(starts.back());
   for (const bool negated : {false, true}) {
     names += ' ';
     if (own) {
       if (negated) names += '~';
       names += sink.ownPrefix();
-      appendNumber(names, own_variables);
+      names += std::to_string(own_variables);
     } else {
       sink.appendLiteral(Lit::of(v, negated), names);
     }
     starts.push_back(names.size());
   }
+  names.append(Text::short_piece, ' ');
 }
 
 /// The end of a step.
 void Proof::end() {
-  text += semicolons ? " ;\n" : "\n";
+  text.add(semicolons ? " ;\n" : "\n");
   if (text.size() >= block) flush();
 }
 
@@ -54,28 +57,27 @@ void Proof::flush() {
 
 template <class C, class D> void Proof::appendRow(const RowOf<C, D>& row) {
   for (const auto& t : row.terms) {
-    text += ' ';
-    appendNumber(text, t.coefficient);
+    text.addNumber(t.coefficient);
     appendLiteral(text, t.literal);
   }
-  text += " >= ";
-  appendNumber(text, row.degree);
+  text.add(" >=");
+  text.addNumber(row.degree);
 }
 
 template <class C, class D> ProofId Proof::rup(const RowOf<C, D>& row) {
-  text += "rup";
+  text.add("rup");
   appendRow(row);
-  if (!semicolons) text += " ;";
+  if (!semicolons) text.add(" ;");
   return finish();
 }
 
 ProofId Proof::rupClause(const Lit* literals, std::size_t size) {
-  text += "rup";
+  text.add("rup");
   for (std::size_t i = 0; i < size; i++) {
-    text += " 1";
+    text.add(" 1");
     appendLiteral(text, literals[i]);
   }
-  text += semicolons ? " >= 1" : " >= 1 ;";
+  text.add(semicolons ? " >= 1" : " >= 1 ;");
   return finish();
 }
 
@@ -94,15 +96,15 @@ ProofId Proof::redundant(const RowOf<C, D>& row, const std::vector<Lit>& witness
 
 template <class C, class D>
 ProofId Proof::redundant(const RowOf<C, D>& row, const std::vector<Substitution>& witness) {
-  text += "red";
+  text.add("red");
   appendRow(row);
-  text += semicolons ? " :" : " ;";
+  text.add(semicolons ? " :" : " ;");
   for (const Substitution& s : witness) {
     const bool negated = s.literal.negated();
     appendLiteral(text, negated ? ~s.literal : s.literal);
-    text += " ->";
+    text.add(" ->");
     if (s.by.isNone())
-      text += negated ? " 1" : " 0";
+      text.add(negated ? " 1" : " 0");
     else
       appendLiteral(text, negated ? ~s.by : s.by);
   }
@@ -115,21 +117,21 @@ void Proof::appendValues(const std::vector<bool>& values) {
 }
 
 ProofId Proof::improvingSolution(const std::vector<bool>& values) {
-  text += "soli";
+  text.add("soli");
   appendValues(values);
   return finish();
 }
 
 void Proof::writeDeletion(ProofId id) {
-  text += "del id ";
-  appendNumber(text, id);
+  text.add("del id");
+  text.addNumber(id);
   end();
 }
 
 void Proof::comment(const std::string& what) {
-  text += semicolons ? "% " : "* ";
-  text += what;
-  text += '\n';
+  text.add(semicolons ? "% " : "* ");
+  text.add(what);
+  text.add('\n');
 }
 
 void Proof::settleFrom(const Trail& trail) {
@@ -144,25 +146,25 @@ void Proof::contradiction() {
 void Proof::conclude(const char* what) {
   assert(!concluded);
   concluded = true;
-  text += "output NONE";
+  text.add("output NONE");
   end();
-  text += "conclusion ";
-  text += what;
+  text.add("conclusion ");
+  text.add(what);
 }
 
 void Proof::concludeNone() {
   conclude("NONE");
   end();
-  text += "end pseudo-Boolean proof";
+  text.add("end pseudo-Boolean proof");
   end();
   flush();
 }
 
 void Proof::concludeUnsatisfiable() {
-  conclude("UNSAT : ");
-  appendNumber(text, contradiction_id);
+  conclude("UNSAT :");
+  text.addNumber(contradiction_id);
   end();
-  text += "end pseudo-Boolean proof";
+  text.add("end pseudo-Boolean proof");
   end();
   flush();
 }
@@ -171,40 +173,39 @@ void Proof::concludeSatisfiable(const std::vector<bool>& values) {
   conclude("SAT :");
   appendValues(values);
   end();
-  text += "end pseudo-Boolean proof";
+  text.add("end pseudo-Boolean proof");
   end();
   flush();
 }
 
 void Proof::concludeBounds(const std::optional<Int128>& lower, ProofId lower_id,
                            const std::optional<Int128>& upper, const std::vector<bool>& values) {
-  conclude("BOUNDS ");
+  conclude("BOUNDS");
   if (lower)
-    appendNumber(text, *lower - surplus);
+    text.addNumber(*lower - surplus);
   else
-    text += "INF";
+    text.add(" INF");
   if (lower_id != 0) {
-    text += " : ";
-    appendNumber(text, lower_id);
+    text.add(" :");
+    text.addNumber(lower_id);
   }
-  text += ' ';
   if (upper) {
-    appendNumber(text, *upper - surplus);
-    text += " :";
+    text.addNumber(*upper - surplus);
+    text.add(" :");
     appendValues(values);
   } else {
-    text += "INF";
+    text.add(" INF");
   }
   end();
-  text += "end pseudo-Boolean proof";
+  text.add("end pseudo-Boolean proof");
   end();
   flush();
 }
 
 ProofId Derivation::finish() {
   assert(first_end != 0);
-  proof.text += "pol";
-  proof.text += line;
+  proof.text.add("pol");
+  proof.text.add(line);
   clear();
   return proof.finish();
 }

@@ -112,8 +112,8 @@ class Proof {
   const std::uint64_t problem_rows;
   const Int128 surplus;
   ProofId last;
-  std::string text;                ///< what the sink has not got yet
-  std::string names;               ///< " NAME" of all literals, one behind the other
+  Text text;                       ///< what the sink has not got yet
+  std::string names;               ///< " NAME" of all literals, one behind the other; padded
   std::vector<std::size_t> starts; ///< per literal: where it is in `names`; and the end
   std::uint64_t own_variables = 0;
   std::vector<ProofId> units; ///< per variable: of the row that fixes it, 0 for none
@@ -121,10 +121,17 @@ class Proof {
   ProofId contradiction_id = 0;
   bool concluded = false;
 
-  void append(const char* what) { text += what; }
-  void appendLiteral(std::string& to, Lit l) const {
-    const std::size_t i = l.index();
-    to.append(names, starts[i], starts[i + 1] - starts[i]);
+  void appendLiteral(Text& to, Lit l) const {
+    const std::size_t start = starts[l.index()];
+    const std::size_t size = starts[l.index() + 1] - start;
+    if (size <= Text::short_piece)
+      to.addShort(names.data() + start, size);
+    else
+      to.add({names.data() + start, size});
+  }
+  void appendVariable(Text& to, Var v) const {
+    const Lit l = Lit::of(v);
+    appendLiteral(to, names[starts[l.index()] + 1] == '~' ? ~l : l);
   }
   template <class C, class D> void appendRow(const RowOf<C, D>& row);
   void appendValues(const std::vector<bool>& values);

@@ -55,14 +55,12 @@ template <class W> void Analyzer::load(Expression<W>& e, Ref ref) {
   Header& c = propagation.at(ref);
   e.clear();
   e.addDegree(static_cast<typename W::Degree>(degreeOf(c)));
-  if (derivation != nullptr) {
-    derivation->push(c.id);
-    derivation->add();
+  if (proof != nullptr) {
+    writeReason(c, Lit(), 1, [](Lit) { return true; });
+    derivation->add(*reason_derivation, 1);
   }
   forEachTerm(c, [&](Int128 a, Lit l) {
     steps++;
-    if (derivation != nullptr && trail.isRootAssigned(l.var()))
-      derivation->dropAssigned(l, a, trail);
     if (trail.isRootFalse(l)) return;
     if (trail.isRootTrue(l))
       e.addDegree(-static_cast<typename W::Degree>(a));
@@ -178,18 +176,35 @@ bool Analyzer::addRounded(Expression<W>& e, const std::vector<Term<N>>& terms, c
   return true;
 }
 
+/// Writes the rounding of `c`, in which `implied` has the coefficient `divisor`: literals that
+/// neither are `falsified` nor fit the divisor are weakened.
+template <class N, class F>
+void Analyzer::writeReason(Header& c, Lit implied, const N& divisor, F falsified) {
+  Derivation& written = *reason_derivation;
+  written.clear();
+  written.push(c.id);
+  written.add();
+  forEachTerm(c, [&](Int128 a, Lit l) {
+    if (l == implied) return;
+    if (trail.isRootAssigned(l.var())) {
+      written.dropAssigned(l, a, trail);
+    } else if (divisor != 1 && !falsified(l)) {
+      const Int128 rest = a % divisor;
+      if (rest == a || (rest != 0 && weaken_fully))
+        written.weakenAway(l.var());
+      else if (rest != 0)
+        written.weaken(l, rest);
+    }
+  });
+  written.divide(divisor);
+}
+
 /// Resolves `implied` out of e by its reason. False if that takes a larger width.
 template <class W> bool Analyzer::addReason(Expression<W>& e, Lit implied) {
   Header& c = propagation.at(trail.reason(implied.var()));
   noteUse(c);
   decider.bump(implied.var());
   const int position = trail.position(implied.var());
-  Derivation* const written = reason_derivation.get();
-  if (written != nullptr) {
-    written->clear();
-    written->push(c.id);
-    written->add();
-  }
   const auto falsifiedBefore = [&](Lit l) {
     return (trail.isFalse(l) && trail.position(l.var()) < position) ||
            (l == failed && l != implied);
@@ -200,11 +215,11 @@ template <class W> bool Analyzer::addReason(Expression<W>& e, Lit implied) {
       const Lit l = literals[i];
       if (trail.isRootAssigned(l.var())) {
         if (trail.isTrue(l)) degree--;
-        if (written != nullptr) written->dropAssigned(l, 1, trail);
         continue;
       }
       rounded64.push_back({1, l});
     }
+    if (proof != nullptr) writeReason(c, implied, 1, falsifiedBefore);
     return addRounded(e, rounded64, degree, implied);
   };
   if (c.kind == Kind::clause) return plain(static_cast<Clause&>(c).literals(), c.size, 1);
@@ -234,29 +249,24 @@ template <class W> bool Analyzer::addReason(Expression<W>& e, Lit implied) {
         rounded.push_back({1, l});
       } else if (trail.isRootAssigned(l.var())) {
         if (trail.isTrue(l)) degree -= a;
-        if (written != nullptr) written->dropAssigned(l, a, trail);
       } else if (falsifiedBefore(l)) {
         rounded.push_back({divisor == 1 ? a : ceilDiv(a, divisor), l});
       } else {
         const N rest = divisor == 1 ? N(0) : a % divisor;
         const N quotient = rest != 0 && weaken_fully ? N(0) : a / divisor;
-        const N lost = a - quotient * divisor;
-        degree -= lost;
-        if (written != nullptr && lost != 0) written->weaken(l, lost);
+        degree -= a - quotient * divisor;
         if (quotient != 0) rounded.push_back({quotient, l});
       }
     }
     degree = ceilDiv(degree, divisor);
-    bool saturated = false;
-    for (auto& t : rounded) {
-      if (t.coefficient <= degree) continue;
-      t.coefficient = degree;
-      saturated = true;
+    if (proof != nullptr) {
+      writeReason(c, implied, divisor, falsifiedBefore);
+      if (std::any_of(rounded.begin(), rounded.end(),
+                      [&](const auto& t) { return t.coefficient > degree; }))
+        reason_derivation->saturate();
     }
-    if (written != nullptr) {
-      written->divide(divisor);
-      if (saturated) written->saturate();
-    }
+    for (auto& t : rounded)
+      if (t.coefficient > degree) t.coefficient = degree;
     return addRounded(e, rounded, degree, implied);
   });
 }
@@ -387,7 +397,7 @@ void Analyzer::weakenLearnt(LearntRow& row, int l) {
       continue;
     }
     row.degree -= t.coefficient;
-    if (derivation != nullptr) derivation->weaken(t.literal, t.coefficient);
+    if (derivation != nullptr) derivation->weakenAway(t.literal.var());
   }
   steps += terms.size();
   if (kept == terms.size()) return;

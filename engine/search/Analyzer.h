@@ -86,6 +86,8 @@ class Analyzer {
   void beginProof();
   void writeResolution(Ref ref);
   void writeMinimisation();
+  template <class N, class F>
+  void writeReason(Header& c, Lit implied, const N& divisor, F falsified);
   void noteRootFalse(Lit l);
   void dropRootFalse();
 
