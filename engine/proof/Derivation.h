@@ -60,10 +60,7 @@ class Derivation {
     line.add(" +");
   }
   /// What is on top loses variable v, and of its degree the coefficient that v has.
-  void weakenAway(Var v) {
-    proof.appendVariable(line, v);
-    line.add(" w");
-  }
+  void weakenAway(Var v) { proof.appendWeakening(line, v); }
   /// What is on top loses literal l, with coefficient `amount`, which is true or false at level 0.
   template <class N> void dropAssigned(Lit l, const N& amount, const Trail& trail) {
     assert(trail.isRootAssigned(l.var()));

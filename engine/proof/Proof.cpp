@@ -35,6 +35,9 @@ void Proof::addVariable(bool own) {
     }
     starts.push_back(names.size());
   }
+  const std::size_t plain = starts.size() - (isPlain(Lit::of(v)) ? 3 : 2);
+  names += names.substr(starts[plain], starts[plain + 1] - starts[plain]) + " w";
+  starts.push_back(names.size());
   names.append(Text::short_piece, ' ');
 }
 
@@ -100,7 +103,7 @@ ProofId Proof::redundant(const RowOf<C, D>& row, const std::vector<Substitution>
   appendRow(row);
   text.add(semicolons ? " :" : " ;");
   for (const Substitution& s : witness) {
-    const bool negated = s.literal.negated();
+    const bool negated = !isPlain(s.literal);
     appendLiteral(text, negated ? ~s.literal : s.literal);
     text.add(" ->");
     if (s.by.isNone())

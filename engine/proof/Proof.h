@@ -112,26 +112,34 @@ class Proof {
   const std::uint64_t problem_rows;
   const Int128 surplus;
   ProofId last;
-  Text text;                       ///< what the sink has not got yet
-  std::string names;               ///< " NAME" of all literals, one behind the other; padded
-  std::vector<std::size_t> starts; ///< per literal: where it is in `names`; and the end
+  Text text; ///< what the sink has not got yet
+  /// For each variable, one behind the other: the text of its literal, of that one's negation, and
+  /// of weakening it away, each with a blank in front; padded.
+  std::string names;
+  std::vector<std::size_t> starts; ///< where each of these texts begins, and where all end
   std::uint64_t own_variables = 0;
   std::vector<ProofId> units; ///< per variable: of the row that fixes it, 0 for none
   int settled = 0;            ///< how far into the trail `settle` has come
   ProofId contradiction_id = 0;
   bool concluded = false;
 
-  void appendLiteral(Text& to, Lit l) const {
-    const std::size_t start = starts[l.index()];
-    const std::size_t size = starts[l.index() + 1] - start;
+  void appendName(Text& to, std::size_t number) const {
+    const std::size_t start = starts[number];
+    const std::size_t size = starts[number + 1] - start;
     if (size <= Text::short_piece)
       to.addShort(names.data() + start, size);
     else
       to.add({names.data() + start, size});
   }
-  void appendVariable(Text& to, Var v) const {
-    const Lit l = Lit::of(v);
-    appendLiteral(to, names[starts[l.index()] + 1] == '~' ? ~l : l);
+  void appendLiteral(Text& to, Lit l) const {
+    appendName(to, 3 * static_cast<std::size_t>(l.var()) + (l.negated() ? 1 : 0));
+  }
+  /// Whether the text of l is a name, without "~".
+  bool isPlain(Lit l) const {
+    return names[starts[3 * static_cast<std::size_t>(l.var()) + (l.negated() ? 1 : 0)] + 1] != '~';
+  }
+  void appendWeakening(Text& to, Var v) const {
+    appendName(to, 3 * static_cast<std::size_t>(v) + 2);
   }
   template <class C, class D> void appendRow(const RowOf<C, D>& row);
   void appendValues(const std::vector<bool>& values);

@@ -184,18 +184,35 @@ void Analyzer::writeReason(Header& c, Lit implied, const N& divisor, F falsified
   written.clear();
   written.push(c.id);
   written.add();
-  forEachTerm(c, [&](Int128 a, Lit l) {
-    if (l == implied) return;
-    if (trail.isRootAssigned(l.var())) {
-      written.dropAssigned(l, a, trail);
-    } else if (divisor != 1 && !falsified(l)) {
-      const Int128 rest = a % divisor;
-      if (rest == a || (rest != 0 && weaken_fully))
-        written.weakenAway(l.var());
-      else if (rest != 0)
-        written.weaken(l, rest);
+  const auto writeTerms = [&](const auto* terms, const auto& by) {
+    for (std::uint32_t i = 0; i < c.size; i++) {
+      const Lit l = terms[i].literal;
+      const auto a = terms[i].coefficient;
+      if (trail.isRootAssigned(l.var())) {
+        written.dropAssigned(l, a, trail);
+      } else if (by != 1 && l != implied && !falsified(l)) {
+        if (a < by) {
+          written.weakenAway(l.var());
+          continue;
+        }
+        const auto rest = a % by;
+        if (rest == 0) continue;
+        if (weaken_fully)
+          written.weakenAway(l.var());
+        else
+          written.weaken(l, rest);
+      }
     }
-  });
+  };
+  if (c.kind == Kind::clause || c.kind == Kind::cardinality)
+    forEachTerm(c, [&](Int128, Lit l) {
+      if (trail.isRootAssigned(l.var())) written.dropAssigned(l, 1, trail);
+    });
+  else
+    withGeneral(c, [&](auto& g) {
+      using C = typename std::remove_reference_t<decltype(g)>::Coefficient;
+      writeTerms(g.terms(), static_cast<C>(divisor));
+    });
   written.divide(divisor);
 }
 
