@@ -10,7 +10,7 @@ namespace estoc {
 
 namespace {
 /// Cliques below this size stay clauses.
-constexpr std::size_t smallest = 4;
+constexpr std::size_t smallest = 6;
 } // namespace
 
 /// Builds the graph.

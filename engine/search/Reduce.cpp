@@ -7,7 +7,7 @@
 namespace estoc {
 
 namespace {
-constexpr std::uint64_t reduction_interval = 300; ///< grows with the square root of their number
+constexpr std::uint64_t reduction_interval = 150; ///< grows with the square root of their number
 constexpr unsigned glue_kept = 2;                 ///< constraints up to this glue stay for ever
 constexpr unsigned glue_tier = 6;                 ///< up to this they stay while they are used
 } // namespace
@@ -52,7 +52,7 @@ void Search::reduce() {
     const bool used = c.used > 0;
     if (used) c.used--;
     if (c.marked != 0 || c.glue <= glue_kept) continue;
-    if (used && (c.glue <= glue_tier || c.used > 0)) continue;
+    if (used && c.glue <= glue_tier) continue;
     candidates.push_back(ref);
   }
   std::stable_sort(candidates.begin(), candidates.end(), [&](Ref a, Ref b) {
