@@ -2,31 +2,19 @@
 /// Whole runs of the program on generated problems. The input bytes choose the problem; the
 /// program, run as a process, must give the verdict, a value line and an objective that agree with
 /// trying all assignments.
-#include <fuzzer/FuzzedDataProvider.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "ByteDraws.h"
 #include "Generators.h"
 #include "Process.h"
 #include "formats/QuillonOutput.h"
 #include "formats/StarReader.h"
 
 namespace {
-
-/// Draws from the input; the least of each range when it has come to its end.
-class ByteDraws : public Draws {
-  FuzzedDataProvider bytes;
-
- public:
-  ByteDraws(const std::uint8_t* data, std::size_t size) : bytes(data, size) {}
-  std::int64_t between(std::int64_t low, std::int64_t high) override {
-    return bytes.ConsumeIntegralInRange(low, high);
-  }
-};
 
 void demand(bool holds, const char* what, const std::string& text, const Finished& f) {
   if (holds) return;

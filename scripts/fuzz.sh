@@ -6,7 +6,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 factor=${1:-1}
 [ $# -eq 0 ] || shift
-wanted=${*:-reader_fuzz formats_fuzz agreement_fuzz program_fuzz solver_fuzz checker_fuzz}
+wanted=${*:-reader_fuzz formats_fuzz agreement_fuzz program_fuzz solver_fuzz checker_fuzz engine_fuzz}
 cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz
 
@@ -65,3 +65,4 @@ run agreement_fuzz 20000 "$texts" -dict=fuzz/star.dict
 run program_fuzz 2000 "$choices" -max_len=400 -len_control=0
 run solver_fuzz 20000 "$choices" -max_len=400 -len_control=0
 run checker_fuzz 60000 "$proofs" -dict=fuzz/proof.dict
+run engine_fuzz 20000 "$choices" -max_len=600 -len_control=0
