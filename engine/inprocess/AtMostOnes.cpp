@@ -8,11 +8,6 @@
 
 namespace estoc {
 
-namespace {
-/// Cliques below this size stay clauses.
-constexpr std::size_t smallest = 6;
-} // namespace
-
 /// Builds the graph.
 void AtMostOnes::gather() {
   edges.assign(2 * static_cast<std::size_t>(trail.variables()), {});

@@ -14,8 +14,9 @@ namespace estoc {
 /// constraints in CNF (2014).
 class AtMostOnes {
  public:
-  explicit AtMostOnes(Workbench& w)
-      : bench(w), propagation(w.propagation), trail(w.propagation.assignment()) {}
+  /// Cliques of fewer than `least` literals, which is 3 at least, stay clauses.
+  AtMostOnes(Workbench& w, std::size_t least)
+      : bench(w), propagation(w.propagation), trail(w.propagation.assignment()), smallest(least) {}
 
   /// At level 0, at a fixpoint. Each clique takes the place of its edges. Looks at the literals
   /// until the bench's budget is spent.
@@ -25,6 +26,7 @@ class AtMostOnes {
   Workbench& bench;
   Propagation& propagation;
   const Trail& trail;
+  const std::size_t smallest;
   std::size_t left = 0; ///< edges after the last time
 
   struct Edge {

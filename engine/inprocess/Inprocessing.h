@@ -12,13 +12,13 @@
 
 namespace estoc {
 
-/// The techniques in turn, each with a share of the work that the search has done since the last
-/// time. All of them keep the set of solutions.
+/// The techniques in turn, each for a share of the search's work: what it does not spend it may
+/// spend the next time. All of them keep the set of solutions.
 class Inprocessing {
  public:
   Inprocessing(const Options& o, Propagation& p, const std::atomic<bool>& interrupt)
-      : options(o), bench(p, interrupt), at_most_ones(bench), equivalences(bench), probing(bench),
-        subsumption(bench), vivification(bench) {}
+      : options(o), bench(p, interrupt), at_most_ones(bench, o.pace > 1 ? 3 : smallest_clique),
+        equivalences(bench), probing(bench), subsumption(bench), vivification(bench) {}
 
   void setProof(Proof& p) { bench.proof = &p; }
   /// At level 0, at a fixpoint; afterwards, too. `conflicts` and `work` are the search's so far,
@@ -34,6 +34,8 @@ class Inprocessing {
   std::uint64_t work() const { return bench.chargedWork(); }
 
  private:
+  /// Below this size resolution does as well, and the search is faster with clauses.
+  static constexpr std::size_t smallest_clique = 6;
   const Options& options;
   Workbench bench;
   AtMostOnes at_most_ones;
@@ -43,6 +45,15 @@ class Inprocessing {
   Vivification vivification;
   std::uint64_t next_run = 0;
   std::uint64_t work_before = 0;
+  /// What each technique has earned and not spent.
+  struct Credits {
+    std::uint64_t at_most_ones = 0;
+    std::uint64_t probing = 0;
+    std::uint64_t subsumption = 0;
+    std::uint64_t vivification = 0;
+  } credits;
+
+  template <class F> bool spend(std::uint64_t& credit, F&& technique);
 };
 
 } // namespace estoc

@@ -58,6 +58,8 @@ class Workbench {
   void startBudget(std::uint64_t work) { end = spent() + work; }
   /// Whether it is spent, or somebody wants the search to end.
   bool isOver() const { return spent() >= end || interrupted.load(std::memory_order_relaxed); }
+  /// All work so far, the search's propagation, too.
+  std::uint64_t spent() const { return propagation.work().total() + steps; }
   /// Notes work that is not propagation's.
   void charge(std::uint64_t work) { steps += work; }
   std::uint64_t chargedWork() const { return steps; }
@@ -67,8 +69,6 @@ class Workbench {
   std::uint64_t steps = 0;
   std::uint64_t end = 0;
   bool changed = false;
-
-  std::uint64_t spent() const { return propagation.work().total() + steps; }
 };
 
 } // namespace estoc
