@@ -73,7 +73,8 @@ class Listener {
 /// Decides and optimises one pseudo-Boolean problem. Several can live side by side.
 ///
 /// Use: create variables, add rows, set an objective or none, then call `solve`. Between calls more
-/// variables and rows may be added. All magnitudes of a row's numbers add up to less than 2^127,
+/// variables and rows may be added, unless there is an objective: what an optimal solution can do
+/// without has been fixed then. All magnitudes of a row's numbers add up to less than 2^127,
 /// likewise those of the objective. When memory is exhausted, any function may throw
 /// std::bad_alloc; the solver can only be destroyed then.
 class Solver {
