@@ -223,7 +223,7 @@ class Documents(unittest.TestCase):
         text = (ROOT / "docs/estoc.md").read_text()
         known = re.findall(r"`([^`\n]+)`", text)
         sources = "".join(path.read_text() for path in ROOT.glob("program/*.[ch]*"))
-        words = re.findall(r'return "([A-Z ]+)";', sources)
+        words = re.findall(r'return "([A-Z ]{4,})";', sources)  # verdicts, not "LP"
         counters = re.findall(r'visit\("([a-z ]+)"', sources)
         reasons = re.findall(r'return "((?:time )?limit[a-z ]*)";', sources)
         self.assertEqual((len(words), len(reasons)), (5, 2))
