@@ -234,9 +234,10 @@ Int128 LinearProgram::combine(Expression<Summed>& e, bool basis, Derivation* der
   return basis ? Int128{1} << scale_bits : Int128{1};
 }
 
-void LinearProgram::addDemand(Expression<Summed>& e, Int128 times, Int128 most, ProofId id,
-                              Derivation* derivation) const {
+void LinearProgram::addDemand(Expression<Summed>& e, Int128 times, Int128 most, Lit unless,
+                              ProofId id, Derivation* derivation) const {
   for (const WideTerm& t : costs->terms) e.addTerm(~t.literal, times * t.coefficient);
+  if (!unless.isNone()) e.addTerm(unless, times * (all_costs - most));
   e.addDegree(times * (all_costs - most));
   if (derivation != nullptr) derivation->add(id, times);
 }

@@ -63,8 +63,9 @@ class LinearProgram {
   /// then the result is what stands for 1 in them, and what the objective has to be added with. 0
   /// when the numbers are of no use.
   Int128 combine(Expression<Summed>& e, bool basis, Derivation* derivation);
-  /// Adds the demand for a cost of at most `most`, which is constraint `id` of the proof, to `e`.
-  void addDemand(Expression<Summed>& e, Int128 times, Int128 most, ProofId id,
+  /// Adds the demand for a cost of at most `most`, which is constraint `id` of the proof, to `e`;
+  /// if `unless` is a literal: or else it is true.
+  void addDemand(Expression<Summed>& e, Int128 times, Int128 most, Lit unless, ProofId id,
                  Derivation* derivation) const;
   /// `e` is a sum of rows, in which `unit` stands for 1. Makes of the same rows in `derivation` the
   /// bound on the cost that they prove, by axioms and by what is known at level 0.

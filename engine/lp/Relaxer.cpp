@@ -22,7 +22,8 @@ void Relaxer::charge(std::uint64_t pivots) {
   steps += (pivots + 5) * (lp.nonzeros() + static_cast<std::size_t>(lp.columns())) / 4;
 }
 
-void Relaxer::demandLess(Int128 cost, ProofId id) {
+void Relaxer::demandLess(Int128 cost, ProofId id, Lit unless) {
+  demand_unless = unless;
   demanded = cost;
   demand_id = id;
   demand_changed = true;
@@ -132,7 +133,8 @@ Relaxed Relaxer::settle(bool expected) {
 /// Sums up the rows and what is demanded.
 bool Relaxer::addDemanded() {
   const Int128 unit = addUp(true);
-  if (unit != 0) lp.addDemand(sum, unit, *demanded - 1, demand_id, derivation.get());
+  if (unit != 0) 
+    lp.addDemand(sum, unit, *demanded - 1, demand_unless, demand_id, derivation.get());
   return unit != 0;
 }
 
@@ -142,7 +144,7 @@ Relaxed Relaxer::settleRoot() {
   const Int128 unit = addUp(true);
   if (unit == 0) return {};
   const Expression<Summed> rows_only = derivation != nullptr ? sum : Expression<Summed>();
-  lp.addDemand(sum, unit, -1, 0, nullptr);
+  lp.addDemand(sum, unit, -1, Lit(), 0, nullptr);
   // What is missing to a sum that a cost of -1 could reach, in units, is how far it is away.
   Int128 missing = sum.degree();
   for (const Var v : sum.variables())

@@ -39,8 +39,9 @@ class Relaxer {
  public:
   Relaxer(LinearProgram program, Search& s);
 
-  /// Solutions have to cost less than `cost` from now on, says constraint `id` of the proof.
-  void demandLess(Int128 cost, ProofId id);
+  /// Solutions have to cost less than `cost` from now on, says constraint `id` of the proof; if
+  /// `unless` is a literal: or else it is true.
+  void demandLess(Int128 cost, ProofId id, Lit unless = Lit());
   /// Solves under the trail, which is at a fixpoint, unless the last optimum fits it.
   Relaxed ask(int pivots);
   /// The value of variable v in the last optimum.
@@ -64,6 +65,7 @@ class Relaxer {
   Search& search;
   std::optional<Int128> demanded;
   ProofId demand_id = 0;
+  Lit demand_unless;
   bool demand_changed = false;
   Expression<Summed> sum;
   LearntRow derived;

@@ -22,7 +22,7 @@ constexpr std::uint64_t lp_share = 4;
 
 Coordinator::Coordinator(const Options& o, Search& s, Objective what, Var n)
     : options(o), search(s), objective(std::move(what)), problem_variables(n),
-      core_guided(s, objective), improver(options, s, objective.terms, n) {}
+      core_guided(s, objective), improver(options, s, objective.terms, n), target(s, objective) {}
 
 std::optional<Int128> Coordinator::upperBound() const {
   if (!upper) return std::nullopt;
@@ -50,6 +50,8 @@ void Coordinator::takeModel(Listener* listener, Strategy by) {
 bool Coordinator::takeSolution(Listener* listener, std::vector<bool> values, Strategy by) {
   const Int128 cost = objective.cost(values);
   if (upper && cost >= *upper) return false;
+  values.resize(static_cast<std::size_t>(search.variables()));
+  target.complete(values, cost);
   if (search.proof() != nullptr) writeSolution(values);
   search.decisions().setSolution(values);
   values.resize(static_cast<std::size_t>(problem_variables));
@@ -140,9 +142,12 @@ Coordinator::SliceEnd Coordinator::localSlice(Listener* listener, std::vector<bo
   return moved ? SliceEnd::moved : SliceEnd::stuck;
 }
 
-/// The better one of the two sources of lower bounds.
+/// The best one of the sources of lower bounds.
 void Coordinator::deriveLower(Derivation& derivation) const {
-  if (relaxer != nullptr && relaxer->lowerCost() > core_guided.lowerCost())
+  const Int128 relaxed = relaxer != nullptr ? relaxer->lowerCost() : Int128{0};
+  if (target.lowerCost() > std::max(relaxed, core_guided.lowerCost()))
+    target.deriveBound(derivation);
+  else if (relaxed > core_guided.lowerCost())
     derivation.add(relaxer->lowerId(), 1);
   else
     core_guided.deriveBound(derivation);
@@ -222,13 +227,32 @@ void Coordinator::startRelaxation() {
   if (upper) relaxer->demandLess(*upper, upper_id);
 }
 
-Coordinator::SliceEnd Coordinator::branchingSlice(Listener* listener, std::uint64_t work) {
+/// States the next target, or none, and lets the relaxation demand what there is to demand.
+void Coordinator::aim() {
+  if (!upper) return;
+  aimed_at = work();
+  const Int128 gap = *upper - lower;
+  const Int128 most = lower + (gap <= 1 ? Int128{0} : (gap - 1) * target_share / 16);
+  if (!options.targets || !target.isPossible() || most + 1 >= *upper)
+    target.drop();
+  else if (!target.isStated() || target.most() != most)
+    target.state(most);
+  if (target.isStated())
+    relaxer->demandLess(target.most() + 1, target.id(), ~target.literal());
+  else
+    relaxer->demandLess(*upper, upper_id);
+}
+
+Coordinator::SliceEnd Coordinator::branchingSlice(Listener* listener, std::uint64_t budget) {
   const bool dive = !upper;
-  branching->begin(work, dive);
+  branching->begin(budget, dive);
+  aim();
   search.setGuide(branching.get());
   SliceEnd result = SliceEnd::stuck;
   for (bool ended = false; !ended;) {
-    const Outcome outcome = search.run({}, std::numeric_limits<std::uint64_t>::max() / 2);
+    std::vector<Lit> assumptions;
+    if (target.isStated()) assumptions.push_back(target.literal());
+    const Outcome outcome = search.run(assumptions, std::numeric_limits<std::uint64_t>::max() / 2);
     raiseLower(listener, relaxer->lowerCost(), Strategy::lp);
     ended = true;
     switch (outcome) {
@@ -236,13 +260,27 @@ Coordinator::SliceEnd Coordinator::branchingSlice(Listener* listener, std::uint6
       takeModel(listener, Strategy::lp);
       result = closed() ? SliceEnd::proven : SliceEnd::moved;
       ended = closed();
+      target_share = least_share;
+      aim();
+      break;
+    case Outcome::core:
+      // What was refuted at once was too low to be worth a step.
+      if (work() - aimed_at < budget / 4) target_share = std::min(16, 2 * target_share);
+      result = SliceEnd::proven;
+      if (!target.refute(search.coreId())) break;
+      raiseLower(listener, target.lowerCost(), Strategy::lp);
+      if (closed()) break;
+      result = SliceEnd::moved;
+      ended = false;
+      aim();
       break;
     case Outcome::unsatisfiable:
-    case Outcome::core:
       result = upper ? SliceEnd::proven : SliceEnd::infeasible;
       break;
     case Outcome::exhausted:
       if (closed()) result = SliceEnd::proven;
+      if (result == SliceEnd::stuck) // a higher target, and after the highest a low one
+        target_share = target_share < 16 ? 2 * target_share : least_share;
       break;
     case Outcome::interrupted:
       result = SliceEnd::interrupted;

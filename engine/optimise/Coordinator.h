@@ -5,6 +5,7 @@
 
 #include "CoreGuided.h"
 #include "Objective.h"
+#include "Target.h"
 #include "estoc/Solver.h"
 #include "localsearch/Improver.h"
 #include "lp/Branching.h"
@@ -39,12 +40,16 @@ class Coordinator {
   const Relaxer* relaxation() const { return relaxer.get(); }
 
  private:
+  static constexpr int least_share = 2; ///< in sixteenths
   const Options options;
   Search& search;
   const Objective objective;
   const Var problem_variables;
   CoreGuided core_guided;
   Improver improver;
+  Target target;
+  int target_share = least_share; ///< targets are at this share of the gap
+  std::uint64_t aimed_at = 0;     ///< the work done when the target was chosen
   std::vector<bool> best;
   std::optional<Int128> upper; ///< the cost of `best`
   Int128 lower = 0;
@@ -63,8 +68,9 @@ class Coordinator {
   bool presolve();
   std::vector<bool> localStart() const;
   SliceEnd localSlice(Listener* listener, std::vector<bool> from);
-  SliceEnd branchingSlice(Listener* listener, std::uint64_t work);
+  SliceEnd branchingSlice(Listener* listener, std::uint64_t budget);
   void startRelaxation();
+  void aim();
   Strategy next() const;
   std::uint64_t work() const { return search.work() + (relaxer != nullptr ? relaxer->work() : 0); }
   void takeModel(Listener* listener, Strategy by);

@@ -10,6 +10,7 @@
 #include "proof/Proof.h"
 
 #include <cstdint>
+#include <initializer_list>
 #include <vector>
 
 namespace estoc {
@@ -94,9 +95,9 @@ class Propagation {
     removed_bytes += bytesOf(at(ref));
   }
   /// Gives the memory of removed constraints back. A constraint that is the reason of an assigned
-  /// variable must not be among them. All references change: `moved`, if not null, is a place that
-  /// holds one and is brought up to date (`no_ref` for one that has gone).
-  void collect(Ref* moved = nullptr);
+  /// variable must not be among them. All references change: `moved` are places that hold
+  /// one and are brought up to date (`no_ref` for one that has gone).
+  void collect(std::initializer_list<Ref*> moved = {});
 
   const CompactList<ClauseWatch>& clauseWatches(Lit l) const { return clauses[l.index()]; }
   const CompactList<RowWatch>& rowWatches(Lit l) const { return rows[l.index()]; }

@@ -175,7 +175,7 @@ void Propagation::raiseDegree(Ref ref, Int128 amount, ProofId id) {
   });
 }
 
-void Propagation::collect(Ref* moved) {
+void Propagation::collect(std::initializer_list<Ref*> moved) {
   Arena fresh;
   fresh.reserve(arena.bytes() - removed_bytes);
   // Each list in its order; what has been copied says in its identifier where to.
@@ -216,7 +216,8 @@ void Propagation::collect(Ref* moved) {
     trail.setReason(v, forward(trail.reason(v)));
     assert(trail.reason(v) != no_ref);
   }
-  if (moved != nullptr && *moved != no_ref) *moved = forward(*moved);
+  for (Ref* const place : moved)
+    if (*place != no_ref) *place = forward(*place);
   arena.takeOver(fresh);
   removed_bytes = 0;
 }

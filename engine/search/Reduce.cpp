@@ -64,7 +64,7 @@ void Search::reduce() {
   candidates.resize(candidates.size() * 3 / 4);
   for (const Ref ref : candidates) propagation.remove(ref);
   markReasons(false);
-  propagation.collect(&objective);
+  propagation.collect({&objective, &target});
   // Arithmetic progression of the distances.
   next_reduction = count.conflicts + options.paced(reduction_interval) * (count.reductions + 1);
 }

@@ -117,6 +117,22 @@ Ref Search::addObjective(const Row& row, ProofId id) {
   return objective;
 }
 
+void Search::addTarget(const Row& row, ProofId id) {
+  assert(target == no_ref);
+  propagation.backjump(0);
+  target = propagation.addObjective(row, id);
+  const bool fine = propagation.imply(target);
+  assert(fine);
+  static_cast<void>(fine);
+}
+
+void Search::dropTarget() {
+  propagation.backjump(0);
+  if (target == no_ref) return;
+  propagation.remove(target);
+  propagation.collect({&objective, &target});
+}
+
 void Search::raiseObjective(Int128 amount, ProofId id) {
   assert(objective != no_ref);
   propagation.raiseDegree(objective, amount, id);
@@ -176,7 +192,7 @@ bool Search::simplify() {
   decider.setPhases(phases);
   inprocessing_work += work() - before;
   if (!fine) return noSolution();
-  if (inprocessing.takeChanged()) propagation.collect(&objective);
+  if (inprocessing.takeChanged()) propagation.collect({&objective, &target});
   return true;
 }
 

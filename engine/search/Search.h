@@ -59,6 +59,11 @@ class Search final : private UnassignListener {
   /// there is no solution any more. Constraint `id` of the proof is this row, and goes from the
   /// proof when the row does. `glue` counts for learnt rows only.
   bool addRow(Row row, bool learnt, ProofId id, unsigned glue = 2);
+  /// Adds a row as it is (positive coefficients in falling order, no variable twice), of which
+  /// there is one at a time. Goes back to level 0.
+  void addTarget(const Row& row, ProofId id);
+  /// Removes it; nothing happens if it is gone already. Goes back to level 0.
+  void dropTarget();
   /// Makes l true for ever, which propagation shows in the proof. Goes back to level 0. False when
   /// there is no solution any more.
   bool addFact(Lit l);
@@ -125,6 +130,7 @@ class Search final : private UnassignListener {
   SearchCounters count;
   bool ok = true;
   Ref objective = no_ref;
+  Ref target = no_ref;
   bool objective_raised = false; ///< what it implies now has not been looked at
   int objective_level = 0;       ///< where that was done last
   std::vector<Lit> assumed;      ///< the assumptions that the trail's first levels belong to
