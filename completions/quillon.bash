@@ -7,7 +7,7 @@ _quillon() {
     quillon) options="--t --help" ;;
     estoc)
       options="--time-limit --cpu-limit --memory-limit --seed --verbosity --no-values --format"
-      options+=" --stats --proof --proof-version --write-opb --help --version --no-stable-mode"
+      options+=" --stats --report --proof --proof-version --write-opb --help --version --no-stable-mode"
       options+=" --no-focused-mode --no-rephase --no-solution-phases --no-weaken-fully"
       options+=" --no-weaken-learnt --no-minimise --no-core-guided --no-presolve --no-local-search"
       options+=" --no-lp --no-targets"
@@ -28,7 +28,7 @@ _quillon() {
       mapfile -t COMPREPLY < <(compgen -W "2.0 3.0" -- "$word")
       return
       ;;
-    --map | --stats | --proof | --write-opb) ;;
+    --map | --stats | --report | --proof | --write-opb) ;;
     *)
       if [[ $word == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word")

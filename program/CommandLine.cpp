@@ -11,6 +11,7 @@
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 
 namespace {
 
@@ -60,6 +61,30 @@ CLI::Option* addSwitchOff(CLI::App& app, const std::string& name, bool& setting,
       name, [&setting] { setting = false; }, what);
 }
 
+/// The values that options have when nobody gives them.
+std::map<const CLI::Option*, std::string> usualValues(CLI::App& app) {
+  std::map<const CLI::Option*, std::string> values;
+  for (CLI::Option* const option : app.get_options([](CLI::Option*) { return true; })) {
+    values[option] = option->capture_default_str()->get_default_str();
+    option->default_str(""); // the help text has no use for it
+  }
+  return values;
+}
+
+/// What `Settings::changed` is.
+std::vector<std::pair<std::string, std::string>>
+changedOptions(const CLI::App& app, const std::map<const CLI::Option*, std::string>& usual) {
+  std::vector<std::pair<std::string, std::string>> changed;
+  for (const auto* const option : app.get_options()) {
+    const std::string name = option->get_name();
+    if (option->empty() || option->get_positional() || name == "--report") continue;
+    const bool takes_value = option->get_expected_max() != 0;
+    const std::string value = takes_value ? option->results().back() : "";
+    if (!takes_value || value != usual.at(option)) changed.emplace_back(name, value);
+  }
+  return changed;
+}
+
 constexpr double longest = 1e9;     ///< seconds, some thirty years
 constexpr double most_memory = 1e9; ///< MB
 
@@ -105,6 +130,8 @@ Settings parseCommandLine(int argc, char** argv) {
       ->type_name("NAME")
       ->check(aFormat());
   app.add_option("--stats", settings.stats, "write statistics to FILE, in JSON")->type_name("FILE");
+  app.add_option("--report", settings.report, "write a report to FILE, a page with plots")
+      ->type_name("FILE");
   app.add_option("--proof", settings.proof, "write a proof to FILE; .gz and .xz are packed")
       ->type_name("FILE")
       ->group("Proof");
@@ -127,8 +154,11 @@ Settings parseCommandLine(int argc, char** argv) {
       ->check(between(0, 3))
       ->group("Techniques");
 
+  const auto usual = usualValues(app);
   try {
     app.parse(argc, argv);
+    settings.command.assign(argv, argv + argc);
+    settings.changed = changedOptions(app, usual);
   } catch (const CLI::CallForHelp&) {
     std::fputs(app.help().c_str(), stdout);
     std::exit(exit_unknown);

@@ -7,6 +7,7 @@
 #include "process/Signals.h"
 
 #include <cstdio>
+#include <utility>
 
 namespace {
 
@@ -121,4 +122,9 @@ std::optional<Verdict> Findings::conclude(Verdict claimed) {
   if (needs_solution && format.values) printValues(problem, best);
   process::flushOutput();
   return claimed;
+}
+
+bool Findings::giveUp() {
+  const std::lock_guard lock(mutex);
+  return !std::exchange(concluded, true);
 }

@@ -46,6 +46,9 @@ class Findings {
   /// concluded before.
   std::optional<Verdict> conclude(Verdict claimed);
 
+  /// Prints nothing any more, as after `conclude`; false when somebody has concluded before.
+  bool giveUp();
+
   Bounds bounds() const;
   std::vector<Event> events() const;
   /// The last event of the kind, by a copy; nothing if there is none.

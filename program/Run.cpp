@@ -106,7 +106,8 @@ void Reporter::onProgress() {
 
 Run::Run(Settings what, process::Ticks run_start)
     : settings(std::move(what)), start(run_start),
-      findings(problem, run_start, {settings.verbosity, settings.values}), stats(settings.stats) {}
+      findings(problem, run_start, {settings.verbosity, settings.values}), stats(settings.stats),
+      report(settings.report) {}
 
 void Run::startWatchdog() {
   process::Watchdog::Duties duties;
@@ -166,15 +167,13 @@ Verdict Run::read() {
   const std::string name = settings.file == "-" ? "standard input" : settings.file;
   const auto bytes = formats::readInput(settings.file, input_limit);
   if (stop || process::stopSignal() != 0) return Verdict::unknown;
-  if (!bytes) {
-    process::complain(name + ": " + bytes.error().message);
-    process::endNow(exit_no_input);
-  }
+  if (!bytes) giveUp(name + ": " + bytes.error().message, exit_no_input);
   auto read = formats::readProblem(*bytes, formats::formatOf(settings.format));
   if (!read) {
-    process::complain(name + ":" + read.error().text());
-    if (read.error().beyond_width) return Verdict::unsupported;
-    process::endNow(exit_bad_input);
+    const std::string message = name + ":" + read.error().text();
+    if (!read.error().beyond_width) giveUp(message, exit_bad_input);
+    process::complain(message);
+    return Verdict::unsupported;
   }
   problem = std::move(*read);
   read_at = process::wallTicks() - start;
@@ -183,17 +182,29 @@ Verdict Run::read() {
   return Verdict::unknown;
 }
 
+/// Ends the process without a verdict; waits for that if the other thread is stating one.
+void Run::giveUp(const std::string& message, int code) {
+  if (findings.giveUp()) {
+    process::complain(message);
+    RunFacts facts = factsNow();
+    facts.failure = message;
+    // That it cannot be written is told as well, but what came first counts.
+    static_cast<void>(report.write(settings, problem, findings, facts));
+    process::endNow(code);
+  }
+  for (;;) pause();
+}
+
 /// What a proof is about, and the file for it, if either is wanted. A proof that cannot be about
 /// the text ends the process, and so does a file that cannot be written.
 void Run::stateProblem(const formats::Linear& linear) {
   if (settings.proof.empty() && settings.opb.empty()) return;
   if (settings.opb.empty()) {
     const std::string obstacle = Statement::obstacle(problem);
-    if (!obstacle.empty()) {
-      process::complain("a proof cannot be about this text, which " + obstacle +
-                        "; it can be about a file that --write-opb FILE writes");
-      process::endNow(exit_usage);
-    }
+    if (!obstacle.empty())
+      giveUp("a proof cannot be about this text, which " + obstacle +
+                 "; it can be about a file that --write-opb FILE writes",
+             exit_usage);
     statement.emplace(problem, linear, false);
     return;
   }
@@ -201,9 +212,7 @@ void Run::stateProblem(const formats::Linear& linear) {
   ProofFile file(settings.opb);
   statement->writeOpb([&](const std::string& text) { file.write(text.data(), text.size()); });
   file.close();
-  if (!file.hasFailed()) return;
-  process::complain(settings.opb + ": it could not be written");
-  process::endNow(process::exit_no_output);
+  if (file.hasFailed()) giveUp(settings.opb + ": it could not be written", process::exit_no_output);
 }
 
 Verdict Run::solve() {
@@ -250,14 +259,19 @@ Verdict Run::solve() {
   return Verdict::unknown;
 }
 
-/// States the result and ends the process; does nothing when the other thread is at that already.
-void Run::end(Verdict claimed, const std::string& stopped_by,
-              const std::optional<estoc::Statistics>& engine_counters) {
+RunFacts Run::factsNow() const {
   RunFacts facts;
   facts.read = read_at;
   facts.loaded = loaded_at;
   facts.ended = process::wallTicks() - start;
   facts.processor = process::processorTicks();
+  return facts;
+}
+
+/// States the result and ends the process; does nothing when the other thread is at that already.
+void Run::end(Verdict claimed, const std::string& stopped_by,
+              const std::optional<estoc::Statistics>& engine_counters) {
+  RunFacts facts = factsNow();
   facts.stopped_by = stopped_by;
   facts.counters = engine_counters;
   if (!stopped_by.empty()) findings.comment(1, "stopped by " + stopped_by);
@@ -272,8 +286,10 @@ void Run::end(Verdict claimed, const std::string& stopped_by,
   const std::optional<Verdict> verdict = findings.conclude(claimed);
   if (!verdict) return;
   facts.verdict = *verdict;
-  stats.write(settings, problem, findings, facts);
-  if (proof && proof->hasFailed()) process::endNow(process::exit_no_output);
+  const bool has_stats = stats.write(settings, problem, findings, facts);
+  const bool has_report = report.write(settings, problem, findings, facts);
+  const bool has_proof = !proof || !proof->hasFailed();
+  if (!has_stats || !has_report || !has_proof) process::endNow(process::exit_no_output);
   const bool nothing_left = *verdict == Verdict::unknown && stopped_by == no_memory;
   process::endNow(nothing_left ? int{process::exit_no_memory} : exitCodeOf(*verdict));
 }

@@ -6,7 +6,7 @@
 #include "CommandLine.h"
 #include "Findings.h"
 #include "ProofLog.h"
-#include "StatsFile.h"
+#include "Report.h"
 #include "process/Watchdog.h"
 
 #include <atomic>
@@ -29,6 +29,7 @@ class Run {
   formats::Problem problem;
   Findings findings;
   StatsFile stats;
+  Report report;
   std::optional<Statement> statement; ///< of what is proven, if a proof is written
   std::optional<ProofLog> proof;
   std::optional<estoc::Statistics> counters; ///< at the end of the search
@@ -48,10 +49,12 @@ class Run {
   void setSolver(estoc::Solver* which);
   std::string stoppedBy() const;
   Verdict read();
+  [[noreturn]] void giveUp(const std::string& message, int code);
   void stateProblem(const formats::Linear& linear);
   Verdict solve();
   void end(Verdict claimed, const std::string& stopped_by,
            const std::optional<estoc::Statistics>& engine_counters);
+  RunFacts factsNow() const;
 };
 
 #endif

@@ -4,10 +4,7 @@
 
 #include "Techniques.h"
 #include "formats/ProblemReader.h"
-#include "process/Program.h"
 
-#include <cerrno>
-#include <cstring>
 #include <nlohmann/json.hpp>
 
 namespace {
@@ -67,26 +64,14 @@ Json describe(const Settings& settings, const formats::Problem& problem, const F
   };
 }
 
-[[noreturn]] void fail(const std::string& path) {
-  process::complain(path + ": " + std::strerror(errno));
-  process::endNow(process::exit_no_output);
-}
-
 } // namespace
 
-StatsFile::StatsFile(const std::string& name) : path(name) {
-  if (path.empty()) return;
-  file.reset(std::fopen(path.c_str(), "w"));
-  if (file == nullptr) fail(path);
-}
-
-void StatsFile::write(const Settings& settings, const formats::Problem& problem,
+bool StatsFile::write(const Settings& settings, const formats::Problem& problem,
                       const Findings& findings, const RunFacts& facts) {
-  if (file == nullptr) return;
-  // File names need not be UTF-8.
-  const std::string text = describe(settings, problem, findings, facts)
-                               .dump(2, ' ', false, Json::error_handler_t::replace) +
-                           "\n";
-  const bool written = std::fwrite(text.data(), 1, text.size(), file.get()) == text.size();
-  if (std::fclose(file.release()) != 0 || !written) fail(path);
+  return file.write([&] {
+    // File names need not be UTF-8.
+    return describe(settings, problem, findings, facts)
+               .dump(2, ' ', false, Json::error_handler_t::replace) +
+           "\n";
+  });
 }

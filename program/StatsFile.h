@@ -5,14 +5,13 @@
 
 #include "CommandLine.h"
 #include "Findings.h"
+#include "ResultFile.h"
 #include "estoc/Solver.h"
 
-#include <cstdio>
-#include <memory>
 #include <optional>
 #include <string>
 
-/// What the file tells beside the findings.
+/// What the files at the end tell beside the findings.
 struct RunFacts {
   process::Ticks read = 0;   ///< when the problem had been read, since the beginning; 0: it was not
   process::Ticks loaded = 0; ///< when the engine had it; 0: it never had
@@ -21,22 +20,19 @@ struct RunFacts {
   Verdict verdict = Verdict::unknown;
   std::string stopped_by = {}; ///< empty when nothing did
   std::optional<estoc::Statistics> counters = {};
+  std::string failure = {}; ///< the message that ended the run in place of a verdict
 };
 
-/// Opened at once, so that a wrong name is known before the search; written at the end.
+/// Opened at once, written at the end.
 class StatsFile {
-  struct Closer {
-    void operator()(std::FILE* open_file) const { std::fclose(open_file); }
-  };
-  std::string path;
-  std::unique_ptr<std::FILE, Closer> file;
+  ResultFile file;
 
  public:
-  /// No file if `path` is empty. Ends the process if it cannot be opened.
-  explicit StatsFile(const std::string& name);
-  /// Ends the process if it cannot be written. Once.
-  void write(const Settings& settings, const formats::Problem& problem, const Findings& findings,
-             const RunFacts& facts);
+  /// No file if `name` is empty. Ends the process if it cannot be opened.
+  explicit StatsFile(const std::string& name) : file(name) {}
+  /// False, after a message, if it cannot be written. Once.
+  [[nodiscard]] bool write(const Settings& settings, const formats::Problem& problem,
+                           const Findings& findings, const RunFacts& facts);
 };
 
 /// The counters of the engine by name, in one order for all outputs.

@@ -44,6 +44,7 @@ if [ "${1:-}" = ci ]; then
   need shellcheck which shellcheck
   need pkg-config which pkg-config
   need lintian which lintian
+  need chromium which chromium # in which tests look at reports
 fi
 [ -n "$lacking" ] || exit 0
 

@@ -33,8 +33,8 @@ PROGRAMS = {
     "quillon": ["--t", "--help"],
     "estoc": [
         "--time-limit", "--cpu-limit", "--memory-limit", "--seed", "--verbosity",
-        "--no-values", "--format", "--stats", "--proof", "--proof-version", "--write-opb", "--help",
-        "--version", "--smallest-width",
+        "--no-values", "--format", "--stats", "--report", "--proof", "--proof-version", "--write-opb",
+        "--help", "--version", "--smallest-width",
         *(f"--no-{name}" for name in re.findall(
             r'^    {"([a-z-]+)", &estoc::', (ROOT / "program/Techniques.h").read_text(), re.M)),
     ],
