@@ -75,9 +75,9 @@ bool Improver::build() {
   return true;
 }
 
-bool Improver::isDue() const {
+bool Improver::isDue(std::uint64_t work) const {
   if (!options.local_search || hopeless) return false;
-  const std::uint64_t allowed = search.work() * options.pace;
+  const std::uint64_t allowed = work * options.pace;
   return share < 0 ? spent() <= allowed << -share : spent() << share <= allowed;
 }
 

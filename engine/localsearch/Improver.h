@@ -23,8 +23,8 @@ class Improver {
   /// `cost_terms` (positive weights, no variable twice) may be empty; they and `s` outlive it.
   Improver(const Options& o, Search& s, const std::vector<WideTerm>& cost_terms, Var variables);
 
-  /// Whether a slice is due.
-  bool isDue() const;
+  /// Whether a slice is due when all others have done so much work.
+  bool isDue(std::uint64_t work) const;
   /// Begins a slice at `at`, an entry for each variable of the problem, or where the last one ended
   /// if there is none; what is known at level 0 goes before. `has_solution`: somebody has found
   /// one. False when there is nothing to search.

@@ -298,7 +298,7 @@ Verdict Coordinator::run(Listener* listener) {
   Strategy turn = relaxer != nullptr ? Strategy::lp : Strategy::linear;
   int streak = 0; ///< slices in a row that have moved a bound
   for (;;) {
-    if (improver.isDue()) {
+    if (improver.isDue(work())) {
       const SliceEnd end = localSlice(listener, localStart());
       if (end == SliceEnd::proven) return Verdict::optimal;
       if (end == SliceEnd::interrupted) return upper ? Verdict::satisfiable : Verdict::unknown;
