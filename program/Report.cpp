@@ -103,29 +103,29 @@ std::string card(const std::string& name, const std::string& value, const std::s
          (more.empty() ? "" : "<small>" + more + "</small>") + "</div>\n";
 }
 
-/// When the last event of the kind was, and whose it is.
-std::string originOf(const Timeline& timeline, What what) {
+/// Who found `value`, the last of its kind, and when; the end of the search finds bounds, too.
+std::string originOf(const Timeline& timeline, What what, const std::optional<Int>& value) {
+  if (!value) return "";
   const auto& events = timeline.events;
   const auto last = std::find_if(events.rbegin(), events.rend(),
                                  [what](const Findings::Event& e) { return e.what == what; });
-  if (last == events.rend()) return "";
+  if (last == events.rend() || last->value != *value) return "all others are excluded";
   return html::escaped(last->who) + ", " + durationOf(last->time);
 }
 
 std::string cardsOf(const Subject& s) {
   std::string cards = "<div class=\"cards\">\n";
   if (s.optimises) {
-    const bool is_closed = s.best() && s.best() == s.proven();
     const auto gap = s.timeline.bounds.gap();
     cards += card("best solution", s.best() ? html::number(*s.best()) : "none",
-                  originOf(s.timeline, What::solution));
+                  originOf(s.timeline, What::solution, s.best()));
     cards += card(s.timeline.maximises ? "proven upper bound" : "proven lower bound",
                   s.proven() ? html::number(*s.proven()) : "none",
-                  is_closed ? "all others excluded" : originOf(s.timeline, What::bound));
+                  originOf(s.timeline, What::bound, s.proven()));
     cards += card("gap", gap ? html::percent(*gap) : "\xE2\x80\x93",
                   gap ? "of the larger bound" : "a bound is missing");
   } else if (s.is_read && !s.timeline.events.empty()) {
-    cards += card("solution", "found", originOf(s.timeline, What::solution));
+    cards += card("solution", "found", originOf(s.timeline, What::solution, 0));
   }
   if (s.facts.counters)
     cards += card("conflicts", html::number(static_cast<Int>(s.facts.counters->conflicts)));

@@ -15,8 +15,12 @@ ResultFile::ResultFile(const std::string& name) : path(name) {
   process::endNow(process::exit_no_output);
 }
 
-void ResultFile::complain(const char* reason) const {
-  process::complain(path + ": " + reason);
+void ResultFile::complain(const char* reason) const noexcept {
+  try {
+    process::complain(path + ": " + reason);
+  } catch (const std::bad_alloc&) {
+    std::fputs("estoc: a file cannot be written: memory exhausted\n", stderr);
+  }
 }
 
 bool ResultFile::put(const std::string& text) {

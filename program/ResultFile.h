@@ -16,7 +16,7 @@ class ResultFile {
   std::string path;
   std::unique_ptr<std::FILE, Closer> file;
 
-  void complain(const char* reason) const;
+  void complain(const char* reason) const noexcept;
 
  public:
   /// No file if `name` is empty. Ends the process with `process::exit_no_output` if it cannot be
@@ -32,8 +32,8 @@ class ResultFile {
       return put(text());
     } catch (const std::bad_alloc&) {
       complain("memory exhausted");
-      return false;
     }
+    return false;
   }
 
  private:

@@ -229,6 +229,33 @@ TEST(Program, MemoryMayRunOutAtAnyMoment) {
   EXPECT_GT(with_solution, 0);
 }
 
+TEST(Program, MemoryMayRunOutWhileTheReportIsWritten) {
+  if (!own_allocator) GTEST_SKIP() << "AddressSanitizer has an allocator of its own";
+  const std::string report = fileWith("", "report.html");
+  constexpr long after_libraries = 100; // have made their static data
+  int unwritten = 0;
+  for (const bool once : {true, false})
+    for (long number = after_libraries, in_a_row = 0; in_a_row < 3; number += 1 + number / 32) {
+      const Finished f = run({.program = "estoc",
+                              .arguments = {"--no-lp", "--report", report},
+                              .environment = {{"LD_PRELOAD", FAILING_MALLOC},
+                                              {"FAIL_FROM", std::to_string(number)},
+                                              {"FAIL_ONCE", once ? "1" : "0"}},
+                              .input = "min: 1 x 2 y;\n1 x 1 y >= 1;"});
+      in_a_row = f.exit == 30 ? in_a_row + 1 : 0;
+      if (f.exit == 30 || f.exit == 10) {
+        EXPECT_TRUE(slurp(report).ends_with("</html>\n")) << number;
+      } else if (f.exit == 74) {
+        unwritten++;
+        EXPECT_NE(f.out.find("\ns "), std::string::npos) << number << f.out;
+        EXPECT_NE(f.err.find("memory exhausted"), std::string::npos) << number << f.err;
+      } else {
+        EXPECT_TRUE(f.exit == 71 || f.exit == 66) << number << ": " << f.exit << f.err;
+      }
+    }
+  EXPECT_GT(unwritten, 0);
+}
+
 TEST(Program, MemoryLimitIsKept) {
   if (!own_allocator) GTEST_SKIP() << "AddressSanitizer reserves terabytes";
   std::string input;
