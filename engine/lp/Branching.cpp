@@ -9,9 +9,9 @@ namespace estoc {
 namespace {
 constexpr double integral = 1e-6;      ///< values this near to 0 or 1 count as that
 constexpr int node_limit = 100000;     ///< pivots of a node
-constexpr std::uint32_t reliable = 5;  ///< observations that make trying out unnecessary
+constexpr std::uint32_t reliable = 2;  ///< observations that make trying out unnecessary
 constexpr std::size_t batch = 9;       ///< candidates tried out before the best one must change
-constexpr std::size_t most_tried = 90; ///< candidates tried out at one node
+constexpr std::size_t most_tried = 36; ///< candidates tried out at one node
 } // namespace
 
 Branching::Branching(Relaxer& r, Search& s)
@@ -147,7 +147,7 @@ void Branching::tryOut() {
   std::size_t tried = 0;
   double best = 0;
   for (std::size_t i = 0; i < candidates.size() && tried < most_tried;) {
-    if (probe_pivots > node_pivots / 2 + 1000) return;
+    if (probe_pivots > node_pivots / 4 + 1000) return;
     std::vector<int> columns;
     std::vector<std::size_t> which;
     for (; i < candidates.size() && columns.size() < batch; i++) {

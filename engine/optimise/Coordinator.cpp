@@ -331,14 +331,15 @@ Verdict Coordinator::run(Listener* listener) {
   }
 }
 
-/// Who has had least of what is due.
+/// Who has had least of what is due. Cores have far to go to a bound that the relaxation has
+/// beaten, and get less then.
 Strategy Coordinator::next() const {
+  const auto had = [&](Strategy s) { return work_of[static_cast<int>(s)]; };
+  const bool beaten = relaxer != nullptr && relaxer->lowerCost() > core_guided.lowerCost();
+  const std::uint64_t cores = had(Strategy::core_guided) * (beaten ? 4 : 1);
   Strategy chosen = Strategy::linear;
-  const auto consider = [&](Strategy s, std::uint64_t share) {
-    if (work_of[static_cast<int>(s)] / share < work_of[static_cast<int>(chosen)]) chosen = s;
-  };
-  if (options.core_guided) consider(Strategy::core_guided, 1);
-  if (relaxer != nullptr) consider(Strategy::lp, lp_share);
+  if (options.core_guided && cores < had(Strategy::linear)) chosen = Strategy::core_guided;
+  if (relaxer != nullptr && had(Strategy::lp) / lp_share < had(chosen)) chosen = Strategy::lp;
   return chosen;
 }
 
