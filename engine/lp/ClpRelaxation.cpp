@@ -9,6 +9,7 @@
 #include <ClpSimplex.hpp>
 
 #include <algorithm>
+#include <exception>
 
 namespace estoc {
 
@@ -27,15 +28,34 @@ class Interrupter final : public ClpEventHandler {
   ClpEventHandler* clone() const override { return new Interrupter(*this); }
 };
 
+/// Lives while the library works. If an exception ends that, most likely since memory is exhausted,
+/// the model is not `whole` any more: it may have freed a part of itself already.
+class Working {
+  bool& whole;
+
+ public:
+  explicit Working(bool& w) : whole(w) { whole = false; }
+  Working(const Working&) = delete;
+  Working& operator=(const Working&) = delete;
+  ~Working() { whole = std::uncaught_exceptions() == 0; }
+};
+
 class ClpRelaxation final : public Relaxation {
-  ClpSimplex model;
+  std::unique_ptr<ClpSimplex> owned = std::make_unique<ClpSimplex>();
+  ClpSimplex& model = *owned;
+  bool whole = true;
   End end = End::trouble;
   std::vector<double> multiplier;
   std::uint64_t all_pivots = 0;
   double cutoff = COIN_DBL_MAX;
 
  public:
-  ClpRelaxation(int columns, const std::atomic<bool>& interrupt) {
+  ClpRelaxation() = default;
+  ~ClpRelaxation() override {
+    if (!whole) static_cast<void>(owned.release()); // lost, since it cannot be destroyed
+  }
+  void begin(int columns, const std::atomic<bool>& interrupt) {
+    const Working working(whole);
     model.setLogLevel(0);
     model.resize(0, columns);
     for (int i = 0; i < columns; i++) {
@@ -51,10 +71,12 @@ class ClpRelaxation final : public Relaxation {
   int rows() const override { return model.numberRows(); }
   void addRows(const RelaxationRows& more) override {
     if (more.count() == 0) return;
+    const Working working(whole);
     model.addRows(more.count(), more.lower.data(), more.upper.data(), more.starts.data(),
                   more.columns.data(), more.coefficients.data());
   }
   void removeRows(const std::vector<int>& which) override {
+    const Working working(whole);
     if (!which.empty()) model.deleteRows(static_cast<int>(which.size()), which.data());
   }
   void setCost(int column, double cost) override { model.setObjectiveCoefficient(column, cost); }
@@ -85,6 +107,7 @@ class ClpRelaxation final : public Relaxation {
   static constexpr unsigned keep_rays = 32;
 
   End once(int pivots) {
+    const Working working(whole);
     model.setMaximumIterations(pivots);
     model.dual(0, 0);
     all_pivots += static_cast<std::uint64_t>(std::max(0, model.numberIterations()));
@@ -120,6 +143,7 @@ class ClpRelaxation final : public Relaxation {
 };
 
 std::vector<ProbedColumn> ClpRelaxation::probe(const std::vector<int>& columns, int pivots) {
+  const Working working(whole);
   std::vector<ProbedColumn> result(columns.size());
   if (end != End::optimal || columns.empty()) return result;
   const auto n = static_cast<int>(columns.size());
@@ -151,7 +175,9 @@ std::vector<ProbedColumn> ClpRelaxation::probe(const std::vector<int>& columns, 
 } // namespace
 
 std::unique_ptr<Relaxation> makeRelaxation(int columns, const std::atomic<bool>& interrupt) {
-  return std::make_unique<ClpRelaxation>(columns, interrupt);
+  auto relaxation = std::make_unique<ClpRelaxation>();
+  relaxation->begin(columns, interrupt);
+  return relaxation;
 }
 
 const char* relaxationLibrary() {
