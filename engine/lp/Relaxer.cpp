@@ -133,8 +133,7 @@ Relaxed Relaxer::settle(bool expected) {
 /// Sums up the rows and what is demanded.
 bool Relaxer::addDemanded() {
   const Int128 unit = addUp(true);
-  if (unit != 0) 
-    lp.addDemand(sum, unit, *demanded - 1, demand_unless, demand_id, derivation.get());
+  if (unit != 0) lp.addDemand(sum, unit, *demanded - 1, demand_unless, demand_id, derivation.get());
   return unit != 0;
 }
 

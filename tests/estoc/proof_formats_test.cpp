@@ -132,8 +132,8 @@ Outcome prove(Draws& draws, const std::string& text, bool written) {
   const bool optimises = problem->hasObjective();
   if (verdict == estoc::Verdict::optimal) {
     const estoc::Int128 cost = *solver.upperBound();
-    const std::string value = trial::text(written ? cost - statement.surplus()
-                                                  : userValue(problem->objective, cost));
+    const std::string value =
+        trial::text(written ? cost - statement.surplus() : userValue(problem->objective, cost));
     outcome.expected = "s VERIFIED BOUNDS " + value + " <= obj <= " + value;
   } else if (verdict == estoc::Verdict::satisfiable) {
     outcome.expected = "s VERIFIED SATISFIABLE";
