@@ -133,7 +133,7 @@ void Statement::writeOpb(const std::function<void(const std::string&)>& write) c
     appendTerms(linear.objective);
     text += ";\n";
   }
-  for (const formats::Rows* const rows : {&problem.rows, &linear.rows})
+  for (const formats::Rows* const rows : {&problem.rows, &linear.rows}) {
     for (const formats::Row row : *rows) {
       appendTerms(row.form);
       text += formats::signOf(row.relation);
@@ -145,5 +145,6 @@ void Statement::writeOpb(const std::function<void(const std::string&)>& write) c
       write(text);
       text.clear();
     }
+  }
   write(text);
 }
