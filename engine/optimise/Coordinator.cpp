@@ -16,6 +16,8 @@ constexpr std::uint64_t slice = 1000;
 constexpr std::uint64_t first_slice = 5000;
 /// Work of a slice of branching by the relaxation.
 constexpr std::uint64_t lp_slice = 50000000;
+/// Of so many slices of branching one dives.
+constexpr std::uint64_t dive_interval = 8;
 /// Work on branching for each unit of the others.
 constexpr std::uint64_t lp_share = 4;
 } // namespace
@@ -227,13 +229,13 @@ void Coordinator::startRelaxation() {
   if (upper) relaxer->demandLess(*upper, upper_id);
 }
 
-/// States the next target, or none, and lets the relaxation demand what there is to demand.
-void Coordinator::aim() {
+/// States the next target, or none to dive, and lets the relaxation demand what there is to demand.
+void Coordinator::aim(bool dive) {
   if (!upper) return;
   aimed_at = work();
   const Int128 gap = *upper - lower;
   const Int128 most = lower + (gap <= 1 ? Int128{0} : (gap - 1) * target_share / 16);
-  if (!options.targets || !target.isPossible() || most + 1 >= *upper)
+  if (dive || !options.targets || !target.isPossible() || most + 1 >= *upper)
     target.drop();
   else if (!target.isStated() || target.most() != most)
     target.state(most);
@@ -244,9 +246,13 @@ void Coordinator::aim() {
 }
 
 Coordinator::SliceEnd Coordinator::branchingSlice(Listener* listener, std::uint64_t budget) {
-  const bool dive = !upper;
+  // What local search has found may be bad, and then targets may be out of reach.
+  const bool dive =
+      !upper || (branching_slices % dive_interval == 1 && (*upper - lower) > *upper / 64);
+  branching_slices++;
+  if (dive) branching->forget();
   branching->begin(budget, dive);
-  aim();
+  aim(dive);
   search.setGuide(branching.get());
   SliceEnd result = SliceEnd::stuck;
   for (bool ended = false; !ended;) {
@@ -259,9 +265,9 @@ Coordinator::SliceEnd Coordinator::branchingSlice(Listener* listener, std::uint6
     case Outcome::model:
       takeModel(listener, Strategy::lp);
       result = closed() ? SliceEnd::proven : SliceEnd::moved;
-      ended = closed();
+      ended = closed() || dive;
       target_share = least_share;
-      aim();
+      if (!dive) aim(false);
       break;
     case Outcome::core:
       // What was refuted at once was too low to be worth a step.
@@ -272,14 +278,14 @@ Coordinator::SliceEnd Coordinator::branchingSlice(Listener* listener, std::uint6
       if (closed()) break;
       result = SliceEnd::moved;
       ended = false;
-      aim();
+      aim(false);
       break;
     case Outcome::unsatisfiable:
       result = upper ? SliceEnd::proven : SliceEnd::infeasible;
       break;
     case Outcome::exhausted:
       if (closed()) result = SliceEnd::proven;
-      if (result == SliceEnd::stuck) // a higher target, and after the highest a low one
+      if (result == SliceEnd::stuck && !dive) // a higher target, and after the highest a low one
         target_share = target_share < 16 ? 2 * target_share : least_share;
       break;
     case Outcome::interrupted:

@@ -61,6 +61,7 @@ class Coordinator {
   std::unique_ptr<Relaxer> relaxer;
   std::unique_ptr<Branching> branching;
   std::uint64_t slices = 0;
+  std::uint64_t branching_slices = 0;
 
   enum class SliceEnd { moved, stuck, proven, infeasible, interrupted };
   SliceEnd linearSlice(Listener* listener, std::uint64_t conflicts);
@@ -70,7 +71,7 @@ class Coordinator {
   SliceEnd localSlice(Listener* listener, std::vector<bool> from);
   SliceEnd branchingSlice(Listener* listener, std::uint64_t budget);
   void startRelaxation();
-  void aim();
+  void aim(bool dive);
   Strategy next() const;
   std::uint64_t work() const { return search.work() + (relaxer != nullptr ? relaxer->work() : 0); }
   void takeModel(Listener* listener, Strategy by);
