@@ -234,7 +234,8 @@ void Coordinator::aim(bool dive) {
   if (!upper) return;
   aimed_at = work();
   const Int128 gap = *upper - lower;
-  const Int128 most = lower + (gap <= 1 ? Int128{0} : (gap - 1) * target_share / 16);
+  const Int128 room = gap <= 1 ? Int128{0} : gap - 1;
+  const Int128 most = lower + room / 16 * target_share + room % 16 * target_share / 16;
   if (dive || !options.targets || !target.isPossible() || most + 1 >= *upper)
     target.drop();
   else if (!target.isStated() || target.most() != most)
