@@ -25,16 +25,16 @@ double niceStep(double least) {
 }
 
 /// Takes the labels away that would touch the one before.
-std::vector<Tick> withRoom(std::vector<Tick> ticks, double distance) {
+std::vector<Tick> withRoom(std::vector<Tick> made, double distance) {
   double last = -1;
-  for (Tick& tick : ticks) {
+  for (Tick& tick : made) {
     if (tick.label.empty()) continue;
     if (tick.at - last < distance)
       tick.label.clear();
     else
       last = tick.at;
   }
-  return ticks;
+  return made;
 }
 
 /// 10 to the power of `exponent`, 0 to 38.
@@ -97,13 +97,13 @@ double TimeAxis::atSeconds(double seconds) const {
 }
 
 std::vector<Tick> TimeAxis::ticks() const {
-  std::vector<Tick> ticks;
+  std::vector<Tick> made;
   constexpr int most = 6;
   if (!is_logarithmic) {
     const double step = niceStep((last - first) / (most - 1));
     for (int i = static_cast<int>(std::ceil(first / step)); i * step <= last * (1 + 1e-9); i++)
-      ticks.push_back({atSeconds(i * step), i == 0 ? "0" : html::duration(i * step)});
-    return ticks;
+      made.push_back({atSeconds(i * step), i == 0 ? "0" : html::duration(i * step)});
+    return made;
   }
   const int low = static_cast<int>(std::floor(std::log10(first)));
   const int high = static_cast<int>(std::floor(std::log10(last)));
@@ -113,11 +113,11 @@ std::vector<Tick> TimeAxis::ticks() const {
       const double seconds = factor * std::pow(10, decade);
       if (seconds < first || seconds > last) continue;
       const bool labelled = high - low <= 2 || (factor == 1 && (decade - low) % stride == 0);
-      ticks.push_back({atSeconds(seconds), labelled ? html::duration(seconds) : ""});
+      made.push_back({atSeconds(seconds), labelled ? html::duration(seconds) : ""});
     }
   }
   constexpr double wide_label = 0.13;
-  return withRoom(std::move(ticks), wide_label);
+  return withRoom(std::move(made), wide_label);
 }
 
 ValueAxis::ValueAxis(const std::vector<Int>& values, Int scale) {
@@ -150,35 +150,34 @@ std::vector<Tick> ValueAxis::linearTicks() const {
   const int exponent = static_cast<int>(std::floor(std::log10(wanted) + 1e-9));
   const auto factor = static_cast<int>(std::llround(wanted / std::pow(10, exponent)));
   const Int step = factor * powerOfTen(exponent);
-  std::vector<Tick> ticks;
+  std::vector<Tick> made;
   Int value = low - low % step; // towards 0, so it cannot leave the range
   while (at(value) > 0 && value >= -formats::largest_int + step) value -= step;
   for (;;) {
     const double place = at(value);
     if (place > 1) break;
-    if (place >= 0) ticks.push_back({place, labelOf(value, step)});
+    if (place >= 0) made.push_back({place, labelOf(value, step)});
     if (value > formats::largest_int - step) break;
     value += step;
   }
-  return ticks;
+  return made;
 }
 
 std::vector<Tick> ValueAxis::logarithmicTicks() const {
-  std::vector<Tick> ticks;
+  std::vector<Tick> made;
   const auto add = [&](Int value) {
     const double place = at(value);
     if (place < 0 || place > 1) return;
     constexpr Int in_full = 10000;
     const Int size = formats::magnitude(value);
-    ticks.push_back({place, size <= in_full
-                                ? html::number(value)
-                                : (value < 0 ? "\xE2\x88\x92" : "") + exponentOf(size)});
+    made.push_back({place, size <= in_full ? html::number(value)
+                                           : (value < 0 ? "\xE2\x88\x92" : "") + exponentOf(size)});
   };
   constexpr int largest_exponent = 38;
   for (int e = largest_exponent; e > 0; e--) add(-powerOfTen(e));
   add(0);
   for (int e = 1; e <= largest_exponent; e++) add(powerOfTen(e));
-  return withRoom(std::move(ticks), label_distance);
+  return withRoom(std::move(made), label_distance);
 }
 
 ShareAxis::ShareAxis(const std::vector<double>& shares) {
@@ -206,18 +205,18 @@ double ShareAxis::at(double share) const {
 }
 
 std::vector<Tick> ShareAxis::ticks() const {
-  std::vector<Tick> ticks = {{0, "0"}};
+  std::vector<Tick> made = {{0, "0"}};
   constexpr int most = 4;
   if (is_logarithmic) {
     for (int decade = static_cast<int>(std::ceil(bottom)); decade <= top; decade++) {
       const double share = std::pow(10, decade);
-      ticks.push_back({at(share), html::printed("%.3g%%", 100 * share)});
+      made.push_back({at(share), html::printed("%.3g%%", 100 * share)});
     }
   } else {
     const double step = niceStep(top / most);
     for (int i = 1; i * step <= top; i++)
-      ticks.push_back({at(i * step), html::printed("%.3g%%", 100 * i * step)});
+      made.push_back({at(i * step), html::printed("%.3g%%", 100 * i * step)});
   }
   constexpr double low_panel = 0.15;
-  return withRoom(std::move(ticks), low_panel);
+  return withRoom(std::move(made), low_panel);
 }

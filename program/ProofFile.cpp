@@ -71,7 +71,7 @@ class GzipPacker final : public ProofFile::Packer {
 
 class XzPacker final : public ProofFile::Packer {
   lzma_stream stream = LZMA_STREAM_INIT;
-  std::uint8_t out[chunk];
+  std::uint8_t out[chunk]{};
 
   bool run(lzma_action action) {
     lzma_ret result = LZMA_OK;

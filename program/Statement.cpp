@@ -133,8 +133,8 @@ void Statement::writeOpb(const std::function<void(const std::string&)>& write) c
     appendTerms(linear.objective);
     text += ";\n";
   }
-  for (const formats::Rows* const rows : {&problem.rows, &linear.rows}) {
-    for (const formats::Row row : *rows) {
+  for (const formats::Rows* const part : {&problem.rows, &linear.rows}) {
+    for (const formats::Row row : *part) {
       appendTerms(row.form);
       text += formats::signOf(row.relation);
       text += ' ';

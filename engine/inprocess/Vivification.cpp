@@ -123,7 +123,6 @@ bool Vivification::vivify(const Candidate& candidate) {
       }
       shorter.push_back(l);
       decisionsBehind(trail.reason(l.var()), l);
-      explained = true;
       break;
     }
     propagation.openLevel();

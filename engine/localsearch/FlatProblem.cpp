@@ -28,11 +28,11 @@ bool FlatProblem::endRow(Int128 degree) {
   // sum (a / divisor, rounded down) * l >= degree / divisor, rounded up, implies the row.
   std::int64_t reachable = 0;
   for (const WideTerm& t : pending) {
-    const auto coefficient = static_cast<std::int64_t>(t.coefficient / divisor);
-    if (coefficient == 0) continue;
+    const auto rounded = static_cast<std::int64_t>(t.coefficient / divisor);
+    if (rounded == 0) continue;
     literals.push_back(t.literal);
-    coefficients.push_back(coefficient);
-    reachable += coefficient;
+    coefficients.push_back(rounded);
+    reachable += rounded;
   }
   row_starts.push_back(literals.size());
   degrees.push_back(static_cast<std::int64_t>(ceilDiv(degree, divisor)));

@@ -148,8 +148,8 @@ void LinearProgram::setCosts() {
   }
   if (bits > cost_bits) cost_unit = powerOfTwo(cost_bits - bits);
   for (const WideTerm& t : costs->terms) {
-    const double cost = static_cast<double>(t.coefficient) * cost_unit;
-    lp->setCost(t.literal.var(), t.literal.negated() ? -cost : cost);
+    const double scaled = static_cast<double>(t.coefficient) * cost_unit;
+    lp->setCost(t.literal.var(), t.literal.negated() ? -scaled : scaled);
     if (t.literal.negated()) cost_constant += static_cast<double>(t.coefficient);
   }
 }
@@ -167,8 +167,8 @@ void LinearProgram::takeGuidingCosts() {
   const int bits = bitLength(longest->largest);
   const double unit = bits > cost_bits ? powerOfTwo(cost_bits - bits) : 1;
   for (std::size_t i = longest->start; i < longest->start + longest->size; i++) {
-    const double cost = static_cast<double>(terms[i].coefficient) * unit;
-    lp->setCost(terms[i].literal.var(), terms[i].literal.negated() ? cost : -cost);
+    const double scaled = static_cast<double>(terms[i].coefficient) * unit;
+    lp->setCost(terms[i].literal.var(), terms[i].literal.negated() ? scaled : -scaled);
   }
 }
 

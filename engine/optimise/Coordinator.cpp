@@ -343,9 +343,9 @@ Verdict Coordinator::run(Listener* listener) {
 Strategy Coordinator::next() const {
   const auto had = [&](Strategy s) { return work_of[static_cast<int>(s)]; };
   const bool beaten = relaxer != nullptr && relaxer->lowerCost() > core_guided.lowerCost();
-  const std::uint64_t cores = had(Strategy::core_guided) * (beaten ? 4 : 1);
+  const std::uint64_t by_cores = had(Strategy::core_guided) * (beaten ? 4 : 1);
   Strategy chosen = Strategy::linear;
-  if (options.core_guided && cores < had(Strategy::linear)) chosen = Strategy::core_guided;
+  if (options.core_guided && by_cores < had(Strategy::linear)) chosen = Strategy::core_guided;
   if (relaxer != nullptr && had(Strategy::lp) / lp_share < had(chosen)) chosen = Strategy::lp;
   return chosen;
 }

@@ -20,11 +20,11 @@ class Text {
   std::size_t capacity = 0;
 
   void grow(std::size_t wanted) {
-    const std::size_t size = std::max({wanted, 2 * capacity, std::size_t{256}});
-    std::unique_ptr<char[]> bigger(new char[size]);
+    const std::size_t larger = std::max({wanted, 2 * capacity, std::size_t{256}});
+    std::unique_ptr<char[]> bigger(new char[larger]);
     if (used != 0) std::memcpy(bigger.get(), bytes.get(), used);
     bytes = std::move(bigger);
-    capacity = size;
+    capacity = larger;
   }
   /// Room for `count` more characters.
   char* room(std::size_t count) {

@@ -252,6 +252,7 @@ template <class W> bool Analyzer::addReason(Expression<W>& e, Lit implied) {
       else
         return rounded128;
     }
+    // cppcheck-suppress iterators3 ; it is one field or the other
     ();
     rounded.clear();
     const auto* const terms = g.terms();
