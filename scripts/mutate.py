@@ -36,7 +36,8 @@ ENGINE = [("engine_test", [], [], 60), ("reader_test", [], [], 60),
           ("golden_test", ["quillon-trace"], [], 600)]
 FORMATS = [("formats_test", [], [], 60),
            ("formats_programs_test", ["quillon", "opb2quillon", "quillon-check"], [], 60)]
-ESTOC = [("estoc_differential_test", [], [], 240)]
+ESTOC = [("estoc_relaxation_test", [], [], 60), ("estoc_localsearch_test", [], [], 60),
+         ("estoc_differential_test", [], [], 240), ("estoc_proof_test", [], [], 240)]
 PROGRAM = [("estoc_program_test", ["estoc", "quillon-check"], [], 120)]
 CHECKER = [("checker_test", ["estoc-verify"], [], 60), ("estoc_proof_test", [], [], 240)]
 READER = [ENGINE[1]] + ENGINE[3:]
