@@ -17,28 +17,12 @@ bool Probing::isRoot(Lit l) const {
 
 /// The last literal on level 1 that alone leads to the conflict.
 Lit Probing::bottleneck(Ref conflict) {
-  int open = 0;
-  const auto see = [&](Ref from, int before) {
-    forEachLiteral(propagation.at(from), [&](Lit l) {
-      bench.charge(1);
-      const auto v = static_cast<std::size_t>(l.var());
-      if (!trail.isFalse(l) || trail.position(l.var()) >= before || seen[v] != 0 ||
-          trail.level(l.var()) == 0)
-        return;
-      seen[v] = 1;
-      open++;
-    });
-  };
-  int next_place = trail.size();
-  see(conflict, next_place);
-  for (;;) {
-    const Lit l = trail[--next_place];
-    char& mark = seen[static_cast<std::size_t>(l.var())];
-    if (mark == 0) continue;
-    mark = 0;
-    if (--open == 0) return l;
-    see(trail.reason(l.var()), next_place);
-  }
+  Lit last;
+  bench.walkBack(conflict, trail.size(), [&](Lit l, int others) {
+    last = l;
+    return others > 0;
+  });
+  return last;
 }
 
 bool Probing::probe(Lit l) {
@@ -58,7 +42,6 @@ bool Probing::probe(Lit l) {
 bool Probing::run() {
   const std::uint32_t literals = 2 * static_cast<std::uint32_t>(trail.variables());
   tried.resize(literals);
-  seen.resize(static_cast<std::size_t>(trail.variables()));
   for (std::uint32_t looked = 0; looked < literals && !bench.isOver(); looked++) {
     if (next >= literals) next = 0;
     const Lit l = Lit::fromIndex(next++);

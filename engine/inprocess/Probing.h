@@ -26,7 +26,6 @@ class Probing {
   Propagation& propagation;
   const Trail& trail;
   std::vector<std::int32_t> tried; ///< per literal: facts + 1 when it was last tried in vain
-  std::vector<char> seen;          ///< per variable
   std::uint32_t next = 0;          ///< the index of the literal to look at next
 
   bool isRoot(Lit l) const;

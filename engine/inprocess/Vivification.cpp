@@ -71,32 +71,12 @@ void Vivification::reuseDecisions(const Candidate& candidate) {
 /// Puts into `shorter` the negations of the decisions on which it rests that `ref` is falsified or,
 /// if there is an `implied`, that it implies that.
 void Vivification::decisionsBehind(Ref ref, Lit implied) {
-  int next = implied.isNone() ? trail.size() : trail.position(implied.var());
-  int open = 0;
-  const auto see = [&](Ref from, int before) {
-    forEachLiteral(propagation.at(from), [&](Lit l) {
-      bench.charge(1);
-      const auto v = static_cast<std::size_t>(l.var());
-      if (!trail.isFalse(l) || trail.position(l.var()) >= before || seen[v] != 0 ||
-          trail.level(l.var()) == 0)
-        return;
-      seen[v] = 1;
-      open++;
-    });
-  };
-  see(ref, next);
-  while (open > 0) {
-    const Lit l = trail[--next];
-    char& mark = seen[static_cast<std::size_t>(l.var())];
-    if (mark == 0) continue;
-    mark = 0;
-    open--;
-    const Ref reason = trail.reason(l.var());
-    if (reason == no_ref)
-      shorter.push_back(~l);
-    else
-      see(reason, next);
-  }
+  const int before = implied.isNone() ? trail.size() : trail.position(implied.var());
+  bench.walkBack(ref, before, [&](Lit l, int) {
+    const bool is_decision = trail.reason(l.var()) == no_ref;
+    if (is_decision) shorter.push_back(~l);
+    return !is_decision;
+  });
 }
 
 bool Vivification::vivify(const Candidate& candidate) {
@@ -144,7 +124,6 @@ bool Vivification::vivify(const Candidate& candidate) {
 
 bool Vivification::run() {
   gather();
-  seen.resize(static_cast<std::size_t>(trail.variables()));
   for (const Candidate& candidate : candidates) {
     if (bench.isOver()) break;
     if (!vivify(candidate)) return false;

@@ -36,7 +36,6 @@ class Vivification {
   std::vector<Candidate> candidates;
   std::vector<Lit> sorted;
   std::vector<std::uint32_t> occurrences; ///< per literal
-  std::vector<char> seen;                 ///< per variable
   std::vector<Lit> shorter;
 
   void gather();

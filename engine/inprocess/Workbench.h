@@ -54,6 +54,35 @@ class Workbench {
   /// Whether something has been removed since the last call.
   bool takeChanged() { return std::exchange(changed, false); }
 
+  /// Goes back over the trail through what made constraint `ref` falsified, or made it imply the
+  /// literal at place `before`: calls `goOn(l, others)` for the literals above level 0 that this
+  /// rests on, the newest first, where `others` older ones are known so far. The reason of l takes
+  /// its place if the answer is true; without one there is no more to see of l.
+  template <class F> void walkBack(Ref ref, int before, F&& goOn) {
+    int open = 0;
+    const auto see = [&](Ref from) {
+      forEachLiteral(propagation.at(from), [&](Lit l) {
+        charge(1);
+        char& mark = seen[static_cast<std::size_t>(l.var())];
+        if (!trail.isFalse(l) || trail.position(l.var()) >= before || mark != 0 ||
+            trail.level(l.var()) == 0)
+          return;
+        mark = 1;
+        open++;
+      });
+    };
+    seen.resize(static_cast<std::size_t>(trail.variables()));
+    see(ref);
+    while (open > 0) {
+      const Lit l = trail[--before];
+      char& mark = seen[static_cast<std::size_t>(l.var())];
+      if (mark == 0) continue;
+      mark = 0;
+      open--;
+      if (goOn(l, open)) see(trail.reason(l.var()));
+    }
+  }
+
   /// From now on there is `work` to spend, in visits of watches and terms.
   void startBudget(std::uint64_t work) { end = spent() + work; }
   /// Whether it is spent, or somebody wants the search to end.
@@ -69,6 +98,7 @@ class Workbench {
   std::uint64_t steps = 0;
   std::uint64_t end = 0;
   bool changed = false;
+  std::vector<char> seen; ///< per variable, during `walkBack`
 };
 
 } // namespace estoc
