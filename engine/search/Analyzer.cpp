@@ -363,21 +363,20 @@ template <class W> void Analyzer::extract(Expression<W>& e, LearntRow& row) {
   e.clear();
 }
 
-/// The lowest level at which `row` implies something.
-int Analyzer::assertionLevel(const LearntRow& row) {
+int Analyzer::lowestImplying(const LearntRow& row) {
   std::vector<int> levels; // at which something of the row is falsified
   std::int64_t slack = -row.degree;
   for (const auto& t : row.terms) {
     slack += t.coefficient;
-    const Var v = t.literal.var();
-    if (!isFalsified(t.literal) || trail.level(v) >= level) continue;
-    std::int64_t& sum = level_sums[static_cast<std::size_t>(trail.level(v))];
-    if (sum == 0) levels.push_back(trail.level(v));
+    if (!trail.isFalse(t.literal)) continue;
+    const int l = trail.level(t.literal.var());
+    std::int64_t& sum = level_sums[static_cast<std::size_t>(l)];
+    if (sum == 0) levels.push_back(l);
     sum += t.coefficient;
   }
   std::sort(levels.begin(), levels.end());
   std::size_t largest = 0; // the first term that is not assigned at the level looked at
-  int found = level - 1;
+  int found = trail.level();
   std::size_t next = 0;
   for (int l = 0;;) {
     if (next < levels.size() && levels[next] == l) {
@@ -389,11 +388,11 @@ int Analyzer::assertionLevel(const LearntRow& row) {
       if (!trail.isAssigned(v) || trail.level(v) > l) break;
       largest++;
     }
-    if (largest < row.terms.size() && row.terms[largest].coefficient > slack) {
+    if (slack < 0 || (largest < row.terms.size() && row.terms[largest].coefficient > slack)) {
       found = l;
       break;
     }
-    assert(next < levels.size());
+    if (next == levels.size()) break;
     l = levels[next];
   }
   for (const int l : levels) level_sums[static_cast<std::size_t>(l)] = 0;
@@ -497,7 +496,8 @@ bool Analyzer::analyze(Ref conflict, Learnt& out) {
   for (const auto& t : out.row.terms)
     if (isFalsified(t.literal)) falsified.push_back(t.literal);
   out.glue = countLevels(falsified);
-  out.level = assertionLevel(out.row);
+  out.level = lowestImplying(out.row);
+  assert(out.level < level);
   if (weaken_learnt && out.level > 0) weakenLearnt(out.row, out.level);
   if (derivation != nullptr) out.id = derivation->finish();
   out.is_clause = out.row.degree == 1;

@@ -56,6 +56,10 @@ class Analyzer {
   /// there is no solution at all. `id` becomes the row's number in the proof, if one is written.
   bool explainFailure(Lit assumed, LearntRow& core, ProofId& id);
 
+  /// The lowest level at which `row`, which is in normal form and implies something or is falsified
+  /// under the trail, does so; the current level if it does neither.
+  int lowestImplying(const LearntRow& row);
+
   /// Literals and terms handled, for budgets.
   std::uint64_t work() const { return steps; }
 
@@ -157,10 +161,8 @@ class Analyzer {
     // On the way to the decisions these stay when the rest of the trail has been resolved.
     return position < at || (to_decisions && position < start && trail.reason(l.var()) == no_ref);
   }
-  int assertionLevel(const LearntRow& row);
   void weakenLearnt(LearntRow& row, int l);
-  std::vector<std::int64_t>
-      level_sums; ///< per level: falsified coefficients, during `assertionLevel`
+  std::vector<std::int64_t> level_sums; ///< per level: what is falsified, during `lowestImplying`
   void noteUse(Header& c);
   unsigned countLevels(const std::vector<Lit>& falsified);
   std::vector<std::uint32_t> level_stamps;

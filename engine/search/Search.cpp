@@ -207,7 +207,7 @@ bool Search::learn(const LearntRow& row, ProofId id) {
   }
   // As for whatever is learnt, the trail goes back to where the row first implies something: what
   // it implies would else be forgotten when the trail goes back there for another reason.
-  const int lowest = lowestImplying(row);
+  const int lowest = analyzer.lowestImplying(row);
   const auto isFalsified = [&] {
     std::int64_t sum = -row.degree;
     for (const auto& t : row.terms)
@@ -221,30 +221,6 @@ bool Search::learn(const LearntRow& row, ProofId id) {
     propagation.backjump(lowest);
   }
   return true;
-}
-
-/// The lowest level at which the row, which implies something or is falsified, does so.
-int Search::lowestImplying(const LearntRow& row) const {
-  std::vector<std::pair<int, std::int64_t>> falsified; // level, coefficient
-  std::int64_t slack = -row.degree;
-  for (const auto& t : row.terms) {
-    slack += t.coefficient;
-    if (trail.isFalse(t.literal))
-      falsified.emplace_back(trail.level(t.literal.var()), t.coefficient);
-  }
-  std::sort(falsified.begin(), falsified.end());
-  std::size_t largest = 0; // the first term, terms falling, that is not assigned at the level
-  std::size_t next = 0;
-  for (int level = 0; level < trail.level(); level++) {
-    for (; next < falsified.size() && falsified[next].first == level; next++)
-      slack -= falsified[next].second;
-    while (largest < row.terms.size() && trail.isAssigned(row.terms[largest].literal.var()) &&
-           trail.level(row.terms[largest].literal.var()) <= level)
-      largest++;
-    if (slack < 0 || (largest < row.terms.size() && row.terms[largest].coefficient > slack))
-      return level;
-  }
-  return trail.level();
 }
 
 /// The next assumption, or else a variable.

@@ -170,7 +170,6 @@ class Search final : private UnassignListener {
   bool resolve(Ref conflict);
   bool install();
   bool learn(const LearntRow& row, ProofId id);
-  int lowestImplying(const LearntRow& row) const;
   bool restarting() const;
   void restart();
   void switchMode();
