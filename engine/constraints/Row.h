@@ -20,6 +20,15 @@ using Row = RowOf<Int128, Int128>;
 /// As conflict analysis learns them.
 using LearntRow = RowOf<std::int32_t, std::int64_t>;
 
+/// The same row with wide numbers.
+inline Row widened(const LearntRow& row) {
+  Row wide;
+  wide.terms.reserve(row.terms.size());
+  for (const auto& t : row.terms) wide.terms.push_back({t.coefficient, t.literal});
+  wide.degree = row.degree;
+  return wide;
+}
+
 } // namespace estoc
 
 #endif

@@ -150,10 +150,7 @@ bool CoreGuided::refine(const LearntRow& core, ProofId id) {
     part_id = derivation->finish();
     search.proof()->remove(id);
   }
-  Row wide;
-  for (const auto& t : row.terms) wide.terms.push_back({t.coefficient, t.literal});
-  wide.degree = row.degree;
-  const bool solvable = search.addRow(std::move(wide), false, row_id);
+  const bool solvable = search.addRow(widened(row), false, row_id);
   Int128 least = weights[row.terms[0].literal.index()];
   for (const auto& t : row.terms) least = std::min(least, weights[t.literal.index()]);
   assert(least > 0);

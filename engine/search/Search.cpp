@@ -147,10 +147,7 @@ bool Search::install() {
       if (proof_written != nullptr) proof_written->setUnit(learnt.clause[0], learnt.id);
       return enqueueFacts(learnt.clause);
     }
-    Row row; // level 0 may know more of it by now
-    for (const auto& t : learnt.row.terms) row.terms.push_back({t.coefficient, t.literal});
-    row.degree = learnt.row.degree;
-    return addRow(std::move(row), true, learnt.id);
+    return addRow(widened(learnt.row), true, learnt.id); // level 0 may know more of it by now
   }
   Ref ref;
   if (learnt.is_clause) {
@@ -199,12 +196,8 @@ bool Search::simplify() {
 /// Adds what the guide has derived, and learns from it if it is falsified. False when there is no
 /// solution.
 bool Search::learn(const LearntRow& row, ProofId id) {
-  if (row.terms.size() < 2 || trail.level() == 0) { // level 0 knows how to take any row
-    Row wide;
-    for (const auto& t : row.terms) wide.terms.push_back({t.coefficient, t.literal});
-    wide.degree = row.degree;
-    return addRow(std::move(wide), true, id, guided_glue);
-  }
+  if (row.terms.size() < 2 || trail.level() == 0) // level 0 knows how to take any row
+    return addRow(widened(row), true, id, guided_glue);
   // As for whatever is learnt, the trail goes back to where the row first implies something: what
   // it implies would else be forgotten when the trail goes back there for another reason.
   const int lowest = analyzer.lowestImplying(row);
