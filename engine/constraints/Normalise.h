@@ -4,6 +4,7 @@
 #define ESTOC_CONSTRAINTS_NORMALISE_H
 
 #include "Row.h"
+#include "numbers/Width.h"
 #include "proof/Derivation.h"
 #include "propagation/Trail.h"
 

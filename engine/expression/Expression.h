@@ -165,6 +165,25 @@ template <class W> class Expression {
     upper = most;
   }
 
+  /// Divides such that coefficients have at most `bits` bits. What `isFalse(literal)` says no to is
+  /// weakened first until the divisor fits, so that nothing is lost by rounding the others, and
+  /// what they falsify stays falsified. False when nothing is to be done.
+  template <class F> bool divideDown(int bits, F&& isFalse) {
+    tighten();
+    const C most = static_cast<C>((C(1) << static_cast<unsigned>(bits)) - 1);
+    if (upper <= most) return false;
+    const C divisor = ceilDiv(upper, most);
+    for (const Var v : list) {
+      if (!occurs(v) || isFalse(literal(v))) continue;
+      const C rest = static_cast<C>(magnitude(v) % divisor);
+      if (rest != 0) weaken(v, rest);
+    }
+    divide(divisor);
+    if (right_side >= 1) saturate();
+    tighten();
+    return true;
+  }
+
   /// Takes over `other`, whose width may differ; its numbers must fit.
   template <class V> void assign(const Expression<V>& other) {
     clear();

@@ -8,28 +8,6 @@
 
 namespace estoc {
 
-namespace {
-
-/// Divides such that coefficients have at most `bits` bits. What `isFalse` says no to is weakened
-/// until the divisor fits, so that nothing is lost by rounding what it says yes to.
-template <class IsFalse> void divideDown(Expression<Summed>& e, int bits, IsFalse isFalse) {
-  e.saturate();
-  e.tighten();
-  const Int128 most = (Int128{1} << bits) - 1;
-  if (e.bound() <= most) return;
-  const Int128 divisor = ceilDiv(e.bound(), most);
-  for (const Var v : e.variables()) {
-    if (!e.occurs(v) || isFalse(e.literal(v))) continue;
-    const Int128 rest = e.magnitude(v) % divisor;
-    if (rest != 0) e.weaken(v, rest);
-  }
-  e.divide(divisor);
-  if (e.degree() >= 1) e.saturate();
-  e.tighten();
-}
-
-} // namespace
-
 Standing standingOf(Expression<Summed>& e, const Trail& trail, Derivation* derivation) {
   Int128 slack = 0;
   Int128 largest = 0; // among what is not assigned
@@ -98,11 +76,14 @@ void shrinkConflict(Expression<Summed>& e, const Trail& trail, int bits) {
     missing -= f.size;
     e.weaken(f.v, f.size);
   }
-  divideDown(e, bits, [&](Lit l) { return trail.isFalse(l) && trail.level(l.var()) <= level; });
+  e.saturate();
+  e.divideDown(bits, [&](Lit l) { return trail.isFalse(l) && trail.level(l.var()) <= level; });
 }
 
 void shrinkRow(Expression<Summed>& e, int bits) {
-  if (e.degree() >= 1) divideDown(e, bits, [](Lit) { return false; });
+  if (e.degree() < 1) return;
+  e.saturate();
+  e.divideDown(bits, [](Lit) { return false; });
 }
 
 bool extractRow(const Expression<Summed>& e, LearntRow& row) {

@@ -122,22 +122,9 @@ template <class W> int Analyzer::lowestFalsified(const Expression<W>& e) {
   return 0;
 }
 
-/// Brings coefficients down to `bits` bits. What is not falsified is weakened until the divisor
-/// fits, so the sum stays falsified.
+/// Brings coefficients down to `bits` bits; the sum stays falsified.
 template <class W> void Analyzer::reduce(Expression<W>& e, int bits) {
-  using C = typename W::Coefficient;
-  e.tighten();
-  const C most = static_cast<C>((C(1) << static_cast<unsigned>(bits)) - 1);
-  if (e.bound() <= most) return;
-  const C divisor = ceilDiv(e.bound(), most);
-  for (const Var v : e.variables()) {
-    if (!e.occurs(v) || isFalsified(e.literal(v))) continue;
-    const C rest = static_cast<C>(e.magnitude(v) % divisor);
-    if (rest != 0) e.weaken(v, rest);
-  }
-  e.divide(divisor);
-  e.saturate();
-  e.tighten();
+  if (!e.divideDown(bits, [&](Lit l) { return isFalsified(l); })) return;
   steps += e.variables().size();
   assert(isFalsifiedSum(e));
 }
