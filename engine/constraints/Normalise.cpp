@@ -2,8 +2,6 @@
 /// Normal form of rows.
 #include "Normalise.h"
 
-#include "numbers/Width.h"
-
 #include <algorithm>
 
 namespace estoc {
@@ -81,16 +79,8 @@ RowState normalise(Row& row, const Trail& trail, std::vector<Lit>& units, Deriva
   terms.erase(terms.begin(), terms.begin() + static_cast<std::ptrdiff_t>(implied));
   if (row.degree <= 0) return RowState::trivial;
   if (derivation != nullptr && terms.front().coefficient > row.degree) derivation->saturate();
-  Int128 divisor = 0;
-  for (WideTerm& t : terms) {
-    t.coefficient = std::min(t.coefficient, row.degree);
-    if (divisor != 1) divisor = greatestCommonDivisor(divisor, t.coefficient);
-  }
-  if (divisor > 1) {
-    for (WideTerm& t : terms) t.coefficient /= divisor;
-    row.degree = ceilDiv(row.degree, divisor);
-    if (derivation != nullptr) derivation->divide(divisor);
-  }
+  for (WideTerm& t : terms) t.coefficient = std::min(t.coefficient, row.degree);
+  divideByCommonDivisor(row, derivation);
   assert(terms.size() >= 2);
   return RowState::row;
 }

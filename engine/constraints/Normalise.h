@@ -25,6 +25,21 @@ enum class RowState {
 /// goes out if that is `RowState::row`.
 RowState normalise(Row& row, const Trail& trail, std::vector<Lit>& units, Derivation* derivation);
 
+/// Divides a row of positive coefficients by their greatest common divisor, which is returned (0 if
+/// there are none); the degree is rounded up. `derivation`, if not null, has derived the row.
+template <class C, class D> C divideByCommonDivisor(RowOf<C, D>& row, Derivation* derivation) {
+  C divisor = 0;
+  for (const auto& t : row.terms) {
+    divisor = greatestCommonDivisor(divisor, t.coefficient);
+    if (divisor == 1) return divisor;
+  }
+  if (divisor == 0) return divisor;
+  for (auto& t : row.terms) t.coefficient /= divisor;
+  row.degree = ceilDiv(row.degree, D{divisor});
+  if (derivation != nullptr) derivation->divide(divisor);
+  return divisor;
+}
+
 } // namespace estoc
 
 #endif

@@ -2,6 +2,7 @@
 /// Conflict analysis by cutting planes; its beginning and its end.
 #include "Analyzer.h"
 
+#include "constraints/Normalise.h"
 #include "constraints/SortTerms.h"
 
 namespace estoc {
@@ -334,18 +335,10 @@ void Analyzer::widen() {
 template <class W> void Analyzer::extract(Expression<W>& e, LearntRow& row) {
   e.tighten();
   row.terms.clear();
-  std::int32_t divisor = 0;
-  for (const Var v : e.variables()) {
-    const auto a = static_cast<std::int32_t>(e.magnitude(v));
-    row.terms.push_back({a, e.literal(v)});
-    if (divisor != 1) divisor = greatestCommonDivisor(divisor, a);
-  }
+  for (const Var v : e.variables())
+    row.terms.push_back({static_cast<std::int32_t>(e.magnitude(v)), e.literal(v)});
   row.degree = static_cast<std::int64_t>(e.degree());
-  if (divisor > 1) {
-    for (auto& t : row.terms) t.coefficient /= divisor;
-    row.degree = ceilDiv(row.degree, std::int64_t{divisor});
-    if (derivation != nullptr) derivation->divide(divisor);
-  }
+  const std::int32_t divisor = divideByCommonDivisor(row, derivation.get());
   if (e.bound() != divisor) sortByCoefficient(row.terms, spare_terms); // else all are 1 now
   e.clear();
 }
@@ -406,17 +399,10 @@ void Analyzer::weakenLearnt(LearntRow& row, int l) {
   steps += terms.size();
   if (kept == terms.size()) return;
   terms.resize(kept);
-  std::int32_t divisor = 0;
-  for (auto& t : terms) {
+  for (auto& t : terms)
     if (t.coefficient > row.degree) t.coefficient = static_cast<std::int32_t>(row.degree);
-    if (divisor != 1) divisor = greatestCommonDivisor(divisor, t.coefficient);
-  }
-  for (auto& t : terms) t.coefficient /= divisor;
-  row.degree = ceilDiv(row.degree, std::int64_t{divisor});
-  if (derivation != nullptr) {
-    derivation->saturate();
-    derivation->divide(divisor);
-  }
+  if (derivation != nullptr) derivation->saturate();
+  divideByCommonDivisor(row, derivation.get());
 }
 
 /// Runs `resolveRows` in the width at hand, and then in others as it asks.
