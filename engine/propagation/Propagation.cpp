@@ -70,6 +70,7 @@ Ref Propagation::propagateClauses(Lit falsified) {
 /// what was assigned then is assigned until one of the falsified literals is taken back. The same
 /// holds once what is true satisfies the constraint, so nothing more is looked at then.
 template <class G> void Propagation::implyGeneral(G& g, Ref ref) {
+  if (isSatisfied(g)) return;
   const auto* const terms = g.terms();
   std::uint32_t i = g.cursor;
   typename G::Sum lacking = g.degree; // less what is true
@@ -195,7 +196,7 @@ Ref Propagation::propagateRows(Lit falsified) {
       if (g.slack < g.largest() && conflict == no_ref) {
         if (g.slack < 0)
           conflict = watch.ref();
-        else if (!isSatisfied(g))
+        else
           implyGeneral(g, watch.ref());
       }
       continue;
