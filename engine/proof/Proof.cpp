@@ -155,30 +155,28 @@ void Proof::conclude(const char* what) {
   text.add(what);
 }
 
-void Proof::concludeNone() {
-  conclude("NONE");
+void Proof::endConclusion() {
   end();
   text.add("end pseudo-Boolean proof");
   end();
   flush();
+}
+
+void Proof::concludeNone() {
+  conclude("NONE");
+  endConclusion();
 }
 
 void Proof::concludeUnsatisfiable() {
   conclude("UNSAT :");
   text.addNumber(contradiction_id);
-  end();
-  text.add("end pseudo-Boolean proof");
-  end();
-  flush();
+  endConclusion();
 }
 
 void Proof::concludeSatisfiable(const std::vector<bool>& values) {
   conclude("SAT :");
   appendValues(values);
-  end();
-  text.add("end pseudo-Boolean proof");
-  end();
-  flush();
+  endConclusion();
 }
 
 void Proof::concludeBounds(const std::optional<Int128>& lower, ProofId lower_id,
@@ -199,10 +197,7 @@ void Proof::concludeBounds(const std::optional<Int128>& lower, ProofId lower_id,
   } else {
     text.add(" INF");
   }
-  end();
-  text.add("end pseudo-Boolean proof");
-  end();
-  flush();
+  endConclusion();
 }
 
 ProofId Derivation::finish() {

@@ -148,6 +148,7 @@ class Proof {
   void settleFrom(const Trail& trail);
   void writeDeletion(ProofId id);
   void conclude(const char* what);
+  void endConclusion();
 };
 
 } // namespace estoc
