@@ -4,6 +4,7 @@
 #include "Refusal.h"
 #include "Verify.h"
 #include "formats/InputFile.h"
+#include "process/MemoryLimit.h"
 #include "process/Program.h"
 
 #include <CLI/CLI.hpp>
@@ -12,7 +13,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <istream>
-#include <sys/resource.h>
 
 namespace {
 
@@ -77,13 +77,6 @@ Settings parseCommandLine(int argc, char** argv) {
   return settings;
 }
 
-void limitMemory(std::uint64_t megabytes) {
-  rlimit limit = {};
-  getrlimit(RLIMIT_DATA, &limit);
-  limit.rlim_cur = std::min<rlim_t>(megabytes << 20U, limit.rlim_max);
-  setrlimit(RLIMIT_DATA, &limit);
-}
-
 /// The contents of a file, unpacked. Ends the process if it cannot be read.
 formats::Bytes read(const std::string& path) {
   auto bytes = formats::readInput(path, input_limit);
@@ -133,7 +126,7 @@ int main(int argc, char** argv) {
   Settings settings;
   try {
     settings = parseCommandLine(argc, argv);
-    if (settings.memory_limit != 0) limitMemory(settings.memory_limit);
+    if (settings.memory_limit != 0) process::limitMemory(settings.memory_limit);
     checker::Problem problem =
         checker::readProblem(read(settings.problem), formatOf(settings.format));
     const checker::Verdict verdict = check(settings, std::move(problem));

@@ -7,6 +7,7 @@
 #include "formats/InputFile.h"
 #include "formats/ProblemReader.h"
 #include "process/Display.h"
+#include "process/MemoryLimit.h"
 #include "process/Program.h"
 #include "process/Signals.h"
 
@@ -14,7 +15,6 @@
 #include <csignal>
 #include <cstdio>
 #include <new>
-#include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
@@ -28,14 +28,6 @@ volatile std::sig_atomic_t report_due = 0; ///< set by the display's timer
 
 process::Ticks ticksOf(double seconds) {
   return static_cast<process::Ticks>(seconds * static_cast<double>(process::ticks_per_second));
-}
-
-void limitMemory(std::uint64_t megabytes) {
-  // What the process can write to counts, not what a library or a thread merely reserves.
-  rlimit limit = {};
-  getrlimit(RLIMIT_DATA, &limit);
-  limit.rlim_cur = std::min<rlim_t>(megabytes << 20, limit.rlim_max);
-  setrlimit(RLIMIT_DATA, &limit);
 }
 
 const char* nameOf(estoc::Strategy strategy) {
@@ -299,7 +291,7 @@ void Run::perform() {
   std::string stopped_by;
   try {
     startWatchdog();
-    if (settings.memory_limit) limitMemory(*settings.memory_limit);
+    if (settings.memory_limit) process::limitMemory(*settings.memory_limit);
     findings.comment(1, "estoc " QUILLON_VERSION);
     claimed = read();
     if (read_at != 0 && !stop) claimed = solve();

@@ -2,27 +2,28 @@
 /// The audit of a solver's state.
 #include "SolverAudit.h"
 
+#include "audit/Demand.h"
+
 #include <map>
 #include <set>
 #include <sstream>
-#include <stdexcept>
 #include <utility>
 #include <vector>
 
-namespace {
+using audit::demand;
 
-std::ostream& operator<<(std::ostream& out, Lit p) {
+static std::ostream& operator<<(std::ostream& out, Lit p) {
   return out << (sign(p) ? "~x" : "x") << var(p);
 }
 
-std::ostream& operator<<(std::ostream& out, const Clause& c) {
+static std::ostream& operator<<(std::ostream& out, const Clause& c) {
   out << (c.learnt() ? "learnt clause" : "clause");
   for (int i = 0; i < c.size(); i++) out << " " << c[i];
   return out;
 }
 
 /// Watched terms are marked "*", fake-watched ones "'".
-std::ostream& operator<<(std::ostream& out, const PseudoBool& pb) {
+static std::ostream& operator<<(std::ostream& out, const PseudoBool& pb) {
   for (int i = 0; i < pb.size(); i++) {
     const PBTerm& term = pb[i];
     out << term.coeff()
@@ -33,16 +34,6 @@ std::ostream& operator<<(std::ostream& out, const PseudoBool& pb) {
   }
   return out << ">= " << pb.degree() << (pb.learnt() ? " (learnt)" : "");
 }
-
-/// Throws what the arguments say, one after the other, unless `holds`.
-template <class... Args> void demand(bool holds, const Args&... args) {
-  if (holds) return;
-  std::ostringstream what;
-  (what << ... << args);
-  throw std::logic_error(what.str());
-}
-
-} // namespace
 
 /// One look over one solver; every part throws at the first fault it finds.
 class SolverAudit::Pass {

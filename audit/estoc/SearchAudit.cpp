@@ -2,29 +2,23 @@
 /// The audit of a search's state.
 #include "SearchAudit.h"
 
+#include "audit/Demand.h"
 #include "search/Search.h"
 
 #include <map>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace estoc {
 
+using audit::demand;
+
 namespace {
 
 std::string text(Lit l) {
   return (l.negated() ? "~x" : "x") + std::to_string(l.var());
-}
-
-/// Throws what the arguments say, one after the other, unless `holds`.
-template <class... Args> void demand(bool holds, const Args&... args) {
-  if (holds) return;
-  std::ostringstream what;
-  (what << ... << args);
-  throw std::logic_error(what.str());
 }
 
 } // namespace

@@ -2,6 +2,8 @@
 /// The walk.
 #include "LocalSearch.h"
 
+#include "numbers/Xorshift.h"
+
 #include <algorithm>
 #include <cassert>
 
@@ -39,12 +41,9 @@ LocalSearch::LocalSearch(const FlatProblem& p, std::uint64_t seed,
   cost_unit = sum > 0 ? size / sum : 1;
 }
 
-/// A number below `below`, all about equally often. Source: Marsaglia, Xorshift RNGs (2003).
+/// A number below `below`, all about equally often.
 std::size_t LocalSearch::draw(std::size_t below) {
-  random ^= random << 13;
-  random ^= random >> 7;
-  random ^= random << 17;
-  return static_cast<std::size_t>((random >> 32) * below >> 32);
+  return static_cast<std::size_t>((xorshift(random) >> 32) * below >> 32);
 }
 
 void LocalSearch::start(const std::vector<bool>& begin, const std::vector<bool>& fixed,
@@ -60,8 +59,7 @@ void LocalSearch::start(const std::vector<bool>& begin, const std::vector<bool>&
     std::int64_t slack = -problem.degree(row);
     for (std::size_t i = problem.firstTerm(row); i < problem.endTerm(row); i++) {
       const Lit l = problem.literal(i);
-      if ((values[static_cast<std::size_t>(l.var())] != 0) != l.negated())
-        slack += problem.coefficient(i);
+      if (isTrue(l)) slack += problem.coefficient(i);
     }
     rows[row].slack = slack;
     if (!keep_weights) rows[row].weight = units[row];
@@ -130,8 +128,7 @@ void LocalSearch::considerRow(std::size_t row, std::size_t most, Candidate& best
   for (; looked < looks && found < most; looked++) {
     const Lit l = problem.literal(first + i);
     if (++i == size) i = 0;
-    const auto v = static_cast<std::size_t>(l.var());
-    if ((values[v] != 0) != l.negated() || is_fixed[v] != 0) continue;
+    if (isTrue(l) || is_fixed[static_cast<std::size_t>(l.var())] != 0) continue;
     found++;
     consider(l.var(), best, tabu);
     if (visits >= step_end) break;

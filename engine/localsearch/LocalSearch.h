@@ -109,6 +109,9 @@ class LocalSearch {
   bool is_kept = true;
 
   std::size_t draw(std::size_t below);
+  bool isTrue(Lit l) const {
+    return (values[static_cast<std::size_t>(l.var())] != 0) != l.negated();
+  }
   bool costTooHigh() const { return problem.hasCost() && current_cost > target; }
   double score(Var v);
   void consider(Var v, Candidate& best, bool tabu);

@@ -3,6 +3,7 @@
 #include "Search.h"
 
 #include "estoc/Solver.h"
+#include "numbers/Xorshift.h"
 
 #include <algorithm>
 
@@ -39,11 +40,8 @@ Var Search::addVariable(bool phase, bool own) {
   analyzer.addVariable();
   decider.addVariable(phase);
   if (options.seed != 0) {
-    // Enough to break ties another way; a conflict counts 1 (Marsaglia, Xorshift RNGs, 2003).
-    random ^= random << 13;
-    random ^= random >> 7;
-    random ^= random << 17;
-    decider.favour(trail.variables() - 1, static_cast<double>(random >> 40) * 1e-12);
+    // Enough to break ties another way; a conflict counts 1.
+    decider.favour(trail.variables() - 1, static_cast<double>(xorshift(random) >> 40) * 1e-12);
   }
   return trail.variables() - 1;
 }
