@@ -6,12 +6,14 @@
 #include "Techniques.h"
 #include "estoc/Solver.h"
 #include "formats/ProblemReader.h"
+#include "process/SameFile.h"
 
 #include <CLI/CLI.hpp>
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
+#include <unistd.h>
 
 namespace {
 
@@ -83,6 +85,24 @@ changedOptions(const CLI::App& app, const std::map<const CLI::Option*, std::stri
     if (!takes_value || value != usual.at(option)) changed.emplace_back(name, value);
   }
   return changed;
+}
+
+/// What is wrong with the files to be written; empty if nothing.
+std::string clashOf(const Settings& settings) {
+  const std::pair<const char*, process::NamedFile> files[] = {{"--stats", {settings.stats}},
+                                                              {"--report", {settings.report}},
+                                                              {"--proof", {settings.proof}},
+                                                              {"--write-opb", {settings.opb}}};
+  const process::NamedFile problem = {settings.file, STDIN_FILENO};
+  for (std::size_t i = 0; i < std::size(files); i++) {
+    const auto& [option, file] = files[i];
+    if (file.path.empty()) continue;
+    if (isSameFile(file, problem)) return std::string(option) + " would overwrite the problem";
+    for (std::size_t j = 0; j < i; j++)
+      if (!files[j].second.path.empty() && isSameFile(files[j].second, file))
+        return std::string(files[j].first) + " and " + option + " are one file, " + file.path;
+  }
+  return "";
 }
 
 constexpr double longest = 1e9;     ///< seconds, some thirty years
@@ -167,6 +187,10 @@ Settings parseCommandLine(int argc, char** argv) {
     std::exit(exit_unknown);
   } catch (const CLI::ParseError& error) {
     process::complain(std::string(error.what()) + "; try --help");
+    std::exit(exit_usage);
+  }
+  if (const std::string clash = clashOf(settings); !clash.empty()) {
+    process::complain(clash);
     std::exit(exit_usage);
   }
   return settings;

@@ -2,7 +2,6 @@
 /// The record of what has been found, and the checks on it.
 #include "Findings.h"
 
-#include "ExitCode.h"
 #include "process/Program.h"
 #include "process/Signals.h"
 
@@ -12,11 +11,6 @@
 namespace {
 
 using formats::Int;
-
-[[noreturn]] void internalError(const std::string& message) {
-  process::complain("internal error: " + message + "; there is no verdict");
-  process::endNow(exit_internal);
-}
 
 /// Nothing more can be told, so nothing more is worth doing.
 void endIfOutputIsLost() {
@@ -35,6 +29,13 @@ bool Findings::isBetter(Int a, Int b) const {
 
 Bounds Findings::boundsNow() const {
   return maximises() ? Bounds{best_value, proven} : Bounds{proven, best_value};
+}
+
+/// Of a claim that does not hold, with the lock held.
+void Findings::refute(const std::string& claim) {
+  const FalseClaim what("internal error: " + claim + "; there is no verdict");
+  stage = Stage::refuted;
+  throw what;
 }
 
 Bounds Findings::bounds() const {
@@ -68,22 +69,22 @@ void Findings::addSolution(const std::vector<bool>& values, Int claimed, const c
   for (std::size_t v = 0; v < assignment.size(); v++)
     assignment[v] = values[v] ? formats::Value::positive : formats::Value::negative;
   const formats::Evaluation found = formats::evaluate(problem, assignment);
-  if (found.kind != formats::Evaluation::Kind::holds)
-    internalError(found.part == formats::Evaluation::Part::row
-                      ? "a solution violates row " + std::to_string(found.row + 1)
-                      : std::string("a solution costs too much"));
 
   const std::lock_guard lock(mutex);
-  if (concluded) return;
+  if (stage != Stage::open) return;
+  if (found.kind != formats::Evaluation::Kind::holds)
+    refute(found.part == formats::Evaluation::Part::row
+               ? "a solution violates row " + std::to_string(found.row + 1)
+               : std::string("a solution costs too much"));
   if (problem.hasObjective()) {
     const Int value = *found.objective;
     // The engine may count a cost that its solution need not have.
     if (problem.hasCost() ? value > claimed : value != claimed)
-      internalError("a solution of value " + formats::toString(value) + " was said to have " +
-                    formats::toString(claimed));
+      refute("a solution of value " + formats::toString(value) + " was said to have " +
+             formats::toString(claimed));
     if (proven && isBetter(value, *proven))
-      internalError("a solution of value " + formats::toString(value) + " is beyond the bound " +
-                    formats::toString(*proven));
+      refute("a solution of value " + formats::toString(value) + " is beyond the bound " +
+             formats::toString(*proven));
     if (best_value && !isBetter(value, *best_value)) return;
     best_value = value;
   }
@@ -94,29 +95,29 @@ void Findings::addSolution(const std::vector<bool>& values, Int claimed, const c
 
 void Findings::addBound(Int bound, const char* who) {
   const std::lock_guard lock(mutex);
-  if (concluded) return;
+  if (stage != Stage::open) return;
   if (best_value && isBetter(*best_value, bound))
-    internalError("the bound " + formats::toString(bound) + " is beyond a solution of value " +
-                  formats::toString(*best_value));
+    refute("the bound " + formats::toString(bound) + " is beyond a solution of value " +
+           formats::toString(*best_value));
   proven = bound;
   note(What::bound, bound, who);
 }
 
 void Findings::comment(int level, const std::string& text) {
   const std::lock_guard lock(mutex);
-  if (concluded || format.verbosity < level) return;
+  if (stage != Stage::open || format.verbosity < level) return;
   printComment(text);
 }
 
 std::optional<Verdict> Findings::conclude(Verdict claimed) {
   const std::lock_guard lock(mutex);
-  if (concluded) return std::nullopt;
+  if (stage != Stage::open) return std::nullopt;
   if (claimed == Verdict::unknown && has_solution) claimed = Verdict::satisfiable;
   const bool needs_solution = claimed == Verdict::satisfiable || claimed == Verdict::optimum;
-  if (needs_solution && !has_solution) internalError("the solution is missing");
-  if (!needs_solution && has_solution) internalError("there is a solution after all");
+  if (needs_solution && !has_solution) refute("the solution is missing");
+  if (!needs_solution && has_solution) refute("there is a solution after all");
   if (claimed == Verdict::optimum) proven = best_value;
-  concluded = true;
+  stage = Stage::concluded;
   process::beginResults();
   printVerdict(claimed);
   if (needs_solution && format.values) printValues(problem, best);
@@ -126,5 +127,5 @@ std::optional<Verdict> Findings::conclude(Verdict claimed) {
 
 bool Findings::giveUp() {
   const std::lock_guard lock(mutex);
-  return !std::exchange(concluded, true);
+  return std::exchange(stage, Stage::concluded) != Stage::concluded;
 }

@@ -8,13 +8,19 @@
 
 #include <cstdint>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
+/// The engine is wrong; the message says in what.
+class FalseClaim : public std::logic_error {
+  using std::logic_error::logic_error;
+};
+
 /// The best solution and the bounds, in the user's sense. All functions can be called by several
-/// threads at once. A claim that does not hold ends the process without a verdict, with
-/// `exit_internal`: nothing is printed of a solution that violates the problem as it was read, and
-/// no verdict that contradicts what has been found.
+/// threads at once. A claim that does not hold is a `FalseClaim`, and from then on nothing is
+/// printed, by whichever thread: nothing of a solution that violates the problem as it was read, no
+/// verdict that contradicts what has been found, and no other one either.
 class Findings {
  public:
   enum class What { solution, bound };
@@ -46,7 +52,8 @@ class Findings {
   /// concluded before.
   std::optional<Verdict> conclude(Verdict claimed);
 
-  /// Prints nothing any more, as after `conclude`; false when somebody has concluded before.
+  /// Prints nothing any more, as after `conclude`; false when somebody has concluded, or given up,
+  /// before.
   bool giveUp();
 
   Bounds bounds() const;
@@ -59,7 +66,8 @@ class Findings {
   const process::Ticks start;
   const Format format;
   mutable std::mutex mutex;
-  bool concluded = false;
+  enum class Stage { open, refuted, concluded };
+  Stage stage = Stage::open;
   formats::Assignment best;
   bool has_solution = false;
   std::optional<formats::Int> best_value; ///< only with an objective
@@ -69,6 +77,7 @@ class Findings {
   bool maximises() const;
   bool isBetter(formats::Int a, formats::Int b) const;
   Bounds boundsNow() const;
+  [[noreturn]] void refute(const std::string& claim);
   void note(What what, formats::Int value, const char* who);
 };
 

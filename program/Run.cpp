@@ -129,6 +129,8 @@ void Run::onStop() {
 void Run::onOverdue() {
   try {
     end(Verdict::unknown, stoppedBy(), {});
+  } catch (const FalseClaim& fault) {
+    giveUp(fault.what(), exit_internal);
   } catch (const std::bad_alloc&) {
     process::outOfMemory();
   }
@@ -180,7 +182,8 @@ void Run::giveUp(const std::string& message, int code) {
     process::complain(message);
     RunFacts facts = factsNow();
     facts.failure = message;
-    // That it cannot be written is told as well, but what came first counts.
+    // That they cannot be written is told as well, but what came first counts.
+    static_cast<void>(stats.write(settings, problem, findings, facts));
     static_cast<void>(report.write(settings, problem, findings, facts));
     process::endNow(code);
   }
@@ -287,6 +290,17 @@ void Run::end(Verdict claimed, const std::string& stopped_by,
 }
 
 void Run::perform() {
+  try {
+    readAndSolve();
+  } catch (const FalseClaim& fault) {
+    giveUp(fault.what(), exit_internal);
+  }
+  for (;;) // the watchdog ends the process
+    pause();
+}
+
+/// Returns only if the other thread is ending the process.
+void Run::readAndSolve() {
   Verdict claimed = Verdict::unknown;
   std::string stopped_by;
   try {
@@ -304,6 +318,4 @@ void Run::perform() {
     if (proof) proof->abandon();
   }
   end(claimed, stopped_by, counters);
-  for (;;) // the watchdog ends the process
-    pause();
 }

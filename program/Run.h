@@ -43,6 +43,7 @@ class Run {
   estoc::Solver* solver = nullptr; ///< while it can be interrupted
   std::optional<process::Watchdog> watchdog;
 
+  void readAndSolve();
   void startWatchdog();
   void onStop();
   void onOverdue();

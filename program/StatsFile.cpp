@@ -47,7 +47,8 @@ Json describe(const Settings& settings, const formats::Problem& problem, const F
   return {
       {"program", "estoc " QUILLON_VERSION},
       {"file", settings.file},
-      {"verdict", wordsOf(facts.verdict)},
+      {"verdict", facts.failure.empty() ? Json(wordsOf(facts.verdict)) : Json()},
+      {"failure", facts.failure.empty() ? Json() : Json(facts.failure)},
       {"lower", number(bounds.lower)},
       {"upper", number(bounds.upper)},
       {"stopped by", facts.stopped_by.empty() ? Json() : Json(facts.stopped_by)},

@@ -48,7 +48,7 @@ FRONT_END = [("golden_test", ["quillon-trace"], [SMALL_GOLDEN], 240),
 def suite_for(path):
     if path.startswith("formats/"):
         return FORMATS
-    if path.startswith(("program/", "process/Watchdog", "process/MemoryLimit")):
+    if path.startswith(("program/", "process/Watchdog", "process/MemoryLimit", "process/SameFile")):
         return PROGRAM
     if path.startswith("checker/"):
         return CHECKER

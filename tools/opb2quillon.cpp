@@ -7,14 +7,12 @@
 #include "formats/StarForm.h"
 #include "formats/StarWriter.h"
 #include "process/Program.h"
+#include "process/SameFile.h"
 
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 #include <optional>
 #include <string>
-#include <sys/stat.h>
-#include <system_error>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -42,34 +40,8 @@ constexpr const char* help =
     "Exit code: 0 converted, 1 input refused (standard error says why), 2 wrong usage,\n"
     "3 a file cannot be read or written. OUTPUT is not touched unless the input converts.\n";
 
-/// A file of the command line; "-" is the stream `standard`.
-struct File {
-  std::string path;
-  int standard;
-
-  bool isStandard() const { return path == "-"; }
-};
-
-/// Whether `a` and `b` are one regular file, or would be if they were created.
-bool isSameFile(const File& a, const File& b) {
-  const auto look = [](const File& file, struct stat& facts) {
-    return (file.isStandard() ? fstat(file.standard, &facts) : stat(file.path.c_str(), &facts)) ==
-           0;
-  };
-  struct stat x = {};
-  struct stat y = {};
-  const bool a_exists = look(a, x);
-  const bool b_exists = look(b, y);
-  if (a_exists && b_exists)
-    return S_ISREG(x.st_mode) && x.st_dev == y.st_dev && x.st_ino == y.st_ino;
-  if (a_exists || b_exists) return false;
-  const auto whole = [](const File& file) {
-    std::error_code ignored;
-    return std::filesystem::weakly_canonical(std::filesystem::absolute(file.path, ignored),
-                                             ignored);
-  };
-  return whole(a) == whole(b);
-}
+using process::isSameFile;
+using File = process::NamedFile;
 
 /// Reads `input` into a form that can be written; otherwise the exit code after a message. What it
 /// was made from is gone when this returns.

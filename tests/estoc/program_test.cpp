@@ -160,6 +160,34 @@ TEST(Program, EndsEachFailureInItsOwnWay) {
   }
 }
 
+TEST(Program, RefusesFilesThatWouldOverwriteEachOther) {
+  const std::string text = "1 x >= 1;";
+  const std::string problem = fileWith(text, "both.opb");
+  const std::string folder = problem.substr(0, problem.rfind('/'));
+  const std::string link = folder + "/link";
+  const std::string fresh = folder + "/not-yet-there";
+  unlink(link.c_str());
+  unlink(fresh.c_str());
+  ASSERT_EQ(symlink(problem.c_str(), link.c_str()), 0);
+  const std::string same = folder + "/./not-yet-there";
+  const std::vector<std::string> table[] = {
+      {"--report", problem, problem},
+      {"--stats", link, problem},
+      {"--proof", fresh, "--write-opb", same, problem},
+      {"--report", fresh, "--stats", fresh, problem},
+  };
+  for (const auto& arguments : table) {
+    const Finished f = run({.program = "estoc", .arguments = arguments});
+    EXPECT_EQ(f.exit, 64) << f.err;
+    EXPECT_EQ(slurp(problem), text) << arguments[0];
+    EXPECT_NE(access(fresh.c_str(), F_OK), 0) << arguments[0];
+  }
+  const Finished devices =
+      run({.program = "estoc",
+           .arguments = {"--report", "/dev/null", "--stats", "/dev/null", problem}});
+  EXPECT_EQ(devices.exit, 10) << devices.err;
+}
+
 TEST(Program, SignalsAndLimitsKeepTheBestSolution) {
   const std::string problem = fileWith(endless(true), "endless.opb");
   for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGXCPU}) {
@@ -283,6 +311,12 @@ TEST(Program, WritesStatistics) {
   EXPECT_TRUE(json["stopped by"].is_null());
   ASSERT_FALSE(json["found"].empty());
   EXPECT_EQ(json["found"].back()["value"], 2);
+  EXPECT_TRUE(json["failure"].is_null());
+
+  EXPECT_EQ(runEstoc({"--stats", stats}, "1 x >= y;").exit, 65);
+  const nlohmann::json failed = nlohmann::json::parse(slurp(stats));
+  EXPECT_TRUE(failed["verdict"].is_null());
+  EXPECT_NE(failed["failure"].get<std::string>().find("standard input:1:8: "), std::string::npos);
 }
 
 TEST(Program, ShowsBothBoundsInTheStatusLog) {
