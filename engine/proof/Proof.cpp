@@ -114,6 +114,14 @@ ProofId Proof::redundant(const RowOf<C, D>& row, const std::vector<Substitution>
   return finish();
 }
 
+template <class C, class D> ProofId Proof::implied(const RowOf<C, D>& row, ProofId id) {
+  text.add("ia");
+  appendRow(row);
+  text.add(semicolons ? " :" : " ;");
+  text.addNumber(id);
+  return finish();
+}
+
 void Proof::appendValues(const std::vector<bool>& values) {
   for (std::size_t v = 0; v < values.size(); v++)
     appendLiteral(text, Lit::of(static_cast<Var>(v), !values[v]));
@@ -123,6 +131,26 @@ ProofId Proof::improvingSolution(const std::vector<bool>& values) {
   text.add("soli");
   appendValues(values);
   return finish();
+}
+
+void Proof::remove(std::vector<ProofId>& ids) {
+  if (ids.empty()) return;
+  text.add("del id");
+  for (const ProofId id : ids) text.addNumber(id);
+  end();
+  ids.clear();
+}
+
+void Proof::setLean(ProofId id, const Lean& form) {
+  dropLean(id);
+  lean.emplace(id, form);
+}
+
+void Proof::dropLean(ProofId id) {
+  const auto found = lean.find(id);
+  if (found == lean.end()) return;
+  writeDeletion(found->second.id);
+  lean.erase(found);
 }
 
 void Proof::writeDeletion(ProofId id) {
@@ -210,6 +238,8 @@ ProofId Derivation::finish() {
 
 template ProofId Proof::rup(const Row& row);
 template ProofId Proof::rup(const LearntRow& row);
+template ProofId Proof::implied(const Row& row, ProofId id);
+template ProofId Proof::implied(const LearntRow& row, ProofId id);
 template ProofId Proof::redundant(const Row& row, const std::vector<Lit>& witness);
 template ProofId Proof::redundant(const LearntRow& row, const std::vector<Lit>& witness);
 template ProofId Proof::redundant(const Row& row, const std::vector<Substitution>& witness);

@@ -10,6 +10,7 @@
 
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace estoc {
@@ -59,13 +60,18 @@ class Proof {
   ProofId redundant(const RowOf<C, D>& row, const std::vector<Lit>& witness);
   template <class C, class D>
   ProofId redundant(const RowOf<C, D>& row, const std::vector<Substitution>& witness);
+  /// A row that constraint `id` alone implies: with literals weakened, and saturated.
+  template <class C, class D> ProofId implied(const RowOf<C, D>& row, ProofId id);
   /// A solution: `values` has an entry for each variable, own ones too. With an objective, the row
   /// that demands a better one; it says sum of the objective's terms <= its value - 1.
   ProofId improvingSolution(const std::vector<bool>& values);
   /// The constraint `id` is no longer used. Nothing happens to rows of the problem.
   void remove(ProofId id) {
+    forgetLean(id);
     if (id > problem_rows) writeDeletion(id);
   }
+  /// The same for several, none of them of the problem, none with a lean form; empties the list.
+  void remove(std::vector<ProofId>& ids);
   /// Anything for readers; one line.
   void comment(const std::string& text);
 
@@ -86,6 +92,23 @@ class Proof {
   /// Sees to it that l, which propagation shows to be true, has its unit row.
   void needUnit(Lit l) {
     if (units[static_cast<std::size_t>(l.var())] == 0) rupUnit(l);
+  }
+  /// Long rows of which much is fixed at level 0 have a lean form, another row without these
+  /// literals, as far as they stand before position `end` of the trail.
+  struct Lean {
+    ProofId id;
+    int end;
+  };
+  /// The lean form of row `id`; the row itself if it has none.
+  Lean leanForm(ProofId id) const {
+    const auto found = lean.find(id);
+    return found == lean.end() ? Lean{id, 0} : found->second;
+  }
+  /// `form` is derived of row `id`, and takes the place of its lean form.
+  void setLean(ProofId id, const Lean& form);
+  /// The lean form of row `id`, if it has one, is no longer used.
+  void forgetLean(ProofId id) {
+    if (!lean.empty()) dropLean(id);
   }
   /// There is no solution (left): unit propagation leads to a conflict. Remembered for the end;
   /// does nothing the second time.
@@ -120,6 +143,7 @@ class Proof {
   std::uint64_t own_variables = 0;
   std::vector<ProofId> units; ///< per variable: of the row that fixes it, 0 for none
   int settled = 0;            ///< how far into the trail `settle` has come
+  std::unordered_map<ProofId, Lean> lean;
   ProofId contradiction_id = 0;
   bool concluded = false;
 
@@ -147,6 +171,7 @@ class Proof {
   void end();
   void settleFrom(const Trail& trail);
   void writeDeletion(ProofId id);
+  void dropLean(ProofId id);
   void conclude(const char* what);
   void endConclusion();
 };

@@ -166,6 +166,7 @@ Ref Propagation::addObjective(const Row& row, ProofId id) {
 }
 
 void Propagation::raiseDegree(Ref ref, Int128 amount, ProofId id) {
+  if (proof != nullptr && id != at(ref).id) proof->forgetLean(at(ref).id);
   at(ref).id = id;
   withGeneral(at(ref), [&](auto& g) {
     using S = typename std::remove_reference_t<decltype(g)>::Sum;

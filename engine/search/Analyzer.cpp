@@ -39,25 +39,13 @@ template <class W> bool Analyzer::isFalsifiedSum(const Expression<W>& e) const {
   return sum < e.degree();
 }
 
-void Analyzer::setProof(Proof& p) {
-  proof = &p;
-  derivation = std::make_unique<Derivation>(p);
-  reason_derivation = std::make_unique<Derivation>(p);
-  for (std::size_t w = 0; w < 4; w++) withWidth(w, [&](auto& e) { e.writeTo(derivation.get()); });
-}
-
-void Analyzer::beginProof() {
-  proof->settle(trail);
-  derivation->clear();
-}
-
 /// `e` becomes constraint `ref`, without variables assigned at level 0.
 template <class W> void Analyzer::load(Expression<W>& e, Ref ref) {
   Header& c = propagation.at(ref);
   e.clear();
   e.addDegree(static_cast<typename W::Degree>(degreeOf(c)));
   if (proof != nullptr) {
-    writeReason(c, Lit(), 1, [](Lit) { return true; });
+    writeReason(c, Lit(), 1);
     derivation->add(*reason_derivation, 1);
   }
   forEachTerm(c, [&](Int128 a, Lit l) {
@@ -164,46 +152,6 @@ bool Analyzer::addRounded(Expression<W>& e, const std::vector<Term<N>>& terms, c
   return true;
 }
 
-/// Writes the rounding of `c`, in which `implied` has the coefficient `divisor`: literals that
-/// neither are `falsified` nor fit the divisor are weakened.
-template <class N, class F>
-void Analyzer::writeReason(Header& c, Lit implied, const N& divisor, F falsified) {
-  Derivation& written = *reason_derivation;
-  written.clear();
-  written.push(c.id);
-  written.add();
-  const auto writeTerms = [&](const auto* terms, const auto& by) {
-    for (std::uint32_t i = 0; i < c.size; i++) {
-      const Lit l = terms[i].literal;
-      const auto a = terms[i].coefficient;
-      if (trail.isRootAssigned(l.var())) {
-        written.dropAssigned(l, a, trail);
-      } else if (by != 1 && l != implied && !falsified(l)) {
-        if (a < by) {
-          written.weakenAway(l.var());
-          continue;
-        }
-        const auto rest = a % by;
-        if (rest == 0) continue;
-        if (weaken_fully)
-          written.weakenAway(l.var());
-        else
-          written.weaken(l, rest);
-      }
-    }
-  };
-  if (c.kind == Kind::clause || c.kind == Kind::cardinality)
-    forEachTerm(c, [&](Int128, Lit l) {
-      if (trail.isRootAssigned(l.var())) written.dropAssigned(l, 1, trail);
-    });
-  else
-    withGeneral(c, [&](auto& g) {
-      using C = typename std::remove_reference_t<decltype(g)>::Coefficient;
-      writeTerms(g.terms(), static_cast<C>(divisor));
-    });
-  written.divide(divisor);
-}
-
 /// Resolves `implied` out of e by its reason. False if that takes a larger width.
 template <class W> bool Analyzer::addReason(Expression<W>& e, Lit implied) {
   Header& c = propagation.at(trail.reason(implied.var()));
@@ -224,7 +172,7 @@ template <class W> bool Analyzer::addReason(Expression<W>& e, Lit implied) {
       }
       rounded64.push_back({1, l});
     }
-    if (proof != nullptr) writeReason(c, implied, 1, falsifiedBefore);
+    if (proof != nullptr) writeReason(c, implied, 1);
     return addRounded(e, rounded64, degree, implied);
   };
   if (c.kind == Kind::clause) return plain(static_cast<Clause&>(c).literals(), c.size, 1);
@@ -266,7 +214,7 @@ template <class W> bool Analyzer::addReason(Expression<W>& e, Lit implied) {
     }
     degree = ceilDiv(degree, divisor);
     if (proof != nullptr) {
-      writeReason(c, implied, divisor, falsifiedBefore);
+      writeReason(c, implied, divisor);
       if (std::any_of(rounded.begin(), rounded.end(),
                       [&](const auto& t) { return t.coefficient > degree; }))
         reason_derivation->saturate();
@@ -387,6 +335,8 @@ void Analyzer::weakenLearnt(LearntRow& row, int l) {
   std::int64_t slack = -row.degree;
   for (const auto& t : terms)
     if (!isFalseThen(t.literal)) slack += t.coefficient;
+  std::vector<Var>& gone = weakened;
+  gone.clear();
   std::size_t kept = 0;
   for (const auto& t : terms) {
     if (t.coefficient > slack || isFalseThen(t.literal)) {
@@ -394,14 +344,14 @@ void Analyzer::weakenLearnt(LearntRow& row, int l) {
       continue;
     }
     row.degree -= t.coefficient;
-    if (derivation != nullptr) derivation->weakenAway(t.literal.var());
+    gone.push_back(t.literal.var());
   }
   steps += terms.size();
   if (kept == terms.size()) return;
   terms.resize(kept);
   for (auto& t : terms)
     if (t.coefficient > row.degree) t.coefficient = static_cast<std::int32_t>(row.degree);
-  if (derivation != nullptr) derivation->saturate();
+  if (derivation != nullptr) writeWeakening(row);
   divideByCommonDivisor(row, derivation.get());
 }
 
@@ -416,7 +366,7 @@ bool Analyzer::finish(Learnt& out) {
     });
     if (result == RowResult::done) return true;
     if (result == RowResult::contradiction) {
-      if (derivation != nullptr) derivation->finish();
+      if (derivation != nullptr) finishDerivation();
       return false;
     }
     if (result == RowResult::widen) {
@@ -472,7 +422,7 @@ bool Analyzer::analyze(Ref conflict, Learnt& out) {
   out.level = lowestImplying(out.row);
   assert(out.level < level);
   if (weaken_learnt && out.level > 0) weakenLearnt(out.row, out.level);
-  if (derivation != nullptr) out.id = derivation->finish();
+  if (derivation != nullptr) out.id = finishDerivation();
   out.is_clause = out.row.degree == 1;
   if (out.is_clause) {
     out.clause.clear();
@@ -500,7 +450,7 @@ bool Analyzer::explainFailure(Lit assumed, LearntRow& core, ProofId& id) {
   Learnt out;
   if (!finish(out)) return false;
   core = std::move(out.row);
-  if (derivation != nullptr) id = derivation->finish();
+  if (derivation != nullptr) id = finishDerivation();
   std::int64_t sum = 0;
   for (const auto& t : core.terms) sum += t.coefficient;
   return sum >= core.degree;

@@ -43,8 +43,9 @@ class Analyzer {
   void setMinimise(bool on) { minimising = on; }
   /// Whether what does not fit the divisor leaves a reason as a whole, or only as far as needed.
   void setWeakenFully(bool fully) { weaken_fully = fully; }
-  /// Where derivations are written.
-  void setProof(Proof& p);
+  /// Where derivations are written. A row is stated anew, short of many, when that spares `terms`
+  /// terms in a step.
+  void setProof(Proof& p, std::size_t terms);
   /// Whether a learnt row loses what it does not need to imply something where it is learnt.
   void setWeakenLearnt(bool on) { weaken_learnt = on; }
 
@@ -87,11 +88,24 @@ class Analyzer {
   std::unique_ptr<Derivation> reason_derivation; ///< of the rounded reason
   std::vector<Lit> root_false; ///< literals false at level 0 of the clauses resolved
   std::vector<Lit> before_minimising;
+  std::vector<Var> weakened;                ///< what a learnt row has lost
+  std::vector<std::uint32_t> kept_terms;    ///< of a reason, by their places: not weakened away,
+  std::vector<std::uint32_t> gone_terms;    ///< weakened away,
+  std::vector<std::uint32_t> changed_terms; ///< and kept, but with something done to them
+  Row stated;
+  std::size_t spared_terms = 0;
+  std::vector<ProofId> passing; ///< rows that serve this derivation only
   void beginProof();
   void writeResolution(Ref ref);
   void writeMinimisation();
-  template <class N, class F>
-  void writeReason(Header& c, Lit implied, const N& divisor, F falsified);
+  void writeReason(Header& c, Lit implied, Int128 divisor);
+  Proof::Lean leanForm(Header& c);
+  /// Whether stating the `kept` terms of a row is shorter than weakening the `gone` ones away.
+  bool isShorterStated(std::size_t kept, std::size_t gone) const {
+    return gone > 2 * kept + spared_terms;
+  }
+  void writeWeakening(const LearntRow& row);
+  ProofId finishDerivation();
   void noteRootFalse(Lit l);
   void dropRootFalse();
 

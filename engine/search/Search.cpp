@@ -13,6 +13,7 @@ namespace {
 constexpr std::uint64_t progress_interval = 256; ///< conflicts between two words to the listener
 /// What the guide derives goes at the next reduction if it has been of no use.
 constexpr unsigned guided_glue = 1000;
+constexpr std::uint64_t spared_terms = 16; ///< see `Analyzer::setProof`
 } // namespace
 
 Search::Search(const Options& o, const std::atomic<bool>& interrupt)
@@ -30,7 +31,7 @@ void Search::setProof(Proof& p) {
   proof_written = &p;
   derivation = std::make_unique<Derivation>(p);
   propagation.setProof(&p);
-  analyzer.setProof(p);
+  analyzer.setProof(p, static_cast<std::size_t>(options.paced(spared_terms)));
   inprocessing.setProof(p);
 }
 

@@ -50,6 +50,7 @@ std::string expectedOf(const estoc::Solver& solver, Verdict verdict, bool optimi
 struct Outcome {
   Verdict verdict = Verdict::unknown;
   std::uint64_t cores = 0;
+  bool states = false; ///< whether a row is stated that another one implies
   bool agrees = false;
 };
 
@@ -80,6 +81,7 @@ Outcome prove(unsigned long seed) {
   outcome.cores = run.solver.statistics().cores;
   run.solver.concludeProof();
 
+  outcome.states = sink.text.find("\nia ") != std::string::npos;
   std::istringstream proof(sink.text);
   const std::string found = checker::verify(checker::readProblem(run.opbText()), proof).text();
   outcome.agrees = found == expected;
@@ -94,17 +96,20 @@ TEST(EstocProof, OfAnyWidthShowsTheBoundsOfTheEngine) {
   unsigned long optimal = 0;
   unsigned long unsatisfiable = 0;
   std::uint64_t cores = 0;
+  unsigned long states = 0;
   for (unsigned long seed = first; seed - first < runs; seed++) {
     const Outcome outcome = prove(seed);
     ASSERT_TRUE(outcome.agrees);
     optimal += outcome.verdict == Verdict::optimal ? 1 : 0;
     unsatisfiable += outcome.verdict == Verdict::unsatisfiable ? 1 : 0;
     cores += outcome.cores;
+    states += outcome.states ? 1 : 0;
   }
   if (first != 1 || runs < 1200) return; // other problems may be too few to tell
   EXPECT_GT(optimal, runs / 10);
   EXPECT_GT(unsatisfiable, runs / 10);
   EXPECT_GT(cores, 0);
+  EXPECT_GT(states, 0);
 }
 
 } // namespace
