@@ -305,6 +305,13 @@ void Propagator::close() {
   conflict = mark.conflict;
 }
 
+bool Propagator::satisfies(const Row& row) const {
+  Integer missing = row.degree;
+  for (const Term& t : row.terms)
+    if (value(t.literal) > 0) missing -= t.coefficient;
+  return missing.sign() <= 0;
+}
+
 void Propagator::assume(Lit literal) {
   if (conflicts() || value(literal) > 0) return;
   if ((literal.index() | 1) >= values.size()) {

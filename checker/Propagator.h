@@ -101,6 +101,8 @@ class Propagator {
   int value(Lit literal) const {
     return literal.index() < values.size() ? values[literal.index()] : 0;
   }
+  /// After `conflicts`: whether what is known to be true satisfies the row.
+  bool satisfies(const Row& row) const;
 };
 
 } // namespace checker

@@ -40,12 +40,8 @@ void Checker::redundance() {
   duties.of_rows = true;
   duties.begin = database.lastId();
   duties.goals.push_back(witness.applied(row));
-  if (objective && witness.touches(*objective) != 0) {
-    scratch.clear();
-    scratch.add(*objective, 1);
-    scratch.add(witness.applied(*objective), -1);
-    duties.goals.push_back(scratch.row());
-  }
+  if (objective && witness.touches(*objective) != 0)
+    duties.goals.push_back(witness.change(*objective, true));
   Entry negated;
   negated.row = negation(row);
   propagator.open();
@@ -183,14 +179,15 @@ void Checker::proveRest(const Duties& duties, const Row* premise) {
   for (std::size_t i = 0; i < duties.goals.size(); i++)
     if (!duties.proven_goals.contains(i) && !follows(duties.goals[i], nullptr, premise))
       throw Refusal("goal #" + std::to_string(i + 1) + " is not shown");
-  if (!duties.of_rows) return;
+  if (!duties.of_rows || propagator.conflicts()) return;
   std::size_t left = 0; // of the variables in the rows that the witness touches
   for (const Image& image : witness.all()) left += database.usesOf(image.variable);
   for (auto e = database.all().rbegin(); e != database.all().rend() && left > 0; ++e) {
     const std::size_t touched = witness.touches(e->row);
     left -= touched;
     if (touched == 0 || e->id > duties.begin || duties.proven_rows.contains(e->id)) continue;
-    if (!follows(witness.applied(e->row), &e->row, premise))
+    if (!propagator.satisfies(witness.change(e->row, false)) &&
+        !follows(witness.applied(e->row), &e->row, premise))
       throw Refusal("goal " + std::to_string(e->id) + " is not shown");
   }
 }

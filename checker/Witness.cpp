@@ -25,18 +25,33 @@ std::size_t Witness::touches(const Row& row) const {
                     [this](const Term& t) { return imageOf(t.literal.variable()) != nullptr; }));
 }
 
+void Witness::addImage(const Integer& factor, Lit literal, const Image& image) {
+  if (image.kind == Image::Kind::literal)
+    scratch.addTerm(factor, literal.negated() ? ~image.literal : image.literal);
+  else if (image.value != literal.negated())
+    scratch.raise(-factor);
+}
+
 Row Witness::applied(const Row& row) {
   scratch.clear();
   scratch.raise(row.degree);
   for (const Term& t : row.terms) {
-    const Image* const image = imageOf(t.literal.variable());
-    if (image == nullptr)
+    if (const Image* const image = imageOf(t.literal.variable()))
+      addImage(t.coefficient, t.literal, *image);
+    else
       scratch.addTerm(t.coefficient, t.literal);
-    else if (image->kind == Image::Kind::literal)
-      scratch.addTerm(t.coefficient, t.literal.negated() ? ~image->literal : image->literal);
-    else if (image->value != t.literal.negated())
-      scratch.raise(-t.coefficient);
   }
+  return scratch.row();
+}
+
+Row Witness::change(const Row& row, bool sinks) {
+  scratch.clear();
+  for (const Term& t : row.terms)
+    if (const Image* const image = imageOf(t.literal.variable())) {
+      const Integer factor = sinks ? -t.coefficient : t.coefficient;
+      addImage(factor, t.literal, *image);
+      scratch.addTerm(-factor, t.literal);
+    }
   return scratch.row();
 }
 

@@ -7,12 +7,19 @@
 #include "Statement.h"
 #include "estoc/ProofSink.h"
 
-/// The proof file, with the statement's names.
+#include <mutex>
+
+/// The proof file, with the statement's names. Everything but `abandon` is for one thread.
 class ProofLog final : public estoc::ProofSink {
   const std::string path;
   ProofFile file;
   const Statement& statement;
   const estoc::ProofVersion version;
+  std::timed_mutex mutex; ///< held while something is written
+  bool is_ended = false;  ///< nothing more goes into the file
+  bool has_conclusion = false;
+
+  void closeFile();
 
  public:
   /// Ends the process if the file cannot be opened. `about` must last.
@@ -26,7 +33,8 @@ class ProofLog final : public estoc::ProofSink {
   /// Completes the file. A complaint goes to standard error if it could not be written.
   void close();
   /// Completes the file when the engine has not come to the proof's end: the steps so far remain,
-  /// with the conclusion that nothing has been shown.
+  /// with the conclusion that nothing has been shown, and a complaint says so. For any thread. The
+  /// file stays as it is when it takes no more bytes, for a fifth of a second.
   void abandon();
   /// Whether anything of the proof is lost.
   bool hasFailed() const { return file.hasFailed(); }

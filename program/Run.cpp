@@ -128,6 +128,7 @@ void Run::onStop() {
 /// On the watchdog's thread: the other one is at something long, and what it has found is kept.
 void Run::onOverdue() {
   try {
+    if (ProofLog* const log = open_proof) log->abandon();
     end(Verdict::unknown, stoppedBy(), {});
   } catch (const FalseClaim& fault) {
     giveUp(fault.what(), exit_internal);
@@ -227,6 +228,7 @@ Verdict Run::solve() {
     const auto version =
         settings.proof_version == "2.0" ? estoc::ProofVersion::v2 : estoc::ProofVersion::v3;
     proof.emplace(settings.proof, *statement, version);
+    open_proof = &*proof;
     engine.prove(
         *proof, {version, statement->rows(), statement->surplus(),
                  "about " + process::visible(settings.opb.empty() ? settings.file : settings.opb)});

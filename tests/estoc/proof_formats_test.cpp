@@ -5,7 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -15,6 +17,7 @@
 #include "checker/Verify.h"
 #include "formats/ProblemReader.h"
 #include "program/Loading.h"
+#include "program/ProofLog.h"
 
 namespace {
 
@@ -176,6 +179,47 @@ TEST(EstocProof, OfEveryFormatIsAccepted) {
     const Outcome outcome = prove(draws, text, draws.oneIn(4));
     ASSERT_EQ(outcome.found, outcome.expected) << "seed " << seed << "\n" << text << outcome.proof;
   }
+}
+
+/// A proof of this text in a file, of which the solver has handed over `steps`.
+class LogFile {
+  const formats::Problem problem =
+      std::move(*formats::readProblem("min: +1 aa +1 bb ;\n+1 aa +1 bb >= 1 ;\n"));
+  const formats::Linear linear = std::move(*formats::linearise(problem));
+  const Statement statement{problem, linear, false};
+  const std::string path = testing::TempDir() + "/abandoned.pbp";
+
+ public:
+  ProofLog log{path, statement, estoc::ProofVersion::v3};
+  explicit LogFile(const std::string& steps) {
+    const std::string text = "pseudo-Boolean proof version 3.0\nf 1 ;\n" + steps;
+    log.write(text.data(), text.size());
+  }
+  ~LogFile() { std::remove(path.c_str()); }
+  LogFile(const LogFile&) = delete;
+  LogFile& operator=(const LogFile&) = delete;
+
+  std::string verdict() const {
+    std::ifstream file(path);
+    return checker::verify(checker::readProblem("min: +1 aa +1 bb ;\n+1 aa +1 bb >= 1 ;\n"), file)
+        .text();
+  }
+};
+
+TEST(ProofLog, EndsWithAConclusionWhateverTheSolverIsAt) {
+  const std::string late = "rup 1 aa >= 5 ;\n";
+  {
+    LogFile cut("soli aa ~bb ;\n");
+    cut.log.abandon();
+    cut.log.write(late.data(), late.size()); // the solver goes on for a moment
+    cut.log.abandon();
+    cut.log.close();
+    EXPECT_EQ(cut.verdict(), "s VERIFIED NONE");
+  }
+  LogFile ended("soli aa ~bb ;\npol 1 2 + ;\noutput NONE ;\nconclusion BOUNDS 1 : 1 1 : aa ~bb ;\n"
+                "end pseudo-Boolean proof ;\n");
+  ended.log.abandon(); // just before the solver's thread would have closed it
+  EXPECT_EQ(ended.verdict(), "s VERIFIED BOUNDS 1 <= obj <= 1");
 }
 
 } // namespace

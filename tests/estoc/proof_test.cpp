@@ -108,15 +108,18 @@ std::vector<estoc::WideTerm> termsOf(const plain::Form& form, bool negate) {
   return terms;
 }
 
+estoc::ProofVersion someVersion(Draws& draws) {
+  return draws.oneIn(3) ? estoc::ProofVersion::v2 : estoc::ProofVersion::v3;
+}
+
 /// Solves, perhaps not to the end, and proves what has been found.
-Proven solve(Draws& draws, const plain::Problem& problem) {
+Proven solve(Draws& draws, const plain::Problem& problem, estoc::ProofVersion version) {
   using plain::Relation;
   TextSink sink;
   estoc::Solver solver(trial::someOptions(draws));
   std::uint64_t rows = 0;
   for (const plain::Row& row : problem.rows) rows += row.relation == Relation::equal ? 2 : 1;
-  const bool lines = draws.oneIn(3);
-  solver.prove(sink, {lines ? estoc::ProofVersion::v2 : estoc::ProofVersion::v3, rows, 0, ""});
+  solver.prove(sink, {version, rows, 0, ""});
   for (int v = 0; v < problem.nvars; v++) solver.newVariable();
   if (problem.objective) solver.minimise(termsOf(*problem.objective, problem.maximise), 0);
   for (const plain::Row& row : problem.rows) {
@@ -297,7 +300,7 @@ std::string damagedProof(Draws& draws, const std::string& proof, const Truth& tr
 
 TEST(EstocProof, IsAcceptedAndShowsWhatTheEngineSays) {
   repeat(1500, [](Draws& draws, const plain::Problem& problem) {
-    const Proven proven = solve(draws, problem);
+    const Proven proven = solve(draws, problem, someVersion(draws));
     const std::string text = opb(problem);
     const Verdict verdict = verdictOn(text, proven.proof);
     const Truth truth(problem);
@@ -306,11 +309,31 @@ TEST(EstocProof, IsAcceptedAndShowsWhatTheEngineSays) {
   });
 }
 
+TEST(EstocProof, OfTheSameRunIsTheSameInEitherVersion) {
+  using estoc::ProofVersion;
+  const auto words = [](const std::string& proof) { // without marks between and behind them
+    std::string text;
+    for (const std::string& line : split(proof, '\n'))
+      for (const std::string& word : split(line, ' '))
+        if (word != ";" && word != ":" && word != "2.0" && word != "3.0") text += word + " ";
+    return text;
+  };
+  repeat(150, [&](const Draws& draws, const plain::Problem& problem) {
+    const auto proofIn = [&](ProofVersion version) {
+      SeededDraws again = static_cast<const SeededDraws&>(draws);
+      return solve(again, problem, version).proof;
+    };
+    for (const ProofVersion version : {ProofVersion::v2, ProofVersion::v3})
+      EXPECT_EQ(proofIn(version), proofIn(version));
+    EXPECT_EQ(words(proofIn(ProofVersion::v2)), words(proofIn(ProofVersion::v3)));
+  });
+}
+
 TEST(EstocProof, ShowsNothingFalseWhenDamaged) {
   int accepted = 0;
   int refused = 0;
   repeat(200, [&](Draws& draws, const plain::Problem& problem) {
-    const Proven proven = solve(draws, problem);
+    const Proven proven = solve(draws, problem, someVersion(draws));
     if (proven.proof.size() > 100000) return; // a market split
     const std::string text = opb(problem);
     const Truth truth(problem);
