@@ -79,7 +79,9 @@ class Integer {
   friend Integer operator*(Integer a, const Integer& b) { return std::move(a *= b); }
   Integer operator-() const { return Integer(0) - *this; }
 
-  friend bool operator==(const Integer& a, const Integer& b) { return (a <=> b) == 0; }
+  friend bool operator==(const Integer& a, const Integer& b) {
+    return (a <=> b) == 0; // NOLINT(modernize-use-nullptr): it is no pointer of ours
+  }
   friend std::strong_ordering operator<=>(const Integer& a, const Integer& b) {
     if (!a.wide && !b.wide) return a.narrow <=> b.narrow;
     return a.compareWide(b);

@@ -22,7 +22,7 @@ inline ProblemSizes sizesOf(const formats::Problem& problem) {
   ProblemSizes sizes;
   sizes.variables = static_cast<std::uint64_t>(problem.variables.size()) - problem.products.size();
   sizes.rows = problem.rows.size();
-  for (const formats::Rows* const rows : {&problem.rows, &problem.soft.rows})
+  for (const formats::Rows* const rows : {&problem.rows, &problem.soft.rows}) {
     for (const formats::Row row : *rows) {
       sizes.equations += rows == &problem.rows && row.relation == formats::Relation::equal ? 1 : 0;
       sizes.terms += row.form.size();
@@ -30,6 +30,7 @@ inline ProblemSizes sizesOf(const formats::Problem& problem) {
       for (const formats::Term term : row.form)
         sizes.largest = std::max(sizes.largest, formats::magnitude(term.coefficient));
     }
+  }
   return sizes;
 }
 

@@ -20,16 +20,12 @@ python=$(git ls-files '*.py'; git grep -l '^#!/usr/bin/env python3' -- bench)
   pycodestyle --max-line-length=106 --ignore=E203,E402,W503,W504 $python
 }
 
-# clang-tidy wants clang's own command lines: it knows no g++ warnings. It gets a process per file
-# because its analyzer, given several at once, sees faults with va_list that are none.
+# clang-tidy wants clang's own command lines: it knows no g++ warnings.
 cmake --preset check-clang -DCMAKE_EXPORT_COMPILE_COMMANDS=ON >/dev/null
 commands=build/check-clang/compile_commands.json
 
 echo "== clang-tidy"
-git ls-files 'src/*.cpp' 'process/*.cpp' 'formats/*.cpp' 'program/*.cpp' 'checker/*.cpp' \
-    'tools/*.cpp' |
-  xargs -P "$jobs" -n 1 clang-tidy -p build/check-clang --quiet 2>build/clang-tidy.log ||
-  { grep -v 'warnings generated' build/clang-tidy.log; exit 1; }
+scripts/tidy.py "$jobs"
 
 echo "== cppcheck"
 mkdir -p build/cppcheck

@@ -12,7 +12,7 @@ namespace estoc {
 void AtMostOnes::gather() {
   edges.assign(2 * static_cast<std::size_t>(trail.variables()), {});
   count = 0;
-  for (const auto* list : {&propagation.problemConstraints(), &propagation.learntConstraints()})
+  for (const auto* list : {&propagation.problemConstraints(), &propagation.learntConstraints()}) {
     for (const Ref ref : *list) {
       const Header& header = propagation.at(ref);
       bench.charge(1);
@@ -23,6 +23,7 @@ void AtMostOnes::gather() {
       edges[(~l[1]).index()].push_back({~l[0], ref});
       count++;
     }
+  }
 }
 
 /// Grows a clique from `first` over edges that are in no clique yet.
@@ -77,12 +78,13 @@ void AtMostOnes::put() {
   propagation.add(row, false, 0, bench.proof != nullptr ? derive() : 0);
   bench.count.at_most_ones++;
   for (const Lit l : clique) common[l.index()] = 1;
-  for (const Lit l : clique)
+  for (const Lit l : clique) {
     for (const Edge& e : edges[l.index()]) {
       if (common[e.other.index()] == 0 || propagation.at(e.ref).removed != 0) continue;
       bench.remove(e.ref);
       count--;
     }
+  }
   for (const Lit l : clique) common[l.index()] = 0;
 }
 
@@ -97,13 +99,14 @@ void AtMostOnes::run() {
       order.push_back(Lit::fromIndex(static_cast<std::uint32_t>(i)));
   std::stable_sort(order.begin(), order.end(),
                    [&](Lit a, Lit b) { return edges[a.index()].size() < edges[b.index()].size(); });
-  for (const Lit l : order)
+  for (const Lit l : order) {
     for (;;) {
       if (bench.isOver()) return;
       grow(l);
       if (clique.size() < smallest) break;
       put();
     }
+  }
   left = count;
 }
 

@@ -41,11 +41,12 @@ bool Inprocessing::run(std::uint64_t conflicts, std::uint64_t work) {
   credits.subsumption += done / 100 * subsumption_share;
   credits.vivification += done / 100 * vivification_share;
   bool fine = true;
-  if (options.at_most_ones)
+  if (options.at_most_ones) {
     spend(credits.at_most_ones, [&] {
       at_most_ones.run();
       return true;
     });
+  }
   if (options.probing)
     fine = spend(credits.probing, [&] { return equivalences.run() && probing.run(); });
   if (fine && options.subsumption)

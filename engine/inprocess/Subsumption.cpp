@@ -16,7 +16,7 @@ constexpr std::uint32_t crowd = 1000;  ///< entries of a literal
 void Subsumption::gather() {
   candidates.clear();
   is_fresh.assign(static_cast<std::size_t>(trail.variables()), 0);
-  for (const auto* list : {&propagation.problemConstraints(), &propagation.learntConstraints()})
+  for (const auto* list : {&propagation.problemConstraints(), &propagation.learntConstraints()}) {
     for (const Ref ref : *list) {
       const Header& header = propagation.at(ref);
       if (header.removed != 0 || header.kind != Kind::clause || header.size > longest) continue;
@@ -29,6 +29,7 @@ void Subsumption::gather() {
         is_fresh[static_cast<std::size_t>(c.literals()[i].var())] = 1;
       bench.charge(c.size);
     }
+  }
   std::stable_sort(candidates.begin(), candidates.end(),
                    [](const Candidate& a, const Candidate& b) { return a.size < b.size; });
 }
@@ -79,7 +80,7 @@ bool Subsumption::process(const Candidate& candidate) {
   Relation relation = Relation::none;
   Lit resolved;
   Ref by = no_ref;
-  for (std::size_t i = 0; i < marked.size() && relation == Relation::none; i++)
+  for (std::size_t i = 0; i < marked.size() && relation == Relation::none; i++) {
     for (const Lit l : {marked[i], ~marked[i]}) {
       for (const Entry& entry : entries[l.index()]) {
         bench.charge(1);
@@ -90,6 +91,7 @@ bool Subsumption::process(const Candidate& candidate) {
       }
       if (relation != Relation::none) break;
     }
+  }
   for (const Lit l : marked) marks[static_cast<std::size_t>(l.var())] = 0;
 
   if (relation == Relation::subsumes) {

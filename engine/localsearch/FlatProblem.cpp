@@ -62,12 +62,13 @@ void FlatProblem::finish() {
     variable_starts[v + 1] += variable_starts[v];
   by_variable.resize(literals.size());
   std::vector<std::size_t> next(variable_starts.begin(), variable_starts.end() - 1);
-  for (std::size_t row = 0; row < rows(); row++)
+  for (std::size_t row = 0; row < rows(); row++) {
     for (std::size_t i = firstTerm(row); i < endTerm(row); i++) {
       const std::int64_t a = coefficients[i];
       by_variable[next[static_cast<std::size_t>(literals[i].var())]++] = {
           literals[i].negated() ? -a : a, static_cast<std::uint32_t>(row)};
     }
+  }
 }
 
 } // namespace estoc

@@ -147,7 +147,8 @@ std::vector<ProbedColumn> ClpRelaxation::probe(const std::vector<int>& columns, 
   std::vector<ProbedColumn> result(columns.size());
   if (end != End::optimal || columns.empty()) return result;
   const auto n = static_cast<int>(columns.size());
-  const auto width = static_cast<std::size_t>(model.numberColumns() + model.numberRows());
+  const auto width = static_cast<std::size_t>(model.numberColumns()) +
+                     static_cast<std::size_t>(model.numberRows());
   std::vector<double> for_up(columns.size(), 1.0); // new lower bounds, then changes upwards
   std::vector<double> for_down(columns.size(), 0.0);
   std::vector<double> space(2 * columns.size() * width);

@@ -223,7 +223,8 @@ Int128 LinearProgram::combine(Expression<Summed>& e, bool basis, Derivation* der
   for (std::size_t i = 0; i < y.size(); i++) {
     if (!takesPart(i)) continue;
     const double size = lower(i) ? y[i] : -y[i];
-    const Int128 factor = static_cast<std::int64_t>(size * scale + 0.5);
+    // It is not negative, so this rounds, whatever the mathematical library says.
+    const Int128 factor = static_cast<std::int64_t>(size * scale + 0.5); // NOLINT(*-roundings)
     if (factor == 0) continue;
     const Exact& row = side(i, lower(i));
     for (std::size_t k = row.start; k < row.start + row.size; k++)

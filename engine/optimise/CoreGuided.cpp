@@ -102,8 +102,9 @@ bool CoreGuided::extend(std::size_t index) {
   }
   enough.terms.push_back({static_cast<Int128>(r), ~y});
   enough.degree = static_cast<Int128>(r);
-  few.terms.push_back({static_cast<Int128>(n - r + 1), y});
-  few.degree = static_cast<Int128>(n - r + 1);
+  const std::size_t false_ones = n - r + 1;
+  few.terms.push_back({static_cast<Int128>(false_ones), y});
+  few.degree = static_cast<Int128>(false_ones);
   ProofId enough_id = 0;
   ProofId few_id = 0;
   if (Proof* const proof = search.proof()) {

@@ -89,9 +89,7 @@ void Analyzer::writeReason(Header& c, Lit implied, Int128 divisor) {
           kept.push_back(i);
           changed.push_back(i);
         }
-      } else if (by == 1 || isKept(l)) {
-        kept.push_back(i);
-      } else if (const auto rest = a % by; rest == 0) {
+      } else if (by == 1 || isKept(l) || a % by == 0) {
         kept.push_back(i);
       } else if (weaken_fully || a < by) {
         gone.push_back(i);
@@ -177,11 +175,12 @@ void Analyzer::writeMinimisation() {
   std::vector<Lit>& open = before_minimising; // a heap of literals to be resolved away
   std::size_t kept = 0;
   std::size_t removed = 0;
-  for (const Lit l : open) // the order has not changed
+  for (const Lit l : open) { // the order has not changed
     if (kept < lower.size() && lower[kept] == l)
       kept++;
     else
       open[removed++] = l;
+  }
   open.resize(removed);
   std::make_heap(open.begin(), open.end(), older);
   while (!open.empty()) {
