@@ -180,12 +180,15 @@ Verdict Run::read() {
 /// Ends the process without a verdict; waits for that if the other thread is stating one.
 void Run::giveUp(const std::string& message, int code) {
   if (findings.giveUp()) {
-    process::complain(message);
-    RunFacts facts = factsNow();
-    facts.failure = message;
-    // That they cannot be written is told as well, but what came first counts.
-    static_cast<void>(stats.write(settings, problem, findings, facts));
-    static_cast<void>(report.write(settings, problem, findings, facts));
+    try {
+      process::complain(message);
+      RunFacts facts = factsNow();
+      facts.failure = message;
+      // That they cannot be written is told as well, but what came first counts.
+      static_cast<void>(stats.write(settings, problem, findings, facts));
+      static_cast<void>(report.write(settings, problem, findings, facts));
+    } catch (const std::bad_alloc&) { // what is lost is the message
+    }
     process::endNow(code);
   }
   for (;;) pause();
