@@ -176,6 +176,8 @@ Statistics Solver::statistics() const {
   s.conflicts = c.conflicts;
   s.decisions = c.decisions;
   s.propagations = p.work().literals;
+  s.clause_visits = p.work().clause_visits;
+  s.row_visits = p.work().row_visits;
   s.restarts = c.restarts;
   s.reductions = c.reductions;
   s.learnt_clauses = c.learnt_clauses;

@@ -40,6 +40,8 @@ template <class Visitor> void forEachCounter(const estoc::Statistics& s, Visitor
   visit("conflicts", s.conflicts);
   visit("decisions", s.decisions);
   visit("propagations", s.propagations);
+  visit("clause visits", s.clause_visits);
+  visit("row visits", s.row_visits);
   visit("restarts", s.restarts);
   visit("reductions", s.reductions);
   visit("learnt clauses", s.learnt_clauses);

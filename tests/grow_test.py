@@ -86,27 +86,36 @@ class Measurement(unittest.TestCase):
             if not path.exists():
                 return done, {}
             with open(path, newline="", encoding="utf-8") as file:
-                return done, {(r["family"], int(r["variables"])): r for r in csv.DictReader(file)}
+                return done, {(Path(r["program"]).name, r["family"], int(r["variables"])): r
+                              for r in csv.DictReader(file)}
 
-    def test_visits_are_those_of_the_program(self):
-        trace = program_dir / "quillon-trace"
-        done, table = self.measure("--program", trace)
+    def test_visits_are_those_of_the_programs(self):
+        trace, estoc = program_dir / "quillon-trace", program_dir / "estoc"
+        done, table = self.measure("--program", trace, "--program", estoc)
         self.assertEqual(done.returncode, 0, done.stderr)
-        visits = 0
+        visits = {"quillon-trace": 0, "estoc": 0}
         for seed in (1, 2):
             text = io.StringIO()
             grow.write_problem(text, 2000, "spread", seed)
-            alone = subprocess.run([trace], input=text.getvalue(), capture_output=True, text=True,
-                                   check=False)
-            visits += sum(map(int, re.findall(r" (?:propagations|inspects)=(\d+)", alone.stderr)))
-        self.assertEqual(int(table["spread", 2000]["visits"]), visits)
-        self.assertEqual(len(table), 4)
-        for (family, n), row in table.items():
-            with self.subTest(family=family, n=n):
+            for program, options, pattern in (
+                    (trace, [], r" (?:propagations|inspects)=(\d+)"),
+                    (estoc, ["--no-lp", "--no-local-search", "--verbosity", "2"],
+                     r"(?m)^c (?:clause|row) visits (\d+)$")):
+                alone = subprocess.run([program, *options], input=text.getvalue(),
+                                       capture_output=True, text=True, check=False)
+                visits[program.name] += sum(map(int, re.findall(pattern, alone.stdout
+                                                                + alone.stderr)))
+        for name, number in visits.items():
+            self.assertGreater(number, 0)
+            self.assertEqual(int(table[name, "spread", 2000]["visits"]), number)
+        self.assertEqual(len(table), 8)
+        for (program, family, n), row in table.items():
+            with self.subTest(program=program, family=family, n=n):
                 self.assertEqual(int(row["problems"]), 4000 // n)
                 self.assertGreater(int(row["conflicts"]), int(row["problems"]))
-        self.assertEqual(float(table["local", 1000]["growth_max"]), 1)
-        self.assertIn("| spread | 2000 |", done.stdout)
+                if n == 1000:
+                    self.assertEqual(float(row["growth_max"]), 1)
+        self.assertIn("| estoc | spread | 2000 |", done.stdout)
 
     def test_a_program_that_cannot_be_measured_is_refused(self):
         for program in ("/nonexistent", "true"):

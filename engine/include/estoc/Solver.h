@@ -28,7 +28,9 @@ enum class Strategy { linear, core_guided, local_search, lp };
 struct Statistics {
   std::uint64_t conflicts = 0;
   std::uint64_t decisions = 0;
-  std::uint64_t propagations = 0; ///< literals propagated
+  std::uint64_t propagations = 0;  ///< literals propagated
+  std::uint64_t clause_visits = 0; ///< clauses looked at in propagation
+  std::uint64_t row_visits = 0;    ///< the same for other constraints
   std::uint64_t restarts = 0;
   std::uint64_t reductions = 0;
   std::uint64_t learnt_clauses = 0;
