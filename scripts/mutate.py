@@ -37,8 +37,9 @@ ENGINE = [("engine_test", [], [], 60), ("reader_test", [], [], 60),
 FORMATS = [("formats_test", [], [], 60),
            ("formats_programs_test", ["quillon", "opb2quillon", "quillon-check"], [], 60)]
 ESTOC = [("estoc_relaxation_test", [], [], 60), ("estoc_localsearch_test", [], [], 60),
-         ("estoc_differential_test", [], [], 240), ("estoc_proof_test", [], [], 240)]
-PROGRAM = [("estoc_program_test", ["estoc", "quillon-check"], [], 120)]
+         ("estoc_differential_test", [], [], 240), ("estoc_proof_test", [], [], 240),
+         ("estoc_counters_test", [], [], 120)]
+PROGRAM = [("estoc_program_test", ["estoc", "quillon-check"], [], 240)]
 CHECKER = [("checker_test", ["estoc-verify"], [], 60), ("estoc_proof_test", [], [], 240)]
 READER = [ENGINE[1]] + ENGINE[3:]
 FRONT_END = [("golden_test", ["quillon-trace"], [SMALL_GOLDEN], 240),
