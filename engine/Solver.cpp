@@ -102,6 +102,11 @@ Verdict Solver::solve(const std::vector<Lit>& assumptions, Listener* listener) {
     in.interrupted = false;
     return verdict;
   }
+  if (in.search.isRefuted()) { // as loading can show: no relaxation is needed then
+    in.interrupted = false;
+    in.core.clear();
+    return Verdict::unsatisfiable;
+  }
   std::vector<Lit> different; // each assumption opens a level, of which there is one a variable
   std::vector<bool> is_assumed(2 * static_cast<std::size_t>(in.search.variables()));
   for (const Lit l : assumptions) {

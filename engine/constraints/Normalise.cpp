@@ -46,6 +46,25 @@ void merge(Row& row) {
   terms.resize(kept);
 }
 
+/// Sorts by falling coefficients; equal ones keep their order. Most rows of problems are short, and
+/// the library's stable sort takes memory even for these.
+void sortByCoefficient(std::vector<WideTerm>& terms) {
+  const auto before = [](const WideTerm& a, const WideTerm& b) {
+    return a.coefficient > b.coefficient;
+  };
+  constexpr std::size_t short_row = 24;
+  if (terms.size() > short_row) {
+    std::stable_sort(terms.begin(), terms.end(), before);
+    return;
+  }
+  for (std::size_t i = 1; i < terms.size(); i++) {
+    const WideTerm term = terms[i];
+    std::size_t place = i;
+    for (; place > 0 && before(term, terms[place - 1]); place--) terms[place] = terms[place - 1];
+    terms[place] = term;
+  }
+}
+
 } // namespace
 
 RowState normalise(Row& row, const Trail& trail, std::vector<Lit>& units, Derivation* derivation) {
@@ -67,9 +86,7 @@ RowState normalise(Row& row, const Trail& trail, std::vector<Lit>& units, Deriva
   if (row.degree <= 0) return RowState::trivial;
   if (sum < row.degree) return RowState::contradiction;
   const Int128 slack = sum - row.degree;
-  std::stable_sort(terms.begin(), terms.end(), [](const WideTerm& a, const WideTerm& b) {
-    return a.coefficient > b.coefficient;
-  });
+  sortByCoefficient(terms);
   std::size_t implied = 0;
   for (; implied < terms.size() && terms[implied].coefficient > slack; implied++) {
     units.push_back(terms[implied].literal);
