@@ -107,6 +107,16 @@ template <class F> decltype(auto) withGeneral(Header& c, F&& f) {
   return f(static_cast<General128&>(c));
 }
 
+/// The term of `c` at that place.
+inline Term<Int128> termAt(Header& c, std::uint32_t place) {
+  if (c.kind == Kind::clause) return {1, static_cast<Clause&>(c).literals()[place]};
+  if (c.kind == Kind::cardinality) return {1, static_cast<Cardinality&>(c).literals()[place]};
+  return withGeneral(c, [&](auto& g) {
+    return Term<Int128>{static_cast<Int128>(g.terms()[place].coefficient),
+                        g.terms()[place].literal};
+  });
+}
+
 /// Calls `f(coefficient, literal)` for each term of `c`, coefficients as Int128.
 template <class F> void forEachTerm(Header& c, F&& f) {
   switch (c.kind) {

@@ -74,13 +74,27 @@ template <class C, class D> ProofId Proof::rup(const RowOf<C, D>& row) {
   return finish();
 }
 
-ProofId Proof::rupClause(const Lit* literals, std::size_t size) {
+/// "rup" and a clause.
+void Proof::addClause(const Lit* literals, std::size_t size) {
   text.add("rup");
   for (std::size_t i = 0; i < size; i++) {
     text.add(" 1");
     appendLiteral(text, literals[i]);
   }
   text.add(semicolons ? " >= 1" : " >= 1 ;");
+}
+
+ProofId Proof::rupClause(const Lit* literals, std::size_t size) {
+  addClause(literals, size);
+  return finish();
+}
+
+ProofId Proof::rupClause(const std::vector<Lit>& literals, ProofId id) {
+  addClause(literals.data(), literals.size());
+  if (semicolons) {
+    text.add(" :");
+    text.addNumber(id);
+  }
   return finish();
 }
 

@@ -50,6 +50,8 @@ class Proof {
   ProofId rupClause(const std::vector<Lit>& literals) {
     return rupClause(literals.data(), literals.size());
   }
+  /// The same for a clause that constraint `id` alone shows, as version 3.0 can tell the checker.
+  ProofId rupClause(const std::vector<Lit>& literals, ProofId id);
   /// The same for a literal that is true in all solutions; it becomes the literal's unit row.
   ProofId rupUnit(Lit l);
   /// A row that can be demanded without losing solutions (or optimal ones): all rows so far and the
@@ -165,6 +167,7 @@ class Proof {
   void appendWeakening(Text& to, Var v) const {
     appendName(to, 3 * static_cast<std::size_t>(v) + 2);
   }
+  void addClause(const Lit* literals, std::size_t size);
   template <class C, class D> void appendRow(const RowOf<C, D>& row);
   void appendValues(const std::vector<bool>& values);
   ProofId finish();

@@ -37,98 +37,96 @@ ProofId Analyzer::finishDerivation() {
   return id;
 }
 
-/// The row that stands for `c`: lean, if much of it is fixed at level 0.
-Proof::Lean Analyzer::leanForm(Header& c) {
-  Proof::Lean form{c.id, 0};
-  if (c.size < spared_terms) return form;
-  form = proof->leanForm(c.id);
-  const int end = trail.start(1);
-  if (form.end == end) return form;
-  const auto isNew = [&](Lit l) {
-    return trail.isRootAssigned(l.var()) && trail.position(l.var()) >= form.end;
-  };
-  std::size_t count = 0;
-  forEachLiteral(c, [&](Lit l) { count += isNew(l) ? 1 : 0; });
-  if (count < spared_terms) return form;
+/// Notes which literals of `c` are fixed at level 0.
+void Analyzer::noteFixed(Header& c) {
+  noted.fixed.clear();
+  std::uint32_t place = 0;
+  forEachLiteral(c, [&](Lit l) {
+    if (trail.isRootAssigned(l.var())) noted.fixed.push_back(place);
+    place++;
+  });
+}
+
+/// The row that stands for `c`: lean, if much of it is fixed at level 0. What it has lost is no
+/// longer noted as fixed.
+ProofId Analyzer::leanForm(Header& c) {
+  if (noted.fixed.empty()) return c.id;
+  Proof::Lean form = proof->leanForm(c.id);
+  std::erase_if(noted.fixed, [&](std::uint32_t place) {
+    return trail.position(termAt(c, place).literal.var()) < form.end;
+  });
+  if (noted.fixed.size() < spared_terms) return form.id;
   Derivation& written = *reason_derivation;
   written.clear();
   written.add(form.id, 1);
-  forEachTerm(c, [&](Int128 a, Lit l) {
-    if (isNew(l)) written.dropAssigned(l, a, trail);
-  });
-  form = {written.finish(), end};
+  dropFixed(c);
+  form = {written.finish(), trail.start(1)};
   proof->setLean(c.id, form);
-  return form;
+  return form.id;
 }
 
-/// Writes the rounding of `c`, in which `implied` has the coefficient `divisor`: literals that
-/// neither were falsified before it nor fit the divisor are weakened.
-void Analyzer::writeReason(Header& c, Lit implied, Int128 divisor) {
-  const Proof::Lean form = leanForm(c);
+/// Takes out of the reason that is being written what is noted as fixed.
+void Analyzer::dropFixed(Header& c) {
+  for (const std::uint32_t place : noted.fixed) {
+    const auto [a, l] = termAt(c, place);
+    reason_derivation->dropAssigned(l, a, trail);
+  }
+  noted.fixed.clear();
+}
+
+/// Writes the constraint `c` without what is fixed at level 0.
+void Analyzer::writePlain(Header& c) {
+  noteFixed(c);
+  const ProofId id = leanForm(c);
+  reason_derivation->clear();
+  reason_derivation->add(id, 1);
+  dropFixed(c);
+}
+
+/// Writes the rounding of row `c`, whose terms have been noted. It comes to `degree` just before
+/// the division by `divisor`.
+void Analyzer::writeReason(Header& c, Int128 divisor, Int128 degree) {
+  const std::size_t gone = c.size - noted.kept.size() - noted.fixed.size();
+  const ProofId id = leanForm(c);
   Derivation& written = *reason_derivation;
   written.clear();
-  const int position = divisor == 1 ? 0 : trail.position(implied.var());
-  const auto isKept = [&](Lit l) {
-    return l == implied || l == failed || (trail.isFalse(l) && trail.position(l.var()) < position);
-  };
-  const auto write = [&](const auto& termAt, const auto& by, Int128 degree) {
-    std::vector<std::uint32_t>& kept = kept_terms;
-    std::vector<std::uint32_t>& gone = gone_terms;
-    std::vector<std::uint32_t>& changed = changed_terms;
-    kept.clear();
-    gone.clear();
-    changed.clear();
-    for (std::uint32_t i = 0; i < c.size; i++) {
-      const auto [a, l] = termAt(i);
-      if (trail.isRootAssigned(l.var())) {
-        if (trail.position(l.var()) < form.end) {
-          if (trail.isTrue(l)) degree -= a;
-        } else if (trail.isTrue(l)) {
-          gone.push_back(i);
-        } else {
-          kept.push_back(i);
-          changed.push_back(i);
-        }
-      } else if (by == 1 || isKept(l) || a % by == 0) {
-        kept.push_back(i);
-      } else if (weaken_fully || a < by) {
-        gone.push_back(i);
-      } else {
-        kept.push_back(i);
-        changed.push_back(i);
-      }
+  const bool is_clause = degree <= divisor && noted.changed.empty() && noted.fixed.empty();
+  if (is_clause && gone > noted.kept.size() + spared_terms) {
+    stated_clause.clear();
+    for (const std::uint32_t place : noted.kept) stated_clause.push_back(termAt(c, place).literal);
+    passing.push_back(proof->rupClause(stated_clause, id));
+    written.add(passing.back(), 1);
+    return;
+  }
+  if (isShorterStated(noted.kept.size() + noted.fixed.size(), gone)) {
+    stated.terms.clear();
+    stated.degree = degree;
+    for (const std::uint32_t place : noted.kept) stated.terms.push_back(termAt(c, place));
+    for (const std::uint32_t place : noted.fixed) {
+      stated.terms.push_back(termAt(c, place));
+      if (trail.isTrue(stated.terms.back().literal))
+        stated.degree += stated.terms.back().coefficient;
     }
-    if (isShorterStated(kept.size(), gone.size())) {
-      Row& row = stated;
-      row.terms.clear();
-      for (const std::uint32_t i : kept)
-        row.terms.push_back({termAt(i).coefficient, termAt(i).literal});
-      row.degree = degree;
-      for (const std::uint32_t i : gone) row.degree -= termAt(i).coefficient;
-      passing.push_back(proof->implied(row, form.id));
-      written.add(passing.back(), 1);
-    } else {
-      written.add(form.id, 1);
-      for (const std::uint32_t i : gone) written.weakenAway(termAt(i).literal.var());
-    }
-    for (const std::uint32_t i : changed) {
-      const auto [a, l] = termAt(i);
-      if (trail.isRootAssigned(l.var()))
-        written.dropAssigned(l, a, trail);
-      else
-        written.weaken(l, static_cast<decltype(a)>(a % by));
-    }
-  };
-  if (c.kind == Kind::clause || c.kind == Kind::cardinality) {
-    const Lit* const literals = c.kind == Kind::clause ? static_cast<Clause&>(c).literals()
-                                                       : static_cast<Cardinality&>(c).literals();
-    write([&](std::uint32_t i) { return Term<std::int32_t>{1, literals[i]}; }, 1, degreeOf(c));
+    for (const std::uint32_t place : noted.changed)
+      stated.degree += termAt(c, place).coefficient % divisor;
+    passing.push_back(proof->implied(stated, id));
+    written.add(passing.back(), 1);
   } else {
-    withGeneral(c, [&](auto& g) {
-      using C = typename std::remove_reference_t<decltype(g)>::Coefficient;
-      const auto* const terms = g.terms();
-      write([&](std::uint32_t i) { return terms[i]; }, static_cast<C>(divisor), g.degree);
-    });
+    written.add(id, 1);
+    auto kept = noted.kept.begin();
+    for (std::uint32_t place = 0; gone != 0 && place < c.size; place++) {
+      if (kept != noted.kept.end() && *kept == place) {
+        ++kept;
+        continue;
+      }
+      const Lit l = termAt(c, place).literal;
+      if (!trail.isRootAssigned(l.var())) written.weakenAway(l.var());
+    }
+  }
+  dropFixed(c);
+  for (const std::uint32_t place : noted.changed) {
+    const auto [a, l] = termAt(c, place);
+    written.weaken(l, a % divisor);
   }
   written.divide(divisor);
 }

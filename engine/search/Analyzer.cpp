@@ -45,7 +45,7 @@ template <class W> void Analyzer::load(Expression<W>& e, Ref ref) {
   e.clear();
   e.addDegree(static_cast<typename W::Degree>(degreeOf(c)));
   if (proof != nullptr) {
-    writeReason(c, Lit(), 1);
+    writePlain(c);
     derivation->add(*reason_derivation, 1);
   }
   forEachTerm(c, [&](Int128 a, Lit l) {
@@ -172,7 +172,7 @@ template <class W> bool Analyzer::addReason(Expression<W>& e, Lit implied) {
       }
       rounded64.push_back({1, l});
     }
-    if (proof != nullptr) writeReason(c, implied, 1);
+    if (proof != nullptr) writePlain(c);
     return addRounded(e, rounded64, degree, implied);
   };
   if (c.kind == Kind::clause) return plain(static_cast<Clause&>(c).literals(), c.size, 1);
@@ -196,25 +196,45 @@ template <class W> bool Analyzer::addReason(Expression<W>& e, Lit implied) {
     while (terms[place].literal != implied) place++;
     const N divisor = terms[place].coefficient;
     N degree = g.degree;
-    for (std::uint32_t i = 0; i < g.size; i++) {
-      const Lit l = terms[i].literal;
-      const N a = terms[i].coefficient;
-      if (i == place) {
-        rounded.push_back({1, l});
-      } else if (trail.isRootAssigned(l.var())) {
-        if (trail.isTrue(l)) degree -= a;
-      } else if (falsifiedBefore(l)) {
-        rounded.push_back({divisor == 1 ? a : ceilDiv(a, divisor), l});
-      } else {
-        const N rest = divisor == 1 ? N(0) : a % divisor;
-        const N quotient = rest != 0 && weaken_fully ? N(0) : a / divisor;
-        degree -= a - quotient * divisor;
-        if (quotient != 0) rounded.push_back({quotient, l});
+    const auto round = [&](const auto is_noted) {
+      const auto note = [&](std::vector<std::uint32_t>& places, std::uint32_t i) {
+        if constexpr (is_noted) places.push_back(i);
+      };
+      for (std::uint32_t i = 0; i < g.size; i++) {
+        const Lit l = terms[i].literal;
+        const N a = terms[i].coefficient;
+        if (i == place) {
+          rounded.push_back({1, l});
+          note(noted.kept, i);
+        } else if (trail.isRootAssigned(l.var())) {
+          if (trail.isTrue(l)) degree -= a;
+          note(noted.fixed, i);
+        } else if (falsifiedBefore(l)) {
+          rounded.push_back({divisor == 1 ? a : ceilDiv(a, divisor), l});
+          note(noted.kept, i);
+        } else {
+          const N rest = divisor == 1 ? N(0) : a % divisor;
+          const N quotient = rest != 0 && weaken_fully ? N(0) : a / divisor;
+          degree -= a - quotient * divisor;
+          if (quotient == 0) continue;
+          rounded.push_back({quotient, l});
+          note(noted.kept, i);
+          if (rest != 0) note(noted.changed, i);
+        }
       }
+    };
+    if (proof == nullptr) {
+      round(std::false_type());
+    } else {
+      noted.kept.clear();
+      noted.changed.clear();
+      noted.fixed.clear();
+      round(std::true_type());
     }
+    const N before_division = degree;
     degree = ceilDiv(degree, divisor);
     if (proof != nullptr) {
-      writeReason(c, implied, divisor);
+      writeReason(c, divisor, before_division);
       if (std::any_of(rounded.begin(), rounded.end(),
                       [&](const auto& t) { return t.coefficient > degree; }))
         reason_derivation->saturate();

@@ -88,18 +88,25 @@ class Analyzer {
   std::unique_ptr<Derivation> reason_derivation; ///< of the rounded reason
   std::vector<Lit> root_false; ///< literals false at level 0 of the clauses resolved
   std::vector<Lit> before_minimising;
-  std::vector<Var> weakened;                ///< what a learnt row has lost
-  std::vector<std::uint32_t> kept_terms;    ///< of a reason, by their places: not weakened away,
-  std::vector<std::uint32_t> gone_terms;    ///< weakened away,
-  std::vector<std::uint32_t> changed_terms; ///< and kept, but with something done to them
+  std::vector<Var> weakened; ///< what a learnt row has lost
+  /// What rounding does to the terms of a reason, by their places; all others are weakened away.
+  struct {
+    std::vector<std::uint32_t> kept;    ///< falsified, implied, or a multiple of the divisor
+    std::vector<std::uint32_t> changed; ///< some of these, which are weakened to a multiple
+    std::vector<std::uint32_t> fixed;   ///< at level 0; not `kept`
+  } noted;
+  std::vector<Lit> stated_clause;
   Row stated;
   std::size_t spared_terms = 0;
   std::vector<ProofId> passing; ///< rows that serve this derivation only
   void beginProof();
   void writeResolution(Ref ref);
   void writeMinimisation();
-  void writeReason(Header& c, Lit implied, Int128 divisor);
-  Proof::Lean leanForm(Header& c);
+  void noteFixed(Header& c);
+  ProofId leanForm(Header& c);
+  void dropFixed(Header& c);
+  void writePlain(Header& c);
+  void writeReason(Header& c, Int128 divisor, Int128 degree);
   /// Whether stating the `kept` terms of a row is shorter than weakening the `gone` ones away.
   bool isShorterStated(std::size_t kept, std::size_t gone) const {
     return gone > 2 * kept + spared_terms;
