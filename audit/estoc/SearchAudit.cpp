@@ -51,10 +51,6 @@ class SearchAudit::Pass {
     out << " >= " << static_cast<double>(degreeOf(at(ref)));
     return out.str();
   }
-  template <class F> void forEachConstraint(F&& f) const {
-    for (const auto* list : {&propagation.problemConstraints(), &propagation.learntConstraints()})
-      for (const Ref ref : *list) f(ref);
-  }
 
  public:
   Pass(const Search& s, AuditPoint p)
@@ -75,7 +71,7 @@ class SearchAudit::Pass {
   }
 
   void collect() {
-    forEachConstraint([&](Ref ref) {
+    propagation.forEachConstraint([&](Ref ref) {
       demand(entries_of.emplace(ref, 0).second, "a constraint is listed twice");
       demand(at(ref).removed == 0 && at(ref).marked == 0, describe(ref), ": is marked");
     });
@@ -168,7 +164,7 @@ class SearchAudit::Pass {
   }
 
   void watches() const {
-    forEachConstraint([&](Ref ref) { watches(ref); });
+    propagation.forEachConstraint([&](Ref ref) { watches(ref); });
   }
 
   void reasons() const {
@@ -218,7 +214,7 @@ class SearchAudit::Pass {
   /// Nothing is falsified or unit.
   void fixpoint() const {
     demand(propagation.isComplete(), "propagation has ended too early");
-    forEachConstraint([&](Ref ref) {
+    propagation.forEachConstraint([&](Ref ref) {
       Int128 slack = -degreeOf(at(ref));
       Int128 free = 0;
       forEachTerm(at(ref), [&](Int128 a, Lit l) {

@@ -12,18 +12,16 @@ namespace estoc {
 void AtMostOnes::gather() {
   edges.assign(2 * static_cast<std::size_t>(trail.variables()), {});
   count = 0;
-  for (const auto* list : {&propagation.problemConstraints(), &propagation.learntConstraints()}) {
-    for (const Ref ref : *list) {
-      const Header& header = propagation.at(ref);
-      bench.charge(1);
-      if (header.removed != 0 || header.kind != Kind::clause || header.size != 2) continue;
-      const Lit* const l = static_cast<const Clause&>(header).literals();
-      if (trail.isAssigned(l[0].var()) || trail.isAssigned(l[1].var())) continue;
-      edges[(~l[0]).index()].push_back({~l[1], ref});
-      edges[(~l[1]).index()].push_back({~l[0], ref});
-      count++;
-    }
-  }
+  propagation.forEachConstraint([&](Ref ref) {
+    const Header& header = propagation.at(ref);
+    bench.charge(1);
+    if (header.removed != 0 || header.kind != Kind::clause || header.size != 2) return;
+    const Lit* const l = static_cast<const Clause&>(header).literals();
+    if (trail.isAssigned(l[0].var()) || trail.isAssigned(l[1].var())) return;
+    edges[(~l[0]).index()].push_back({~l[1], ref});
+    edges[(~l[1]).index()].push_back({~l[0], ref});
+    count++;
+  });
 }
 
 /// Grows a clique from `first` over edges that are in no clique yet.

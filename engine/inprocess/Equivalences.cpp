@@ -62,12 +62,10 @@ bool Equivalences::visit(Lit root, std::uint32_t& time) {
 /// Rewrites the clauses of more than two literals.
 bool Equivalences::substitute() {
   std::vector<Ref> clauses;
-  for (const auto* list : {&propagation.problemConstraints(), &propagation.learntConstraints()}) {
-    for (const Ref ref : *list) {
-      const Header& c = propagation.at(ref);
-      if (c.removed == 0 && c.kind == Kind::clause && c.size > 2) clauses.push_back(ref);
-    }
-  }
+  propagation.forEachConstraint([&](Ref ref) {
+    const Header& c = propagation.at(ref);
+    if (c.removed == 0 && c.kind == Kind::clause && c.size > 2) clauses.push_back(ref);
+  });
   std::vector<Lit> rewritten;
   for (const Ref ref : clauses) {
     const auto& c = static_cast<const Clause&>(propagation.at(ref));

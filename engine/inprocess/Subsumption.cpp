@@ -16,20 +16,18 @@ constexpr std::uint32_t crowd = 1000;  ///< entries of a literal
 void Subsumption::gather() {
   candidates.clear();
   is_fresh.assign(static_cast<std::size_t>(trail.variables()), 0);
-  for (const auto* list : {&propagation.problemConstraints(), &propagation.learntConstraints()}) {
-    for (const Ref ref : *list) {
-      const Header& header = propagation.at(ref);
-      if (header.removed != 0 || header.kind != Kind::clause || header.size > longest) continue;
-      if (header.learnt != 0 && header.glue > glue_kept) continue;
-      candidates.push_back({ref, header.size});
-      bench.charge(1);
-      if (header.compared != 0) continue;
-      const auto& c = static_cast<const Clause&>(header);
-      for (std::uint32_t i = 0; i < c.size; i++)
-        is_fresh[static_cast<std::size_t>(c.literals()[i].var())] = 1;
-      bench.charge(c.size);
-    }
-  }
+  propagation.forEachConstraint([&](Ref ref) {
+    const Header& header = propagation.at(ref);
+    if (header.removed != 0 || header.kind != Kind::clause || header.size > longest) return;
+    if (header.learnt != 0 && header.glue > glue_kept) return;
+    candidates.push_back({ref, header.size});
+    bench.charge(1);
+    if (header.compared != 0) return;
+    const auto& c = static_cast<const Clause&>(header);
+    for (std::uint32_t i = 0; i < c.size; i++)
+      is_fresh[static_cast<std::size_t>(c.literals()[i].var())] = 1;
+    bench.charge(c.size);
+  });
   std::stable_sort(candidates.begin(), candidates.end(),
                    [](const Candidate& a, const Candidate& b) { return a.size < b.size; });
 }

@@ -85,6 +85,11 @@ class Propagation {
   const Header& at(Ref ref) const { return *static_cast<const Header*>(arena.at(ref)); }
   const std::vector<Ref>& problemConstraints() const { return problem; }
   const std::vector<Ref>& learntConstraints() const { return learnts; }
+  /// Calls `f(ref)` for all of these, among them some that are marked as gone. `f` adds none.
+  template <class F> void forEachConstraint(F&& f) const {
+    for (const auto* list : {&problem, &learnts})
+      for (const Ref ref : *list) f(ref);
+  }
   /// Marks a constraint as gone. It takes part until `collect`, so call that before propagating.
   void remove(Ref ref) {
     if (proof != nullptr) {

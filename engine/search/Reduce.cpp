@@ -31,13 +31,11 @@ void Search::removeSatisfied() {
     });
     return rest <= 0;
   };
-  for (const auto* list : {&propagation.problemConstraints(), &propagation.learntConstraints()}) {
-    for (const Ref ref : *list) {
-      Header& c = propagation.at(ref);
-      if (c.removed == 0 && c.marked == 0 && ref != objective && satisfied(c))
-        propagation.remove(ref);
-    }
-  }
+  propagation.forEachConstraint([&](Ref ref) {
+    Header& c = propagation.at(ref);
+    if (c.removed == 0 && c.marked == 0 && ref != objective && satisfied(c))
+      propagation.remove(ref);
+  });
 }
 
 /// Drops half of the learnt constraints that are neither of low glue nor of use lately, the worst
