@@ -37,6 +37,7 @@ ENGINE = [("engine_test", [], [], 60), ("reader_test", [], [], 60),
 FORMATS = [("formats_test", [], [], 60),
            ("formats_programs_test", ["quillon", "opb2quillon", "quillon-check"], [], 60)]
 ESTOC = [("estoc_relaxation_test", [], [], 60), ("estoc_localsearch_test", [], [], 60),
+         ("estoc_cores_test", [], [], 60),
          ("estoc_differential_test", [], [], 240), ("estoc_proof_test", [], [], 240),
          ("estoc_counters_test", [], [], 120)]
 PROGRAM = [("estoc_program_test", ["estoc", "quillon-check"], [], 240)]

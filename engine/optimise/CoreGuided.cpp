@@ -9,12 +9,6 @@
 
 namespace estoc {
 
-namespace {
-
-/// Turns a row in normal form into "at least k of these", with k as large as the row gives: fewer
-/// than k of its literals cannot reach the degree. Then coefficients are cut to the k-th
-/// (weakening), light literals that the degree can spare are left out (weakening), and division by
-/// the k-th coefficient does the rest. `derivation`, if not null, has derived the row.
 void toCardinality(LearntRow& row, Derivation* derivation) {
   const auto weaken = [&](const Term<std::int32_t>& t, std::int32_t amount) {
     if (derivation != nullptr && amount != 0) derivation->weaken(t.literal, amount);
@@ -43,8 +37,6 @@ void toCardinality(LearntRow& row, Derivation* derivation) {
   for (auto& t : terms) t.coefficient = 1;
   row.degree = static_cast<std::int64_t>(k);
 }
-
-} // namespace
 
 CoreGuided::CoreGuided(Search& s, const Objective& objective) : search(s) {
   for (const WideTerm& t : objective.terms) {

@@ -10,6 +10,12 @@
 
 namespace estoc {
 
+/// Turns a row in normal form into "at least k of these", with k as large as the row gives: fewer
+/// than k of its literals cannot reach the degree. Then coefficients are cut to the k-th
+/// (weakening), light literals that the degree can spare are left out (weakening), and division by
+/// the k-th coefficient does the rest. `derivation`, if not null, has derived the row.
+void toCardinality(LearntRow& row, Derivation* derivation);
+
 /// The objective, reformulated step by step: cost >= lower + sum of weight * literal, for all
 /// solutions, where the literals are the objective's and those of counters. Assuming the literals
 /// false gives either a solution that costs as little as can be, or a core: a row over them that

@@ -134,7 +134,7 @@ bool Analyzer::isRedundant(Lit l, std::uint32_t levels) {
     const Lit q = *frame.next++;
     steps++;
     if (q.var() == frame.self.var() || trail.level(q.var()) == 0 || known(q) > 0 ||
-        (seen[static_cast<std::size_t>(q.var())] != 0 && trail.level(q.var()) < level))
+        seen[static_cast<std::size_t>(q.var())] != 0) // in the clause: below `level` all seen are
       continue;
     if (known(q) < 0 || !open(q)) {
       for (const Frame& f : stack) {
