@@ -29,6 +29,7 @@ inline constexpr Technique techniques[] = {
     {"presolve", &estoc::Options::presolve, "fix what an optimal solution can do without"},
     {"local-search", &estoc::Options::local_search, "look for better solutions by flips"},
     {"targets", &estoc::Options::targets, "raise what is branched below step by step"},
+    {"cuts", &estoc::Options::cuts, "add rows that the relaxation's optimum violates"},
     {"lp", &estoc::Options::lp, "solve the linear relaxation"},
 };
 

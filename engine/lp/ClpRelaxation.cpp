@@ -101,10 +101,12 @@ class ClpRelaxation final : public Relaxation {
   const std::vector<double>& multipliers() override { return multiplier; }
   bool isSlackBasic(int row) const override { return model.getRowStatus(row) == ClpSimplex::basic; }
   std::vector<ProbedColumn> probe(const std::vector<int>& columns, int pivots) override;
+  std::vector<std::vector<double>> tableau(const std::vector<int>& columns) override;
   std::uint64_t pivots() const override { return all_pivots; }
 
  private:
   static constexpr unsigned keep_rays = 32;
+  static constexpr int keep_factorisation = 1;
 
   End once(int pivots) {
     const Working working(whole);
@@ -170,6 +172,29 @@ std::vector<ProbedColumn> ClpRelaxation::probe(const std::vector<int>& columns, 
     all_pivots +=
         static_cast<std::uint64_t>(std::max(0, taken[2 * i]) + std::max(0, taken[2 * i + 1]));
   }
+  return result;
+}
+
+std::vector<std::vector<double>> ClpRelaxation::tableau(const std::vector<int>& columns) {
+  const Working working(whole);
+  std::vector<std::vector<double>> result(columns.size());
+  if (end != End::optimal || columns.empty()) return result;
+  model.dual(0, keep_factorisation);
+  all_pivots += static_cast<std::uint64_t>(std::max(0, model.numberIterations()));
+  if (model.status() == 0) {
+    const auto count = static_cast<std::size_t>(model.numberRows());
+    std::vector<int> row_of(static_cast<std::size_t>(model.numberColumns()), -1);
+    for (std::size_t i = 0; i < count; i++)
+      if (const int variable = model.pivotVariable()[i]; variable < model.numberColumns())
+        row_of[static_cast<std::size_t>(variable)] = static_cast<int>(i);
+    for (std::size_t i = 0; i < columns.size(); i++) {
+      const int row = row_of[static_cast<std::size_t>(columns[i])];
+      if (row < 0) continue;
+      result[i].resize(count);
+      model.getBInvRow(row, result[i].data());
+    }
+  }
+  model.finish();
   return result;
 }
 

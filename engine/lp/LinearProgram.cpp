@@ -101,14 +101,7 @@ void LinearProgram::pairRows() {
     return true;
   };
   std::unordered_map<std::uint64_t, std::int32_t> seen; // the relaxation's row with this hash
-  const double infinity = std::numeric_limits<double>::infinity();
   RelaxationRows rows;
-  const auto boundOf = [&](const Exact& e) { // of the sum over variables
-    double bound = static_cast<double>(e.degree);
-    for (std::size_t i = e.start; i < e.start + e.size; i++)
-      if (terms[i].literal.negated()) bound -= static_cast<double>(terms[i].coefficient);
-    return bound;
-  };
   for (std::size_t i = 0; i < exact.size(); i++) {
     const Exact& e = exact[i];
     const auto [place, is_new] = seen.try_emplace(hash(e), rows.count());
@@ -121,18 +114,93 @@ void LinearProgram::pairRows() {
         continue;
       }
     }
-    for (std::size_t k = e.start; k < e.start + e.size; k++) {
-      const auto coefficient = static_cast<double>(terms[k].coefficient);
-      rows.columns.push_back(terms[k].literal.var());
-      rows.coefficients.push_back(terms[k].literal.negated() ? -coefficient : coefficient);
-    }
-    rows.starts.push_back(static_cast<int>(rows.columns.size()));
-    rows.lower.push_back(boundOf(e));
-    rows.upper.push_back(infinity);
+    append(e, rows);
     sides.push_back({static_cast<std::int32_t>(i), none});
   }
   entries = rows.columns.size();
+  problem_rows = sides.size();
   lp->addRows(rows);
+}
+
+/// What the sum over variables must be at least.
+double LinearProgram::boundOf(const Exact& e) const {
+  double bound = static_cast<double>(e.degree);
+  for (std::size_t i = e.start; i < e.start + e.size; i++)
+    if (terms[i].literal.negated()) bound -= static_cast<double>(terms[i].coefficient);
+  return bound;
+}
+
+void LinearProgram::append(const Exact& e, RelaxationRows& to) const {
+  for (std::size_t k = e.start; k < e.start + e.size; k++) {
+    const auto coefficient = static_cast<double>(terms[k].coefficient);
+    to.columns.push_back(terms[k].literal.var());
+    to.coefficients.push_back(terms[k].literal.negated() ? -coefficient : coefficient);
+  }
+  to.starts.push_back(static_cast<int>(to.columns.size()));
+  to.lower.push_back(boundOf(e));
+  to.upper.push_back(std::numeric_limits<double>::infinity());
+}
+
+double LinearProgram::slackOf(std::int32_t row, const std::vector<double>& values) const {
+  const Exact& e = at(row);
+  double slack = -static_cast<double>(e.degree);
+  for (std::size_t k = e.start; k < e.start + e.size; k++) {
+    const double x = values[static_cast<std::size_t>(terms[k].literal.var())];
+    slack += static_cast<double>(terms[k].coefficient) * (terms[k].literal.negated() ? 1 - x : x);
+  }
+  return slack;
+}
+
+void LinearProgram::addShares(Expression<Summed>& e, const std::vector<Share>& shares,
+                              Derivation* derivation) const {
+  for (const Share& s : shares) {
+    const Exact& row = at(s.row);
+    for (std::size_t k = row.start; k < row.start + row.size; k++)
+      e.addTerm(terms[k].literal, Int128{s.factor} * terms[k].coefficient);
+    e.addDegree(Int128{s.factor} * row.degree);
+    if (derivation != nullptr) derivation->add(row.id, s.factor);
+  }
+}
+
+void LinearProgram::addCut(const std::vector<Term<std::int64_t>>& cut, std::int64_t degree,
+                           ProofId id) {
+  std::int64_t largest = 0;
+  for (const auto& t : cut) largest = std::max(largest, t.coefficient);
+  sides.push_back({static_cast<std::int32_t>(exact.size()), none});
+  exact.push_back({terms.size(), cut.size(), degree, largest, id});
+  terms.insert(terms.end(), cut.begin(), cut.end());
+  entries += cut.size();
+  RelaxationRows rows;
+  append(exact.back(), rows);
+  lp->addRows(rows);
+}
+
+void LinearProgram::keepCuts(const std::vector<char>& keep, Proof* proof) {
+  std::vector<int> gone;
+  std::size_t rows = problem_rows;
+  // The cuts' rows and terms lie behind all others, in the order of the relaxation's rows.
+  std::size_t next = sides.size() > rows ? static_cast<std::size_t>(sides[rows].lower) : 0;
+  std::size_t end = sides.size() > rows ? exact[next].start : 0;
+  for (std::size_t i = problem_rows; i < sides.size(); i++) {
+    const Exact e = at(sides[i].lower);
+    if (keep[i - problem_rows] == 0) {
+      gone.push_back(static_cast<int>(i));
+      entries -= e.size;
+      if (proof != nullptr) proof->remove(e.id);
+      continue;
+    }
+    std::copy_n(terms.begin() + static_cast<std::ptrdiff_t>(e.start), e.size,
+                terms.begin() + static_cast<std::ptrdiff_t>(end));
+    exact[next] = e;
+    exact[next].start = end;
+    end += e.size;
+    sides[rows++] = {static_cast<std::int32_t>(next++), none};
+  }
+  if (gone.empty()) return;
+  sides.resize(rows);
+  exact.resize(next);
+  terms.resize(end);
+  lp->removeRows(gone);
 }
 
 void LinearProgram::setCosts() {
@@ -208,7 +276,7 @@ Int128 LinearProgram::combine(Expression<Summed>& e, bool basis, Derivation* der
   for (std::size_t i = 0; i < y.size(); i++) {
     if (!takesPart(i)) continue;
     used++;
-    numbers = std::max(numbers, Int128{side(i, lower(i)).largest});
+    numbers = std::max(numbers, Int128{exactSide(i, lower(i)).largest});
   }
   if (basis && !costs->terms.empty()) numbers = std::max(numbers, costs->terms.front().coefficient);
   const int room = std::min(multiplier_bits,
@@ -226,7 +294,7 @@ Int128 LinearProgram::combine(Expression<Summed>& e, bool basis, Derivation* der
     // It is not negative, so this rounds, whatever the mathematical library says.
     const Int128 factor = static_cast<std::int64_t>(size * scale + 0.5); // NOLINT(*-roundings)
     if (factor == 0) continue;
-    const Exact& row = side(i, lower(i));
+    const Exact& row = exactSide(i, lower(i));
     for (std::size_t k = row.start; k < row.start + row.size; k++)
       e.addTerm(terms[k].literal, factor * terms[k].coefficient);
     e.addDegree(factor * row.degree);

@@ -51,6 +51,35 @@ class LinearProgram {
   /// For problems without an objective: takes the left side of the longest row with different
   /// coefficients for one, as solutions are near to where it is large. Proves nothing.
   void takeGuidingCosts();
+  // Rows that follow from others ------------------------------------------------------------------
+
+  /// One of the exact rows, and what it is multiplied with.
+  struct Share {
+    std::int32_t row;
+    std::int64_t factor; ///< positive
+  };
+  static constexpr std::int32_t none = -1;
+  /// Rows of the relaxation.
+  std::size_t rows() const { return sides.size(); }
+  /// The exact row of one side of row `row` of the relaxation, `none` if there is none.
+  std::int32_t side(std::size_t row, bool lower) const {
+    return lower ? sides[row].lower : sides[row].upper;
+  }
+  /// The largest coefficient of an exact row, and the number of its terms.
+  std::int64_t largestOf(std::int32_t row) const { return at(row).largest; }
+  std::size_t sizeOf(std::int32_t row) const { return at(row).size; }
+  /// By how much `values` of the variables exceed what the exact row demands.
+  double slackOf(std::int32_t row, const std::vector<double>& values) const;
+  /// Adds the rows to `e`, which has room for the sums, and to `derivation` unless it is null.
+  void addShares(Expression<Summed>& e, const std::vector<Share>& shares,
+                 Derivation* derivation) const;
+  /// Adds a row that follows from the others, constraint `id` of the proof, behind them.
+  void addCut(const std::vector<Term<std::int64_t>>& cut, std::int64_t degree, ProofId id);
+  /// Cuts are the rows from this one on.
+  std::size_t firstCut() const { return problem_rows; }
+  /// Takes cuts out for which `keep` (by row, from `firstCut` on) has 0.
+  void keepCuts(const std::vector<char>& keep, Proof* proof);
+
   /// Fixes the columns that the trail assigns, and frees the others.
   void followTrail(const Trail& trail);
   /// Demands solutions that cost less than `cost`.
@@ -80,7 +109,6 @@ class LinearProgram {
     std::int64_t largest;
     ProofId id; ///< its own copy in the proof, if one is written
   };
-  static constexpr std::int32_t none = -1;
   struct Sides {
     std::int32_t lower = none; ///< the exact row of the lower side
     std::int32_t upper = none;
@@ -96,13 +124,17 @@ class LinearProgram {
   std::vector<Sides> sides;       ///< per row of the relaxation
   std::vector<signed char> fixed; ///< per column: 1 or -1 while it is fixed at 1 or 0
   std::size_t entries = 0;
+  std::size_t problem_rows = 0; ///< of the relaxation; what comes behind are cuts
   bool useful = false;
 
   void takeConstraints(Propagation& constraints, Ref without, Proof* proof);
   void pairRows();
+  double boundOf(const Exact& e) const;
+  void append(const Exact& e, RelaxationRows& to) const;
   void setCosts();
-  const Exact& side(std::size_t row, bool lower) const {
-    return exact[static_cast<std::size_t>(lower ? sides[row].lower : sides[row].upper)];
+  const Exact& at(std::int32_t row) const { return exact[static_cast<std::size_t>(row)]; }
+  const Exact& exactSide(std::size_t row, bool lower) const {
+    return at(side(row, lower));
   }
 };
 

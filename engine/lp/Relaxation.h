@@ -67,6 +67,9 @@ class Relaxation {
   virtual bool isSlackBasic(int row) const = 0;
   /// After an optimum: tries each of `columns` at 0 and at 1, with at most `pivots` pivots a time.
   virtual std::vector<ProbedColumn> probe(const std::vector<int>& columns, int pivots) = 0;
+  /// After an optimum: for each of `columns`, what to multiply the rows with so that their sum is
+  /// the row of the tableau in which that column is basic; none for columns that are not.
+  virtual std::vector<std::vector<double>> tableau(const std::vector<int>& columns) = 0;
   /// Pivots of all calls so far.
   virtual std::uint64_t pivots() const = 0;
 };

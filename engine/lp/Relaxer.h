@@ -44,6 +44,15 @@ class Relaxer {
   void demandLess(Int128 cost, ProofId id, Lit unless = Lit());
   /// Solves under the trail, which is at a fixpoint, unless the last optimum fits it.
   Relaxed ask(int pivots);
+  /// The rows, for those who make others of them.
+  LinearProgram& program() { return lp; }
+  /// The values of the last optimum.
+  const std::vector<double>& optimumValues() const { return values; }
+  /// Rows have been added or taken out: the last optimum is no longer one.
+  void rowsChanged() { has_values = false; }
+  /// Work done for the relaxation elsewhere.
+  void charge(std::uint64_t pivots);
+  void chargeSteps(std::uint64_t done) { steps += done; }
   /// The value of variable v in the last optimum.
   double value(Var v) const { return values[static_cast<std::size_t>(v)]; }
   Var columns() const { return lp.columns(); }
@@ -78,7 +87,6 @@ class Relaxer {
   RelaxationCounters count;
   std::uint64_t steps = 0;
 
-  void charge(std::uint64_t pivots);
   bool fitsTrail();
   Int128 addUp(bool basis);
   bool addDemanded();

@@ -16,6 +16,8 @@ constexpr std::uint64_t slice = 1000;
 constexpr std::uint64_t first_slice = 5000;
 /// Work of a slice of branching by the relaxation.
 constexpr std::uint64_t lp_slice = 50000000;
+/// Work of the cuts.
+constexpr std::uint64_t cut_budget = 200000000;
 /// Of so many slices of branching one dives.
 constexpr std::uint64_t dive_interval = 8;
 /// Work on branching for each unit of the others.
@@ -226,6 +228,7 @@ void Coordinator::startRelaxation() {
                                                     &objective, search.proof()),
                                       search);
   branching = std::make_unique<Branching>(*relaxer, search);
+  if (options.cuts) cut_loop = std::make_unique<CutLoop>(*relaxer, search, options);
   if (upper) relaxer->demandLess(*upper, upper_id);
 }
 
@@ -299,6 +302,21 @@ Coordinator::SliceEnd Coordinator::branchingSlice(Listener* listener, std::uint6
   return result;
 }
 
+/// Rounds of cuts at level 0.
+Coordinator::SliceEnd Coordinator::cutSlice(Listener* listener, std::uint64_t budget) {
+  target.drop();
+  if (upper) relaxer->demandLess(*upper, upper_id);
+  search.backToRoot();
+  cut_loop->begin(budget);
+  search.setGuide(cut_loop.get());
+  const Outcome outcome = search.run({}, std::numeric_limits<std::uint64_t>::max() / 2);
+  search.setGuide(nullptr);
+  raiseLower(listener, relaxer->lowerCost(), Strategy::lp);
+  if (outcome == Outcome::unsatisfiable) return upper ? SliceEnd::proven : SliceEnd::infeasible;
+  if (outcome == Outcome::interrupted) return SliceEnd::interrupted;
+  return closed() ? SliceEnd::proven : SliceEnd::moved;
+}
+
 Verdict Coordinator::run(Listener* listener) {
   if (!presolve()) return Verdict::unsatisfiable;
   startRelaxation();
@@ -313,10 +331,12 @@ Verdict Coordinator::run(Listener* listener) {
     const std::uint64_t before = work();
     if (options.solution_phases) search.decisions().useSolution(slices % 4 == 3);
     const std::uint64_t conflicts = options.paced(work_of[0] == 0 ? first_slice : slice);
-    const SliceEnd end = turn == Strategy::linear ? linearSlice(listener, conflicts)
-                         : turn == Strategy::core_guided
-                             ? coreSlice(listener, conflicts)
-                             : branchingSlice(listener, options.paced(lp_slice));
+    const bool cutting = turn == Strategy::lp && branching_slices == 0 && cut_loop != nullptr &&
+                         cut_loop->counters().rounds == 0;
+    const SliceEnd end = turn == Strategy::linear        ? linearSlice(listener, conflicts)
+                         : turn == Strategy::core_guided ? coreSlice(listener, conflicts)
+                         : cutting ? cutSlice(listener, options.paced(cut_budget))
+                                   : branchingSlice(listener, options.paced(lp_slice));
     slices++;
     work_of[static_cast<int>(turn)] += work() - before;
     switch (end) {

@@ -9,6 +9,7 @@
 #include "estoc/Solver.h"
 #include "localsearch/Improver.h"
 #include "lp/Branching.h"
+#include "lp/CutLoop.h"
 #include "search/Search.h"
 
 #include <optional>
@@ -38,6 +39,8 @@ class Coordinator {
   void concludeProof();
   /// Null while there is no relaxation.
   const Relaxer* relaxation() const { return relaxer.get(); }
+  /// Null while there are no cuts.
+  const CutLoop* cuts() const { return cut_loop.get(); }
 
  private:
   static constexpr int least_share = 2; ///< in sixteenths
@@ -60,6 +63,7 @@ class Coordinator {
   std::uint64_t work_of[4] = {0, 0, 0, 0}; ///< by strategy
   std::unique_ptr<Relaxer> relaxer;
   std::unique_ptr<Branching> branching;
+  std::unique_ptr<CutLoop> cut_loop; ///< null unless cuts are wanted
   std::uint64_t slices = 0;
   std::uint64_t branching_slices = 0;
 
@@ -70,6 +74,7 @@ class Coordinator {
   std::vector<bool> localStart() const;
   SliceEnd localSlice(Listener* listener, std::vector<bool> from);
   SliceEnd branchingSlice(Listener* listener, std::uint64_t budget);
+  SliceEnd cutSlice(Listener* listener, std::uint64_t budget);
   void startRelaxation();
   void aim(bool dive);
   Strategy next() const;

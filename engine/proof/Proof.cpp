@@ -136,6 +136,16 @@ template <class C, class D> ProofId Proof::implied(const RowOf<C, D>& row, Proof
   return finish();
 }
 
+ProofId Proof::byContradiction(const Row& row, Derivation& refutation) {
+  text.add("red");
+  appendRow(row);
+  text.add(semicolons ? " : : subproof\n" : " ; ; begin\n");
+  last++; // the negation
+  refutation.finish();
+  text.add(semicolons ? "qed" : "end");
+  return finish();
+}
+
 void Proof::appendValues(const std::vector<bool>& values) {
   for (std::size_t v = 0; v < values.size(); v++)
     appendLiteral(text, Lit::of(static_cast<Var>(v), !values[v]));

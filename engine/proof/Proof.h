@@ -15,6 +15,8 @@
 
 namespace estoc {
 
+class Derivation;
+
 /// What a witness says of a literal: `by` takes its place, or it is false if that is none.
 struct Substitution {
   Lit literal;
@@ -64,6 +66,10 @@ class Proof {
   ProofId redundant(const RowOf<C, D>& row, const std::vector<Substitution>& witness);
   /// A row that constraint `id` alone implies: with literals weakened, and saturated.
   template <class C, class D> ProofId implied(const RowOf<C, D>& row, ProofId id);
+  /// A row, shown by contradiction: `refutation` derives 0 >= 1, perhaps from constraint
+  /// `negationId()`, which is the negation of the row meanwhile.
+  ProofId byContradiction(const Row& row, Derivation& refutation);
+  ProofId negationId() const { return last + 1; }
   /// A solution: `values` has an entry for each variable, own ones too. With an objective, the row
   /// that demands a better one; it says sum of the objective's terms <= its value - 1.
   ProofId improvingSolution(const std::vector<bool>& values);
