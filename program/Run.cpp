@@ -40,6 +40,8 @@ const char* nameOf(estoc::Strategy strategy) {
     return "local search";
   case estoc::Strategy::lp:
     return "LP";
+  case estoc::Strategy::neighbourhood:
+    return "neighbourhood";
   }
   return "";
 }

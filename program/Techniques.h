@@ -28,6 +28,7 @@ inline constexpr Technique techniques[] = {
     {"core-guided", &estoc::Options::core_guided, "raise the lower bound by cores"},
     {"presolve", &estoc::Options::presolve, "fix what an optimal solution can do without"},
     {"local-search", &estoc::Options::local_search, "look for better solutions by flips"},
+    {"neighbourhoods", &estoc::Options::neighbourhoods, "search around the best solution"},
     {"targets", &estoc::Options::targets, "raise what is branched below step by step"},
     {"cuts", &estoc::Options::cuts, "add rows that the relaxation's optimum violates"},
     {"lp", &estoc::Options::lp, "solve the linear relaxation"},

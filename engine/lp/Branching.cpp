@@ -22,12 +22,15 @@ void Branching::begin(std::uint64_t work, bool dive) {
   budget = work;
   start = relaxer.work() + search.work();
   diving = dive;
-  rest.clear();
-  next_rest = 0;
+  forgetRest();
 }
 
 void Branching::forget() {
   path.clear();
+  forgetRest();
+}
+
+void Branching::forgetRest() {
   rest.clear();
   next_rest = 0;
 }
@@ -54,10 +57,7 @@ bool Branching::resume(Lit& literal) {
 }
 
 Advice Branching::advise() {
-  if (search.counters().conflicts != rest_conflicts) {
-    rest.clear();
-    next_rest = 0;
-  }
+  if (search.counters().conflicts != rest_conflicts) forgetRest();
   while (next_rest < rest.size()) {
     const Lit l = rest[next_rest++];
     if (!trail.isAssigned(l.var())) return {Advice::Kind::decide, l};
@@ -83,8 +83,7 @@ Advice Branching::advise() {
   collect();
   if (candidates.empty()) { // all is clear: what propagation leaves open is decided so
     rest_conflicts = search.counters().conflicts;
-    rest.clear();
-    next_rest = 0;
+    forgetRest();
     for (Var v = 0; v < relaxer.columns(); v++)
       if (!trail.isAssigned(v)) rest.push_back(Lit::of(v, relaxer.value(v) < 0.5));
     if (rest.empty()) return {};

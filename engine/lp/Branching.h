@@ -68,6 +68,7 @@ class Branching final : public Guide {
   std::uint64_t probe_pivots = 0;
   std::vector<Candidate> candidates;
 
+  void forgetRest();
   bool resume(Lit& literal);
   void noteCost();
   void note(Var v, bool up, double change);

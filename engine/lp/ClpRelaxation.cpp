@@ -91,9 +91,9 @@ class ClpRelaxation final : public Relaxation {
   End solve(int pivots) override {
     // Without rows there is nothing to solve, and the library does not stand it.
     if (model.numberRows() == 0) return end = End::trouble;
-    end = once(pivots);
+    end = once(pivots, keep_all);
     // Most of the useless rays come right when the library starts afresh.
-    if (end == End::trouble) end = once(pivots);
+    if (end == End::trouble) end = once(pivots, start_afresh);
     return end;
   }
   double objective() const override { return model.objectiveValue(); }
@@ -106,12 +106,15 @@ class ClpRelaxation final : public Relaxation {
 
  private:
   static constexpr unsigned keep_rays = 32;
+  // What the library keeps between calls: nothing, the factorisation, or its arrays, too.
+  static constexpr int start_afresh = 0;
   static constexpr int keep_factorisation = 1;
+  static constexpr int keep_all = 7;
 
-  End once(int pivots) {
+  End once(int pivots, int warm) {
     const Working working(whole);
     model.setMaximumIterations(pivots);
-    model.dual(0, 0);
+    model.dual(0, warm);
     all_pivots += static_cast<std::uint64_t>(std::max(0, model.numberIterations()));
     const auto count = static_cast<std::size_t>(model.numberRows());
     switch (model.status()) {

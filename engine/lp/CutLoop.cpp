@@ -6,27 +6,38 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
 namespace estoc {
 
 namespace {
-constexpr double integral = 1e-6;         ///< values this near to 0 or 1 count as that
-constexpr int node_limit = 100000;        ///< pivots of a round
-constexpr double least_efficacy = 1e-3;   ///< distance by which a cut has to cut
-constexpr double most_parallel = 0.9;     ///< cosine of the angle between two cuts of a round
-constexpr int most_stalled = 8;           ///< rounds without progress
-constexpr double progress = 1e-4;         ///< relative, of the bound
-constexpr char oldest = 4;                ///< rounds that a cut may be slack
-constexpr std::size_t most_tableau = 80;  ///< rows of the tableau looked at in a round
+constexpr double integral = 1e-6;        ///< values this near to 0 or 1 count as that
+constexpr int node_limit = 100000;       ///< pivots of a round
+constexpr double least_efficacy = 1e-3;  ///< distance by which a cut has to cut
+constexpr double most_parallel = 0.9;    ///< cosine of the angle between two cuts of a round
+constexpr int most_stalled = 8;          ///< rounds without progress
+constexpr double progress = 1e-4;        ///< relative, of the bound
+constexpr char oldest = 4;               ///< rounds that a cut may be slack
+constexpr std::size_t most_tableau = 80; ///< rows of the tableau looked at in a round
+constexpr std::size_t most_terms =
+    200; ///< beside a fifth of all columns, or a row's that it comes of
 constexpr std::size_t most_cuts = 100;    ///< of a round
-constexpr int coefficient_bits = 22;      ///< of a cut's coefficients
+constexpr double tight = 1e-6;            ///< slack of a row that counts as none
+constexpr std::size_t most_broken = 1024; ///< variables looked at by elimination
+constexpr std::size_t most_lines = 1024;  ///< rows, too
+constexpr int most_bits = 22;             ///< of a cut's coefficients
+constexpr int least_bits = 14;            ///< if it comes of many rows: rounding errors spread
 constexpr int scale_bits = 40;            ///< multipliers of tableau rows are rounded to as many
-constexpr int sum_bits = 58;              ///< of a sum of rows before it is rounded
+constexpr int least_scale_bits = 10;
+constexpr double largest_sum = 0x1p59; ///< of all numbers in a sum of rows
+/// How large a cut's coefficients may be.
+int bitsFor(const std::vector<LinearProgram::Share>& shares) {
+  return std::max(least_bits, most_bits + 1 - bitLength(static_cast<std::int64_t>(shares.size())));
+}
+
 } // namespace
 
-CutLoop::CutLoop(Relaxer& r, Search& s, const Options& o)
-    : relaxer(r), search(s), options(o), program(r.program()), trail(s.constraints().assignment()) {
+CutLoop::CutLoop(Relaxer& r, Search& s)
+    : relaxer(r), search(s), program(r.program()), trail(s.constraints().assignment()) {
   if (search.proof() != nullptr) derivation = std::make_unique<Derivation>(*search.proof());
 }
 
@@ -63,10 +74,10 @@ Advice CutLoop::advise() {
     found.clear();
     fromSingleRows();
     fromTableau();
+    fromEvenSums();
     count.rounds++;
     if (!select()) return finish();
     relaxer.rowsChanged();
-    std::fprintf(stderr,"round %d cost %.6f found %zu rows %zu pivots %llu spent %.1fM\n",int(count.rounds),cost,found.size(),program.rows()-program.firstCut(),(unsigned long long)relaxer.pivots(),double(spent())/1e6);
   }
 }
 
@@ -98,8 +109,8 @@ void CutLoop::makeBase(const std::vector<Share>& shares, Derivation* to) {
   if (sum.degree() >= 1) sum.saturate();
 }
 
-/// `sum` becomes `row` with smaller coefficients.
-void CutLoop::finishRow(const Row& row, Derivation* to) {
+/// `sum` becomes `row` with coefficients of at most `bits` bits.
+void CutLoop::finishRow(const Row& row, int bits, Derivation* to) {
   sum.writeTo(nullptr);
   sum.clear();
   for (const WideTerm& t : row.terms) sum.addTerm(t.literal, t.coefficient);
@@ -109,21 +120,21 @@ void CutLoop::finishRow(const Row& row, Derivation* to) {
   sum.writeTo(to);
   sum.saturate();
   Int128 divisor = 0;
-  for (const Var v : sum.variables())
-    divisor = greatestCommonDivisor(divisor, sum.magnitude(v));
+  for (const Var v : sum.variables()) divisor = greatestCommonDivisor(divisor, sum.magnitude(v));
   if (divisor > 1) sum.divide(divisor);
-  shrinkRow(sum, coefficient_bits);
+  shrinkRow(sum, bits);
 }
 
 /// Tries to make a cut of a sum of rows, perhaps with a divisor that suggests itself.
 void CutLoop::attempt(const std::vector<Share>& shares, std::int64_t divisor) {
+  if (search.isInterrupted()) return;
   makeBase(shares, nullptr);
   const std::uint64_t before = rounding.work();
   const bool cuts = rounding.take(sum, relaxer.optimumValues()) && rounding.choose(divisor) &&
                     rounding.efficacy() > least_efficacy;
   relaxer.chargeSteps(rounding.work() - before + 4 * sum.variables().size());
   if (!cuts) return;
-  finishRow(rounding.row(), nullptr);
+  finishRow(rounding.row(), bitsFor(shares), nullptr);
   if (sum.degree() < 1) return;
   Cut cut;
   double missing = static_cast<double>(sum.degree());
@@ -137,8 +148,9 @@ void CutLoop::attempt(const std::vector<Share>& shares, std::int64_t divisor) {
     squares += static_cast<double>(c) * static_cast<double>(c);
     cut.terms.push_back({c, l});
   }
-  if (cut.terms.empty() || cut.terms.size() > 1000 + static_cast<std::size_t>(program.columns()) / 5)
-    return;
+  std::size_t most = most_terms + static_cast<std::size_t>(program.columns()) / 5;
+  for (const Share& s : shares) most = std::max(most, program.sizeOf(s.row));
+  if (cut.terms.empty() || cut.terms.size() > most) return;
   cut.norm = std::sqrt(squares);
   cut.efficacy = missing / cut.norm;
   if (cut.efficacy < least_efficacy) return;
@@ -158,7 +170,7 @@ ProofId CutLoop::prove(const Cut& cut) {
   const ProofId rounded = cut.rounding.prove(proof, row, base);
   proof.remove(base);
   derivation->add(rounded, 1);
-  finishRow(row, derivation.get());
+  finishRow(row, bitsFor(cut.shares), derivation.get());
   if (derivation->isCopy()) {
     derivation->clear();
     return rounded;
@@ -215,8 +227,7 @@ void CutLoop::sharesOf(const std::vector<double>& multipliers, double sign,
                        std::vector<Share>& shares, std::int64_t& divisor) const {
   shares.clear();
   divisor = 0;
-  std::int64_t largest = 1;
-  std::int64_t used = 1;
+  double all = 1; // a bound on all numbers of the sum together
   const auto fractionOf = [&](std::size_t i) {
     const double x = sign * multipliers[i];
     const double fraction = x - std::floor(x);
@@ -224,11 +235,14 @@ void CutLoop::sharesOf(const std::vector<double>& multipliers, double sign,
   };
   for (std::size_t i = 0; i < multipliers.size(); i++) {
     if (fractionOf(i) == 0) continue;
-    used++;
-    largest = std::max(largest, program.largestOf(program.side(i, true)));
+    all += program.sumOf(program.side(i, true));
+    if (program.side(i, false) != LinearProgram::none) all += program.sumOf(program.side(i, false));
   }
-  const int room = std::min(scale_bits, sum_bits - bitLength(largest) - bitLength(used));
-  if (used == 1 || room < 10) return;
+  int room = scale_bits;
+  while (room > least_scale_bits &&
+         all * static_cast<double>(std::int64_t{1} << room) > largest_sum)
+    room--;
+  if (all == 1 || room == least_scale_bits) return;
   divisor = std::int64_t{1} << room;
   for (std::size_t i = 0; i < multipliers.size(); i++) {
     double fraction = fractionOf(i);
@@ -240,6 +254,75 @@ void CutLoop::sharesOf(const std::vector<double>& multipliers, double sign,
     }
     const auto factor = static_cast<std::int64_t>(fraction * static_cast<double>(divisor) + 0.5);
     if (factor > 0) shares.push_back({program.side(i, lower), factor});
+  }
+}
+
+/// Rows that are tight are added up such that all variables with a broken value have even
+/// coefficients: by elimination modulo 2. Half of such a sum is a cut if its degree is odd; whether
+/// it is, after the other variables have been rounded or complemented, shows the attempt.
+void CutLoop::fromEvenSums() {
+  const std::vector<double>& values = relaxer.optimumValues();
+  std::vector<std::size_t> place(values.size(), most_broken);
+  std::size_t broken = 0;
+  for (std::size_t v = 0; v < values.size() && broken < most_broken; v++)
+    if (values[v] > integral && values[v] < 1 - integral) place[v] = broken++;
+  struct Line {
+    std::vector<std::uint64_t> odd;  ///< variables, one bit each
+    std::vector<std::uint64_t> from; ///< lines that are part of it, one bit each
+  };
+  std::vector<Line> lines;
+  std::vector<std::int32_t> rows;
+  const auto set = [](std::vector<std::uint64_t>& bits, std::size_t i) {
+    bits[i / 64] ^= std::uint64_t{1} << i % 64;
+  };
+  const auto isSet = [](const std::vector<std::uint64_t>& bits, std::size_t i) {
+    return (bits[i / 64] >> i % 64 & 1) != 0;
+  };
+  for (std::size_t i = 0; i < program.rows() && rows.size() < most_lines; i++) {
+    const std::int32_t lower = program.side(i, true);
+    const std::int32_t upper = program.side(i, false);
+    std::int32_t row = LinearProgram::none;
+    if (program.slackOf(lower, values) < tight)
+      row = lower;
+    else if (upper != LinearProgram::none && program.slackOf(upper, values) < tight)
+      row = upper;
+    relaxer.chargeSteps(2 * program.sizeOf(lower));
+    if (row == LinearProgram::none) continue;
+    Line line{std::vector<std::uint64_t>(most_broken / 64),
+              std::vector<std::uint64_t>(most_lines / 64)};
+    bool any = false;
+    program.visitTerms(row, [&](std::int64_t c, Lit l) {
+      const std::size_t p = place[static_cast<std::size_t>(l.var())];
+      if (p == most_broken || c % 2 == 0) return;
+      set(line.odd, p);
+      any = true;
+    });
+    if (!any) continue;
+    set(line.from, rows.size());
+    rows.push_back(row);
+    lines.push_back(std::move(line));
+  }
+  std::vector<char> used(lines.size());
+  for (std::size_t column = 0; column < broken; column++) {
+    std::size_t pivot = 0;
+    while (pivot < lines.size() && (used[pivot] != 0 || !isSet(lines[pivot].odd, column))) pivot++;
+    if (pivot == lines.size()) continue;
+    used[pivot] = 1;
+    for (std::size_t i = 0; i < lines.size(); i++) {
+      if (used[i] != 0 || !isSet(lines[i].odd, column)) continue;
+      for (std::size_t k = 0; k < lines[i].odd.size(); k++) lines[i].odd[k] ^= lines[pivot].odd[k];
+      for (std::size_t k = 0; k < lines[i].from.size(); k++)
+        lines[i].from[k] ^= lines[pivot].from[k];
+    }
+  }
+  relaxer.chargeSteps(broken * lines.size());
+  std::vector<Share> shares;
+  for (std::size_t i = 0; i < lines.size(); i++) {
+    if (used[i] != 0) continue;
+    shares.clear();
+    for (std::size_t k = 0; k < rows.size(); k++)
+      if (isSet(lines[i].from, k)) shares.push_back({rows[k], 1});
+    if (shares.size() > 1) attempt(shares, 2);
   }
 }
 

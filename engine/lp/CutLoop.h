@@ -29,7 +29,7 @@ struct CutCounters {
 /// (2007), for the selection.
 class CutLoop final : public Guide {
  public:
-  CutLoop(Relaxer& r, Search& s, const Options& o);
+  CutLoop(Relaxer& r, Search& s);
 
   /// The next run may do `work`, in the unit of `Search::work`.
   void begin(std::uint64_t work);
@@ -50,7 +50,6 @@ class CutLoop final : public Guide {
 
   Relaxer& relaxer;
   Search& search;
-  const Options& options;
   LinearProgram& program;
   const Trail& trail;
   std::uint64_t start = 0;
@@ -69,7 +68,7 @@ class CutLoop final : public Guide {
   std::uint64_t spent() const;
   Advice finish();
   void makeBase(const std::vector<Share>& shares, Derivation* to);
-  void finishRow(const Row& row, Derivation* to);
+  void finishRow(const Row& row, int bits, Derivation* to);
   void attempt(const std::vector<Share>& shares, std::int64_t divisor);
   void fromSingleRows();
   void fromTableau();

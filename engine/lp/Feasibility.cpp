@@ -13,15 +13,10 @@ constexpr std::uint64_t branch_work = 50000000; ///< work of branching
 
 Feasibility::Feasibility(const Options& o, Search& s, Var variables) : options(o), search(s) {
   if (!options.lp || variables == 0) return;
-  if (LinearProgram::countTerms(search.constraints()) > LinearProgram::most_terms) return;
-  std::unique_ptr<Relaxation> empty = makeRelaxation(variables, search.interruption());
-  if (empty == nullptr) return;
-  search.backToRoot();
-  LinearProgram program(std::move(empty), search.constraints(), no_ref, variables, nullptr,
-                        search.proof());
-  if (!program.isUseful()) return;
-  program.takeGuidingCosts();
-  relaxer = std::make_unique<Relaxer>(std::move(program), search);
+  relaxer = Relaxer::make(search, no_ref, variables, nullptr);
+  if (relaxer != nullptr && !relaxer->program().isUseful()) relaxer.reset();
+  if (relaxer == nullptr) return;
+  relaxer->program().takeGuidingCosts();
   branching = std::make_unique<Branching>(*relaxer, search);
 }
 

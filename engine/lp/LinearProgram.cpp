@@ -53,10 +53,12 @@ void LinearProgram::takeConstraints(Propagation& constraints, Ref without, Proof
     bool fits = degree <= most;
     const std::size_t start = terms.size();
     Int128 largest = 0;
+    Int128 sum = degree;
     forEachTerm(c, [&](Int128 a, Lit l) {
       fits = fits && a <= most && l.var() < width;
       if (!fits) return;
       largest = std::max(largest, a);
+      sum += a;
       terms.push_back({static_cast<std::int64_t>(a), l});
     });
     if (!fits) {
@@ -66,8 +68,8 @@ void LinearProgram::takeConstraints(Propagation& constraints, Ref without, Proof
     std::sort(terms.begin() + static_cast<std::ptrdiff_t>(start), terms.end(),
               [](const auto& a, const auto& b) { return a.literal < b.literal; });
     if (c.kind != Kind::clause) useful = true;
-    exact.push_back(
-        {start, c.size, static_cast<std::int64_t>(degree), static_cast<std::int64_t>(largest), 0});
+    exact.push_back({start, c.size, static_cast<std::int64_t>(degree),
+                     static_cast<std::int64_t>(largest), static_cast<double>(sum), 0});
     if (proof != nullptr) { // the constraint may go some day
       Derivation copy(*proof);
       copy.add(c.id, 1);
@@ -165,9 +167,13 @@ void LinearProgram::addShares(Expression<Summed>& e, const std::vector<Share>& s
 void LinearProgram::addCut(const std::vector<Term<std::int64_t>>& cut, std::int64_t degree,
                            ProofId id) {
   std::int64_t largest = 0;
-  for (const auto& t : cut) largest = std::max(largest, t.coefficient);
+  double sum = static_cast<double>(degree);
+  for (const auto& t : cut) {
+    largest = std::max(largest, t.coefficient);
+    sum += static_cast<double>(t.coefficient);
+  }
   sides.push_back({static_cast<std::int32_t>(exact.size()), none});
-  exact.push_back({terms.size(), cut.size(), degree, largest, id});
+  exact.push_back({terms.size(), cut.size(), degree, largest, sum, id});
   terms.insert(terms.end(), cut.begin(), cut.end());
   entries += cut.size();
   RelaxationRows rows;

@@ -68,6 +68,14 @@ class LinearProgram {
   /// The largest coefficient of an exact row, and the number of its terms.
   std::int64_t largestOf(std::int32_t row) const { return at(row).largest; }
   std::size_t sizeOf(std::int32_t row) const { return at(row).size; }
+  /// All coefficients and the degree of an exact row together.
+  double sumOf(std::int32_t row) const { return at(row).sum; }
+  /// Calls `f` with coefficient and literal of each of its terms.
+  template <class F> void visitTerms(std::int32_t row, F&& f) const {
+    const Exact& e = at(row);
+    for (std::size_t k = e.start; k < e.start + e.size; k++)
+      f(terms[k].coefficient, terms[k].literal);
+  }
   /// By how much `values` of the variables exceed what the exact row demands.
   double slackOf(std::int32_t row, const std::vector<double>& values) const;
   /// Adds the rows to `e`, which has room for the sums, and to `derivation` unless it is null.
@@ -107,6 +115,7 @@ class LinearProgram {
     std::size_t size;
     std::int64_t degree;
     std::int64_t largest;
+    double sum; ///< of all coefficients and the degree
     ProofId id; ///< its own copy in the proof, if one is written
   };
   struct Sides {
@@ -133,9 +142,7 @@ class LinearProgram {
   void append(const Exact& e, RelaxationRows& to) const;
   void setCosts();
   const Exact& at(std::int32_t row) const { return exact[static_cast<std::size_t>(row)]; }
-  const Exact& exactSide(std::size_t row, bool lower) const {
-    return at(side(row, lower));
-  }
+  const Exact& exactSide(std::size_t row, bool lower) const { return at(side(row, lower)); }
 };
 
 } // namespace estoc

@@ -11,6 +11,16 @@ namespace {
 constexpr double integral = 1e-6;
 } // namespace
 
+std::unique_ptr<Relaxer> Relaxer::make(Search& s, Ref without, Var columns,
+                                       const Objective* objective) {
+  if (LinearProgram::countTerms(s.constraints()) > LinearProgram::most_terms) return nullptr;
+  std::unique_ptr<Relaxation> empty = makeRelaxation(columns, s.interruption());
+  if (empty == nullptr) return nullptr;
+  s.backToRoot();
+  return std::make_unique<Relaxer>(
+      LinearProgram(std::move(empty), s.constraints(), without, columns, objective, s.proof()), s);
+}
+
 Relaxer::Relaxer(LinearProgram program, Search& s) : lp(std::move(program)), search(s) {
   if (search.proof() == nullptr) return;
   derivation = std::make_unique<Derivation>(*search.proof());
@@ -114,7 +124,6 @@ Relaxed Relaxer::settle(bool expected) {
   case Standing::falsified:
     count.conflicts++;
     shrinkConflict(sum, trail, Analyzer::learnt_bits);
-    result.falsified = true;
     break;
   case Standing::implying:
     shrinkRow(sum, Analyzer::learnt_bits);

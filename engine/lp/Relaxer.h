@@ -31,12 +31,16 @@ struct Relaxed {
   Kind kind = Kind::nothing;
   const LearntRow* row = nullptr;
   ProofId id = 0; ///< of `row` in the proof, if one is written
-  bool falsified = false;
 };
 
 /// One linear program in service of one search.
 class Relaxer {
  public:
+  /// The relaxation of what `s` has at level 0, but for row `without`, over the first `columns`
+  /// variables, with the objective unless that is null. Null where there is no LP library, or the
+  /// problem is too large for it.
+  static std::unique_ptr<Relaxer> make(Search& s, Ref without, Var columns,
+                                       const Objective* objective);
   Relaxer(LinearProgram program, Search& s);
 
   /// Solutions have to cost less than `cost` from now on, says constraint `id` of the proof; if

@@ -24,7 +24,8 @@ bool Rounding::take(const Expression<Summed>& e, const std::vector<double>& valu
   for (const Var v : e.variables()) {
     if (!e.occurs(v)) continue;
     const Lit l = e.literal(v);
-    const double x = static_cast<std::size_t>(v) < values.size() ? values[static_cast<std::size_t>(v)] : 0;
+    const double x =
+        static_cast<std::size_t>(v) < values.size() ? values[static_cast<std::size_t>(v)] : 0;
     const double value = std::clamp(l.negated() ? 1 - x : x, 0.0, 1.0);
     parts.push_back({l, static_cast<std::int64_t>(e.magnitude(v)), value, value > 0.5});
   }
@@ -63,8 +64,8 @@ double Rounding::evaluate(std::int64_t d) {
   double squares = 0;
   for (const Part& p : parts) {
     const Split s = split(p, d);
-    const double c = static_cast<double>(s.quotient) +
-                     (s.rest >= b.rest ? 1 : static_cast<double>(s.rest) / r);
+    const double c =
+        static_cast<double>(s.quotient) + (s.rest >= b.rest ? 1 : static_cast<double>(s.rest) / r);
     missing -= c * (p.complemented ? 1 - p.value : p.value);
     squares += c * c;
   }

@@ -19,8 +19,8 @@ namespace estoc {
 ///
 ///     sum (r floor(b_i / d) + min(f_i, r)) y_i >= r ceil(B / d).
 ///
-/// Example: 3 a + 3 b + 2 c >= 4 by d = 3 (r = 1) is a + b + min(2, 1) c >= 2. A cover inequality is
-/// the case in which all that is not in the cover is complemented.
+/// Example: 3 a + 3 b + 2 c >= 4 by d = 3 (r = 1) is a + b + min(2, 1) c >= 2. A cover inequality
+/// is the case in which all that is not in the cover is complemented.
 ///
 /// Sources: Nemhauser and Wolsey, A recursive procedure to generate all cuts for 0-1 mixed integer
 /// programs (1990); Marchand and Wolsey, Aggregation and mixed integer rounding to solve MIPs

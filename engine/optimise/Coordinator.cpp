@@ -12,21 +12,36 @@ namespace estoc {
 namespace {
 /// Conflicts of a slice.
 constexpr std::uint64_t slice = 1000;
+/// After so many conflicts it is seen whether the slice has done more work than it should.
+constexpr std::uint64_t step = 100;
+constexpr std::uint64_t most_work = 50000000;
 /// What the linear strategy gets before there is a solution.
 constexpr std::uint64_t first_slice = 5000;
 /// Work of a slice of branching by the relaxation.
 constexpr std::uint64_t lp_slice = 50000000;
+/// Of a search around the best solution.
+constexpr std::uint64_t neighbourhood_conflicts = 500;
+constexpr std::uint64_t neighbourhood_work = 30000000;
+/// Others do so many units of work for each one around the best solution: fewer after success.
+constexpr std::uint64_t least_neighbourhood_share = 4;
+constexpr std::uint64_t most_neighbourhood_share = 32;
 /// Work of the cuts.
 constexpr std::uint64_t cut_budget = 200000000;
+/// Within this part of the cost of the best solution nothing dives for better ones any more.
+constexpr int near_enough = 256;
 /// Of so many slices of branching one dives.
 constexpr std::uint64_t dive_interval = 8;
-/// Work on branching for each unit of the others.
-constexpr std::uint64_t lp_share = 4;
+/// Work on branching for each unit of the others: less where the relaxation is far from what costs
+/// have been found.
+constexpr std::uint64_t near_share = 4;
+constexpr std::uint64_t medium_share = 2;
+constexpr std::uint64_t far_share = 1;
 } // namespace
 
 Coordinator::Coordinator(const Options& o, Search& s, Objective what, Var n)
     : options(o), search(s), objective(std::move(what)), problem_variables(n),
-      core_guided(s, objective), improver(options, s, objective.terms, n), target(s, objective) {}
+      core_guided(s, objective), improver(options, s, objective.terms, n), target(s, objective),
+      neighbourhoods(s, n, o.seed) {}
 
 std::optional<Int128> Coordinator::upperBound() const {
   if (!upper) return std::nullopt;
@@ -159,9 +174,10 @@ void Coordinator::deriveLower(Derivation& derivation) const {
 
 Coordinator::SliceEnd Coordinator::linearSlice(Listener* listener, std::uint64_t conflicts) {
   const std::uint64_t end = search.counters().conflicts + conflicts;
+  const std::uint64_t last = search.work() + options.paced(most_work);
   bool moved = false;
-  while (search.counters().conflicts < end) {
-    switch (search.run({}, end - search.counters().conflicts)) {
+  while (search.counters().conflicts < end && search.work() < last) {
+    switch (search.run({}, std::min(step, end - search.counters().conflicts))) {
     case Outcome::model:
       takeModel(listener, Strategy::linear);
       moved = true;
@@ -171,7 +187,7 @@ Coordinator::SliceEnd Coordinator::linearSlice(Listener* listener, std::uint64_t
     case Outcome::core:
       return upper ? SliceEnd::proven : SliceEnd::infeasible;
     case Outcome::exhausted:
-      return moved ? SliceEnd::moved : SliceEnd::stuck;
+      break;
     case Outcome::interrupted:
       return SliceEnd::interrupted;
     }
@@ -181,11 +197,12 @@ Coordinator::SliceEnd Coordinator::linearSlice(Listener* listener, std::uint64_t
 
 Coordinator::SliceEnd Coordinator::coreSlice(Listener* listener, std::uint64_t conflicts) {
   const std::uint64_t end = search.counters().conflicts + conflicts;
+  const std::uint64_t last = search.work() + options.paced(most_work);
   bool moved = false;
   if (upper && !core_guided.harden(*upper, upper_id)) return SliceEnd::proven;
-  while (search.counters().conflicts < end) {
+  while (search.counters().conflicts < end && search.work() < last) {
     const std::vector<Lit> assumptions = core_guided.assumptions();
-    switch (search.run(assumptions, end - search.counters().conflicts)) {
+    switch (search.run(assumptions, std::min(step, end - search.counters().conflicts))) {
     case Outcome::model:
       takeModel(listener, Strategy::core_guided);
       moved = true;
@@ -208,7 +225,7 @@ Coordinator::SliceEnd Coordinator::coreSlice(Listener* listener, std::uint64_t c
     case Outcome::unsatisfiable:
       return upper ? SliceEnd::proven : SliceEnd::infeasible;
     case Outcome::exhausted:
-      return moved ? SliceEnd::moved : SliceEnd::stuck;
+      break;
     case Outcome::interrupted:
       return SliceEnd::interrupted;
     }
@@ -219,16 +236,10 @@ Coordinator::SliceEnd Coordinator::coreSlice(Listener* listener, std::uint64_t c
 /// Once, before anything is learnt.
 void Coordinator::startRelaxation() {
   if (!options.lp || slices > 0 || relaxer != nullptr) return;
-  if (LinearProgram::countTerms(search.constraints()) > LinearProgram::most_terms) return;
-  std::unique_ptr<Relaxation> empty = makeRelaxation(problem_variables, search.interruption());
-  if (empty == nullptr) return;
-  search.backToRoot();
-  relaxer = std::make_unique<Relaxer>(LinearProgram(std::move(empty), search.constraints(),
-                                                    search.objectiveRow(), problem_variables,
-                                                    &objective, search.proof()),
-                                      search);
+  relaxer = Relaxer::make(search, search.objectiveRow(), problem_variables, &objective);
+  if (relaxer == nullptr) return;
   branching = std::make_unique<Branching>(*relaxer, search);
-  if (options.cuts) cut_loop = std::make_unique<CutLoop>(*relaxer, search, options);
+  if (options.cuts) cut_loop = std::make_unique<CutLoop>(*relaxer, search);
   if (upper) relaxer->demandLess(*upper, upper_id);
 }
 
@@ -238,7 +249,8 @@ void Coordinator::aim(bool dive) {
   aimed_at = work();
   const Int128 gap = *upper - lower;
   const Int128 room = gap <= 1 ? Int128{0} : gap - 1;
-  const Int128 most = lower + room / 16 * target_share + room % 16 * target_share / 16;
+  const Int128 most =
+      lower + room / all_shares * target_share + room % all_shares * target_share / all_shares;
   if (dive || !options.targets || !target.isPossible() || most + 1 >= *upper)
     target.drop();
   else if (!target.isStated() || target.most() != most)
@@ -252,7 +264,7 @@ void Coordinator::aim(bool dive) {
 Coordinator::SliceEnd Coordinator::branchingSlice(Listener* listener, std::uint64_t budget) {
   // What local search has found may be bad, and then targets may be out of reach.
   const bool dive =
-      !upper || (branching_slices % dive_interval == 1 && (*upper - lower) > *upper / 64);
+      !upper || (branching_slices % dive_interval == 0 && *upper - lower > *upper / near_enough);
   branching_slices++;
   if (dive) branching->forget();
   branching->begin(budget, dive);
@@ -275,7 +287,7 @@ Coordinator::SliceEnd Coordinator::branchingSlice(Listener* listener, std::uint6
       break;
     case Outcome::core:
       // What was refuted at once was too low to be worth a step.
-      if (work() - aimed_at < budget / 4) target_share = std::min(16, 2 * target_share);
+      if (work() - aimed_at < budget / 4) target_share = std::min(all_shares, 2 * target_share);
       result = SliceEnd::proven;
       if (!target.refute(search.coreId())) break;
       raiseLower(listener, target.lowerCost(), Strategy::lp);
@@ -290,7 +302,7 @@ Coordinator::SliceEnd Coordinator::branchingSlice(Listener* listener, std::uint6
     case Outcome::exhausted:
       if (closed()) result = SliceEnd::proven;
       if (result == SliceEnd::stuck && !dive) // a higher target, and after the highest a low one
-        target_share = target_share < 16 ? 2 * target_share : least_share;
+        target_share = target_share < all_shares ? 2 * target_share : least_share;
       break;
     case Outcome::interrupted:
       result = SliceEnd::interrupted;
@@ -300,6 +312,57 @@ Coordinator::SliceEnd Coordinator::branchingSlice(Listener* listener, std::uint6
   search.setGuide(nullptr);
   if (dive) branching->forget();
   return result;
+}
+
+/// Searches around the best solution, while that gives better ones.
+Coordinator::SliceEnd Coordinator::neighbourhoodSlice(Listener* listener) {
+  target.drop();
+  search.backToRoot();
+  const std::vector<double> none;
+  const std::vector<Lit> kept =
+      neighbourhoods.choose(best, relaxer != nullptr ? relaxer->optimumValues() : none);
+  const bool by_relaxation = neighbourhoods.isRelaxed();
+  std::uint64_t conflicts = options.paced(neighbourhood_conflicts);
+  if (by_relaxation) {
+    relaxer->demandLess(*upper, upper_id);
+    branching->forget();
+    branching->begin(options.paced(neighbourhood_work), false);
+    search.setGuide(branching.get());
+    conflicts *= 4;
+  }
+  auto result = Neighbourhoods::Result::unclear;
+  SliceEnd end = SliceEnd::stuck;
+  for (bool ended = false; !ended;) {
+    const Outcome outcome = search.run(kept, conflicts);
+    ended = true;
+    switch (outcome) {
+    case Outcome::model:
+      takeModel(listener, Strategy::neighbourhood);
+      result = Neighbourhoods::Result::improved;
+      end = closed() ? SliceEnd::proven : SliceEnd::moved;
+      ended = closed();
+      break;
+    case Outcome::core:
+      if (end == SliceEnd::stuck) result = Neighbourhoods::Result::refuted;
+      break;
+    case Outcome::unsatisfiable:
+      end = SliceEnd::proven;
+      break;
+    case Outcome::exhausted:
+      break;
+    case Outcome::interrupted:
+      end = SliceEnd::interrupted;
+      break;
+    }
+  }
+  search.setGuide(nullptr);
+  if (by_relaxation) branching->forget();
+  search.backToRoot();
+  neighbourhoods.note(result);
+  neighbourhood_share = result == Neighbourhoods::Result::improved
+                            ? std::max(least_neighbourhood_share, neighbourhood_share / 2)
+                            : std::min(most_neighbourhood_share, neighbourhood_share * 5 / 4);
+  return end;
 }
 
 /// Rounds of cuts at level 0.
@@ -330,10 +393,11 @@ Verdict Coordinator::run(Listener* listener) {
     }
     const std::uint64_t before = work();
     if (options.solution_phases) search.decisions().useSolution(slices % 4 == 3);
-    const std::uint64_t conflicts = options.paced(work_of[0] == 0 ? first_slice : slice);
+    const std::uint64_t conflicts = options.paced(!upper && work_of[0] == 0 ? first_slice : slice);
     const bool cutting = turn == Strategy::lp && branching_slices == 0 && cut_loop != nullptr &&
                          cut_loop->counters().rounds == 0;
-    const SliceEnd end = turn == Strategy::linear        ? linearSlice(listener, conflicts)
+    const SliceEnd end = turn == Strategy::neighbourhood ? neighbourhoodSlice(listener)
+                         : turn == Strategy::linear      ? linearSlice(listener, conflicts)
                          : turn == Strategy::core_guided ? coreSlice(listener, conflicts)
                          : cutting ? cutSlice(listener, options.paced(cut_budget))
                                    : branchingSlice(listener, options.paced(lp_slice));
@@ -358,6 +422,12 @@ Verdict Coordinator::run(Listener* listener) {
   }
 }
 
+std::uint64_t Coordinator::branchingShare() const {
+  if (!upper) return near_share;
+  const Int128 gap = *upper - lower;
+  return gap <= *upper / 10 ? near_share : gap <= *upper / 4 ? medium_share : far_share;
+}
+
 /// Who has had least of what is due. Cores have far to go to a bound that the relaxation has
 /// beaten, and get less then.
 Strategy Coordinator::next() const {
@@ -366,7 +436,11 @@ Strategy Coordinator::next() const {
   const std::uint64_t by_cores = had(Strategy::core_guided) * (beaten ? 4 : 1);
   Strategy chosen = Strategy::linear;
   if (options.core_guided && by_cores < had(Strategy::linear)) chosen = Strategy::core_guided;
-  if (relaxer != nullptr && had(Strategy::lp) / lp_share < had(chosen)) chosen = Strategy::lp;
+  if (relaxer != nullptr && had(Strategy::lp) / branchingShare() < had(chosen))
+    chosen = Strategy::lp;
+  if (options.neighbourhoods && upper &&
+      had(Strategy::neighbourhood) < work() / neighbourhood_share)
+    chosen = Strategy::neighbourhood;
   return chosen;
 }
 

@@ -4,6 +4,7 @@
 #define ESTOC_OPTIMISE_COORDINATOR_H
 
 #include "CoreGuided.h"
+#include "Neighbourhoods.h"
 #include "Objective.h"
 #include "Target.h"
 #include "estoc/Solver.h"
@@ -17,8 +18,10 @@
 
 namespace estoc {
 
-/// Alternates solution-improving and core-guided search over one set of constraints. Slices are
-/// measured in conflicts, shares in work; whoever moves a bound gets another slice.
+/// Has all strategies work on one set of constraints in turn: presolve, cuts and a dive at first,
+/// then branching by the relaxation, solution-improving and core-guided search, neighbourhoods of
+/// the best solution, and local search in between. Slices are measured in conflicts or work, shares
+/// in work; whoever moves a bound gets another slice.
 class Coordinator {
  public:
   /// `problem_variables` are those that solutions speak of; others are the strategies' own.
@@ -43,7 +46,8 @@ class Coordinator {
   const CutLoop* cuts() const { return cut_loop.get(); }
 
  private:
-  static constexpr int least_share = 2; ///< in sixteenths
+  static constexpr int all_shares = 16; ///< targets are at a number of these
+  static constexpr int least_share = 2;
   const Options options;
   Search& search;
   const Objective objective;
@@ -51,7 +55,9 @@ class Coordinator {
   CoreGuided core_guided;
   Improver improver;
   Target target;
-  int target_share = least_share; ///< targets are at this share of the gap
+  Neighbourhoods neighbourhoods;
+  std::uint64_t neighbourhood_share = 4;
+  int target_share = least_share; ///< where in the gap targets are
   std::uint64_t aimed_at = 0;     ///< the work done when the target was chosen
   std::vector<bool> best;
   std::optional<Int128> upper; ///< the cost of `best`
@@ -60,7 +66,7 @@ class Coordinator {
   std::uint64_t core_count = 0;
   std::uint64_t presolved_count = 0;
   bool is_presolved = false;
-  std::uint64_t work_of[4] = {0, 0, 0, 0}; ///< by strategy
+  std::uint64_t work_of[5] = {0, 0, 0, 0, 0}; ///< by strategy
   std::unique_ptr<Relaxer> relaxer;
   std::unique_ptr<Branching> branching;
   std::unique_ptr<CutLoop> cut_loop; ///< null unless cuts are wanted
@@ -74,11 +80,15 @@ class Coordinator {
   std::vector<bool> localStart() const;
   SliceEnd localSlice(Listener* listener, std::vector<bool> from);
   SliceEnd branchingSlice(Listener* listener, std::uint64_t budget);
+  SliceEnd neighbourhoodSlice(Listener* listener);
   SliceEnd cutSlice(Listener* listener, std::uint64_t budget);
   void startRelaxation();
   void aim(bool dive);
+  std::uint64_t branchingShare() const;
   Strategy next() const;
-  std::uint64_t work() const { return search.work() + (relaxer != nullptr ? relaxer->work() : 0); }
+  std::uint64_t work() const {
+    return search.work() + neighbourhoods.work() + (relaxer != nullptr ? relaxer->work() : 0);
+  }
   void takeModel(Listener* listener, Strategy by);
   bool takeSolution(Listener* listener, std::vector<bool> values, Strategy by);
   void raiseLower(Listener* listener, Int128 cost, Strategy by);

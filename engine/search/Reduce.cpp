@@ -64,6 +64,10 @@ void Search::reduce() {
   for (const Ref ref : candidates) propagation.remove(ref);
   markReasons(false);
   propagation.collect({&objective, &target});
+  learnt_terms = 0;
+  for (const Ref ref : propagation.learntConstraints())
+    if (const Header& c = propagation.at(ref); c.removed == 0) learnt_terms += c.size;
+  most_learnt_terms = std::max(learnt_terms * 2, least_learnt_terms);
   // Arithmetic progression of the distances.
   next_reduction = count.conflicts + options.paced(reduction_interval) * (count.reductions + 1);
 }

@@ -160,6 +160,7 @@ bool Search::install() {
     else
       count.learnt_general++;
   }
+  learnt_terms += propagation.at(ref).size;
   propagation.at(ref).used = 2;
   const bool implied = propagation.imply(ref);
   assert(implied);
@@ -208,6 +209,7 @@ bool Search::learn(const LearntRow& row, ProofId id) {
   };
   if (!isFalsified()) propagation.backjump(lowest);
   const Ref ref = propagation.add(row, true, guided_glue, id);
+  learnt_terms += row.terms.size();
   while (!propagation.imply(ref)) {
     if (!resolve(ref)) return false;
     propagation.backjump(lowest);
@@ -288,7 +290,7 @@ Outcome Search::run(const std::vector<Lit>& assumptions, std::uint64_t conflicts
       audit(AuditPoint::reduced);
       continue;
     }
-    if (count.conflicts >= next_reduction) {
+    if (count.conflicts >= next_reduction || learnt_terms > most_learnt_terms) {
       reduce();
       audit(AuditPoint::reduced);
       continue;

@@ -153,6 +153,11 @@ class Search final : private UnassignListener {
   std::uint64_t next_rephase = options.paced(1000);
   std::uint64_t rephases = 0;
   std::uint64_t next_reduction = options.paced(2000);
+  /// Long rows cost more than a number of constraints tells: when so many terms have been learnt,
+  /// learnt constraints are reduced before their time.
+  static constexpr std::uint64_t least_learnt_terms = 500000;
+  std::uint64_t learnt_terms = 0; ///< kept at the last reduction, and learnt since
+  std::uint64_t most_learnt_terms = least_learnt_terms;
   std::uint64_t inprocessing_work = 0; ///< of all of it
   std::uint64_t random;                ///< state of the generator, of use if there is a seed
   int simplified = 0;                  ///< facts at the last `removeSatisfied`

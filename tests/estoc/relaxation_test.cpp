@@ -186,6 +186,37 @@ TEST_F(RelaxationTest, ProbingAgreesWithFixing) {
   EXPECT_GT(compared, 20);
 }
 
+/// A row of the tableau has its own column once, and no other one that is in the basis; asking for
+/// it leaves the optimum as it was.
+TEST_F(RelaxationTest, TableauRowsAreThoseOfTheBasis) {
+  int rows = 0;
+  for (std::uint64_t seed = 1; seed <= 3000; seed++) {
+    SeededDraws draws(seed);
+    const Program program(draws);
+    const auto lp = make(program);
+    if (lp->solve(1000) != End::optimal) continue;
+    const double best = lp->objective();
+    std::vector<int> broken; // between their bounds, so in the basis
+    for (int j = 0; j < program.columns; j++)
+      if (lp->primal()[j] > 0.01 && lp->primal()[j] < 0.99) broken.push_back(j);
+    const std::vector<std::vector<double>> tableau = lp->tableau(broken);
+    ASSERT_EQ(tableau.size(), broken.size());
+    for (std::size_t k = 0; k < broken.size(); k++) {
+      ASSERT_EQ(tableau[k].size(), program.rows.size()) << "seed " << seed;
+      for (const int j : broken) {
+        double sum = 0;
+        for (std::size_t i = 0; i < program.rows.size(); i++)
+          sum += tableau[k][i] * program.rows[i][static_cast<std::size_t>(j)];
+        EXPECT_NEAR(sum, j == broken[k] ? 1 : 0, 1e-9) << "seed " << seed;
+      }
+      rows++;
+    }
+    EXPECT_EQ(lp->solve(1000), End::optimal);
+    EXPECT_NEAR(lp->objective(), best, 1e-6) << "seed " << seed;
+  }
+  EXPECT_GT(rows, 100);
+}
+
 TEST_F(RelaxationTest, EndsWhenInterruptedOrEmpty) {
   const auto empty = estoc::makeRelaxation(3, interrupt);
   EXPECT_EQ(empty->solve(10), End::trouble);

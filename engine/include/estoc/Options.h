@@ -37,6 +37,7 @@ struct Options {
   bool local_search = true;    ///< look for better solutions by local search now and then
   bool lp = true;              ///< solve the linear relaxation
   bool cuts = true;            ///< cut the optimum of the relaxation off before branching
+  bool neighbourhoods = true;  ///< search around the best solution now and then
   bool targets = true;         ///< branch below costs that are raised step by step
   int smallest_width = 0;      ///< 0 to 3: derive with at least 32, 64, 128 bits, without bound
   /// For tests: what happens every so many conflicts happens this many times as often, so that

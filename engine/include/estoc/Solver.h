@@ -22,7 +22,7 @@ enum class Verdict {
 };
 
 /// What the solver does, and who has found a solution or a bound.
-enum class Strategy { linear, core_guided, local_search, lp };
+enum class Strategy { linear, core_guided, local_search, lp, neighbourhood };
 
 /// Counters of a solver, since it began. Nothing here depends on time.
 struct Statistics {
