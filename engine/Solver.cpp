@@ -215,6 +215,10 @@ Statistics Solver::statistics() const {
     s.lp_pivots = relaxer->pivots();
     s.lp_conflicts = relaxer->counters().conflicts;
     s.lp_failed = relaxer->counters().failed;
+    if (inside->coordinator != nullptr && inside->coordinator->cuts() != nullptr) {
+      s.cut_rounds = inside->coordinator->cuts()->counters().rounds;
+      s.cuts = inside->coordinator->cuts()->counters().added;
+    }
     s.work += relaxer->work();
   }
   s.constraints = p.problemConstraints().size();

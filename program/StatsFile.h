@@ -63,6 +63,8 @@ template <class Visitor> void forEachCounter(const estoc::Statistics& s, Visitor
   visit("LP pivots", s.lp_pivots);
   visit("LP conflicts", s.lp_conflicts);
   visit("LP conflicts lost", s.lp_failed);
+  visit("cut rounds", s.cut_rounds);
+  visit("cuts", s.cuts);
   visit("work", s.work);
   visit("constraints", std::uint64_t{s.constraints});
   visit("learnt", std::uint64_t{s.learnt});

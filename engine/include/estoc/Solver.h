@@ -52,6 +52,8 @@ struct Statistics {
   std::uint64_t lp_pivots = 0;
   std::uint64_t lp_conflicts = 0; ///< conflicts that were proven by a linear program
   std::uint64_t lp_failed = 0;    ///< seemed to be such, but rounding lost the proof
+  std::uint64_t cut_rounds = 0;   ///< in which rows were made that cut an optimum off
+  std::uint64_t cuts = 0;         ///< those rows
   std::uint64_t work = 0;         ///< visits of watches and terms, the unit of budgets
   std::size_t constraints = 0;    ///< stored now, learnt ones not among them
   std::size_t learnt = 0;         ///< learnt ones stored now
