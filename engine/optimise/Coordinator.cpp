@@ -392,6 +392,8 @@ Verdict Coordinator::run(Listener* listener) {
       if (end == SliceEnd::interrupted) return upper ? Verdict::satisfiable : Verdict::unknown;
     }
     const std::uint64_t before = work();
+    const std::optional<Int128> upper_before = upper;
+    const Int128 lower_before = lower;
     if (options.solution_phases) search.decisions().useSolution(slices % 4 == 3);
     const std::uint64_t conflicts = options.paced(!upper && work_of[0] == 0 ? first_slice : slice);
     const bool cutting = turn == Strategy::lp && branching_slices == 0 && cut_loop != nullptr &&
@@ -403,6 +405,7 @@ Verdict Coordinator::run(Listener* listener) {
                                    : branchingSlice(listener, options.paced(lp_slice));
     slices++;
     work_of[static_cast<int>(turn)] += work() - before;
+    weigh(turn, upper != upper_before || lower != lower_before);
     switch (end) {
     case SliceEnd::proven:
       raiseLower(listener, *upper, turn);
@@ -422,6 +425,16 @@ Verdict Coordinator::run(Listener* listener) {
   }
 }
 
+/// A slice of `turn` has ended. Branching gets less while conflict-driven search makes progress,
+/// and more again when it does so itself.
+void Coordinator::weigh(Strategy turn, bool progress) {
+  if (!progress) return;
+  if (turn == Strategy::lp)
+    branching_worth = std::min(all_worth, 2 * branching_worth);
+  else if (turn != Strategy::neighbourhood)
+    branching_worth = std::max(std::uint64_t{1}, branching_worth * 3 / 4);
+}
+
 std::uint64_t Coordinator::branchingShare() const {
   if (!upper) return near_share;
   const Int128 gap = *upper - lower;
@@ -436,7 +449,8 @@ Strategy Coordinator::next() const {
   const std::uint64_t by_cores = had(Strategy::core_guided) * (beaten ? 4 : 1);
   Strategy chosen = Strategy::linear;
   if (options.core_guided && by_cores < had(Strategy::linear)) chosen = Strategy::core_guided;
-  if (relaxer != nullptr && had(Strategy::lp) / branchingShare() < had(chosen))
+  if (relaxer != nullptr &&
+      had(Strategy::lp) / branchingShare() * all_worth < had(chosen) * branching_worth)
     chosen = Strategy::lp;
   if (options.neighbourhoods && upper &&
       had(Strategy::neighbourhood) < work() / neighbourhood_share)

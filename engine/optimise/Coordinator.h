@@ -70,6 +70,8 @@ class Coordinator {
   std::unique_ptr<Relaxer> relaxer;
   std::unique_ptr<Branching> branching;
   std::unique_ptr<CutLoop> cut_loop; ///< null unless cuts are wanted
+  static constexpr std::uint64_t all_worth = 16;
+  std::uint64_t branching_worth = all_worth; ///< in sixteenths of its share
   std::uint64_t slices = 0;
   std::uint64_t branching_slices = 0;
 
@@ -84,6 +86,7 @@ class Coordinator {
   SliceEnd cutSlice(Listener* listener, std::uint64_t budget);
   void startRelaxation();
   void aim(bool dive);
+  void weigh(Strategy turn, bool progress);
   std::uint64_t branchingShare() const;
   Strategy next() const;
   std::uint64_t work() const {
