@@ -33,7 +33,7 @@ constexpr int near_enough = 256;
 constexpr std::uint64_t dive_interval = 8;
 /// Work on branching for each unit of the others: less where the relaxation is far from what costs
 /// have been found.
-constexpr std::uint64_t near_share = 4;
+constexpr std::uint64_t near_share = 6;
 constexpr std::uint64_t medium_share = 2;
 constexpr std::uint64_t far_share = 1;
 } // namespace
