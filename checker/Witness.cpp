@@ -46,12 +46,13 @@ Row Witness::applied(const Row& row) {
 
 Row Witness::change(const Row& row, bool sinks) {
   scratch.clear();
-  for (const Term& t : row.terms)
+  for (const Term& t : row.terms) {
     if (const Image* const image = imageOf(t.literal.variable())) {
       const Integer factor = sinks ? -t.coefficient : t.coefficient;
       addImage(factor, t.literal, *image);
       scratch.addTerm(-factor, t.literal);
     }
+  }
   return scratch.row();
 }
 
