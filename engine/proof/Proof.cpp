@@ -107,6 +107,7 @@ ProofId Proof::rupUnit(Lit l) {
 template <class C, class D>
 ProofId Proof::redundant(const RowOf<C, D>& row, const std::vector<Lit>& witness) {
   std::vector<Substitution> substitutions;
+  substitutions.reserve(witness.size());
   for (const Lit l : witness) substitutions.push_back({~l, Lit()});
   return redundant(row, substitutions);
 }
