@@ -33,7 +33,7 @@ class Run {
   std::optional<Statement> statement; ///< of what is proven, if a proof is written
   std::optional<ProofLog> proof;
   std::atomic<ProofLog*> open_proof{nullptr}; ///< the same for the watchdog, once it is there
-  std::optional<estoc::Statistics> counters; ///< at the end of the search
+  std::optional<estoc::Statistics> counters;  ///< at the end of the search
   /// When the problem had been read, and when the engine had it, since the start; 0 before. While
   /// `read_at` is 0, `problem` is only for the thread that works.
   std::atomic<process::Ticks> read_at{0};
