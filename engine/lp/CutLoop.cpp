@@ -89,7 +89,7 @@ void CutLoop::forgetSlack(int age) {
   for (std::size_t i = 0; i < ages.size(); i++) {
     const auto row = static_cast<int>(program.firstCut() + i);
     ages[i] = program.relaxation().isSlackBasic(row) ? static_cast<char>(ages[i] + 1) : char{0};
-    keep[i] = ages[i] < age;
+    keep[i] = ages[i] < age ? 1 : 0;
     if (keep[i] != 0) ages[kept++] = ages[i];
   }
   ages.resize(kept);
@@ -211,7 +211,7 @@ bool CutLoop::select() {
 // Sums of rows ------------------------------------------------------------------------------------
 
 void CutLoop::fromSingleRows() {
-  for (std::size_t i = 0; i < program.firstCut(); i++)
+  for (std::size_t i = 0; i < program.firstCut(); i++) {
     for (const bool lower : {true, false}) {
       const std::int32_t row = program.side(i, lower);
       if (row == LinearProgram::none || program.sizeOf(row) < 2) continue;
@@ -219,6 +219,7 @@ void CutLoop::fromSingleRows() {
       relaxer.chargeSteps(program.sizeOf(row));
       if (slack < static_cast<double>(program.largestOf(row))) attempt({{row, 1}}, 0);
     }
+  }
 }
 
 /// The fractions of the multipliers as integers; `divisor` becomes what stands for 1, 0 if that is
@@ -252,7 +253,9 @@ void CutLoop::sharesOf(const std::vector<double>& multipliers, double sign,
       lower = false;
       fraction = 1 - fraction;
     }
-    const auto factor = static_cast<std::int64_t>(fraction * static_cast<double>(divisor) + 0.5);
+    const double scaled = fraction * static_cast<double>(divisor);
+    // It is positive, so this rounds, whatever the mathematical library says.
+    const auto factor = static_cast<std::int64_t>(scaled + 0.5); // NOLINT(*-roundings)
     if (factor > 0) shares.push_back({program.side(i, lower), factor});
   }
 }

@@ -103,25 +103,25 @@ void LinearProgram::pairRows() {
     return true;
   };
   std::unordered_map<std::uint64_t, std::int32_t> seen; // the relaxation's row with this hash
-  RelaxationRows rows;
+  RelaxationRows made;
   for (std::size_t i = 0; i < exact.size(); i++) {
     const Exact& e = exact[i];
-    const auto [place, is_new] = seen.try_emplace(hash(e), rows.count());
+    const auto [place, is_new] = seen.try_emplace(hash(e), made.count());
     if (!is_new) {
       const auto row = static_cast<std::size_t>(place->second);
       Sides& s = sides[row];
       if (s.upper == none && opposite(exact[static_cast<std::size_t>(s.lower)], e)) {
         s.upper = static_cast<std::int32_t>(i);
-        rows.upper[row] = -boundOf(e);
+        made.upper[row] = -boundOf(e);
         continue;
       }
     }
-    append(e, rows);
+    append(e, made);
     sides.push_back({static_cast<std::int32_t>(i), none});
   }
-  entries = rows.columns.size();
+  entries = made.columns.size();
   problem_rows = sides.size();
-  lp->addRows(rows);
+  lp->addRows(made);
 }
 
 /// What the sum over variables must be at least.
@@ -176,17 +176,17 @@ void LinearProgram::addCut(const std::vector<Term<std::int64_t>>& cut, std::int6
   exact.push_back({terms.size(), cut.size(), degree, largest, sum, id});
   terms.insert(terms.end(), cut.begin(), cut.end());
   entries += cut.size();
-  RelaxationRows rows;
-  append(exact.back(), rows);
-  lp->addRows(rows);
+  RelaxationRows made;
+  append(exact.back(), made);
+  lp->addRows(made);
 }
 
 void LinearProgram::keepCuts(const std::vector<char>& keep, Proof* proof) {
   std::vector<int> gone;
-  std::size_t rows = problem_rows;
+  std::size_t kept = problem_rows;
   // The cuts' rows and terms lie behind all others, in the order of the relaxation's rows.
-  std::size_t next = sides.size() > rows ? static_cast<std::size_t>(sides[rows].lower) : 0;
-  std::size_t end = sides.size() > rows ? exact[next].start : 0;
+  std::size_t next = sides.size() > kept ? static_cast<std::size_t>(sides[kept].lower) : 0;
+  std::size_t end = sides.size() > kept ? exact[next].start : 0;
   for (std::size_t i = problem_rows; i < sides.size(); i++) {
     const Exact e = at(sides[i].lower);
     if (keep[i - problem_rows] == 0) {
@@ -200,10 +200,10 @@ void LinearProgram::keepCuts(const std::vector<char>& keep, Proof* proof) {
     exact[next] = e;
     exact[next].start = end;
     end += e.size;
-    sides[rows++] = {static_cast<std::int32_t>(next++), none};
+    sides[kept++] = {static_cast<std::int32_t>(next++), none};
   }
   if (gone.empty()) return;
-  sides.resize(rows);
+  sides.resize(kept);
   exact.resize(next);
   terms.resize(end);
   lp->removeRows(gone);

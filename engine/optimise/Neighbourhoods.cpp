@@ -89,11 +89,12 @@ std::vector<Lit> Neighbourhoods::choose(const std::vector<bool>& best,
   by_relaxation = !by_relaxation && !relaxed.empty();
   const auto count = static_cast<std::size_t>(variables);
   is_free.assign(count, 0);
-  if (by_relaxation)
+  if (by_relaxation) {
     for (std::size_t v = 0; v < count; v++) {
       const double x = best[v] ? 1 - relaxed[v] : relaxed[v];
-      is_free[v] = x > agreeing;
+      is_free[v] = x > agreeing ? 1 : 0;
     }
+  }
   setFree(static_cast<std::size_t>(static_cast<double>(count) * free_share[by_relaxation ? 1 : 0]) +
           (by_relaxation ? 0 : 1));
   std::vector<Lit> kept;
