@@ -42,8 +42,7 @@ void ProofLog::close() {
 }
 
 void ProofLog::abandon() {
-  using namespace std::chrono_literals;
-  const std::unique_lock lock(mutex, 200ms);
+  const std::unique_lock lock(mutex, std::chrono::milliseconds(200));
   if (lock.owns_lock() && is_ended) return;
   if (!lock.owns_lock() || !has_conclusion)
     process::complain(path + ": the proof breaks off, and concludes nothing");

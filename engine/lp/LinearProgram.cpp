@@ -153,6 +153,7 @@ double LinearProgram::slackOf(std::int32_t row, const std::vector<double>& value
   return slack;
 }
 
+// cppcheck-suppress constParameter ; terms are added to it
 void LinearProgram::addShares(Expression<Summed>& e, const std::vector<Share>& shares,
                               Derivation* derivation) const {
   for (const Share& s : shares) {
