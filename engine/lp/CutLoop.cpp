@@ -20,13 +20,14 @@ constexpr char oldest = 4;               ///< rounds that a cut may be slack
 constexpr std::size_t most_tableau = 80; ///< rows of the tableau looked at in a round
 constexpr std::size_t most_terms =
     200; ///< beside a fifth of all columns, or a row's that it comes of
-constexpr std::size_t most_cuts = 100;    ///< of a round
-constexpr double tight = 1e-6;            ///< slack of a row that counts as none
-constexpr std::size_t most_broken = 1024; ///< variables looked at by elimination
-constexpr std::size_t most_lines = 1024;  ///< rows, too
-constexpr int most_bits = 22;             ///< of a cut's coefficients
-constexpr int least_bits = 14;            ///< if it comes of many rows: rounding errors spread
-constexpr int scale_bits = 40;            ///< multipliers of tableau rows are rounded to as many
+constexpr std::size_t most_multipliers = 10000000; ///< of all these rows together
+constexpr std::size_t most_cuts = 100;             ///< of a round
+constexpr double tight = 1e-6;                     ///< slack of a row that counts as none
+constexpr std::size_t most_broken = 1024;          ///< variables looked at by elimination
+constexpr std::size_t most_lines = 1024;           ///< rows, too
+constexpr int most_bits = 22;                      ///< of a cut's coefficients
+constexpr int least_bits = 14; ///< if it comes of many rows: rounding errors spread
+constexpr int scale_bits = 40; ///< multipliers of tableau rows are rounded to as many
 constexpr int least_scale_bits = 10;
 constexpr double largest_sum = 0x1p59; ///< of all numbers in a sum of rows
 /// How large a cut's coefficients may be.
@@ -340,7 +341,8 @@ void CutLoop::fromTableau() {
     return std::abs(values[static_cast<std::size_t>(a)] - 0.5) <
            std::abs(values[static_cast<std::size_t>(b)] - 0.5);
   });
-  if (columns.size() > most_tableau) columns.resize(most_tableau);
+  const std::size_t most = std::min(most_tableau, most_multipliers / program.rows());
+  if (columns.size() > most) columns.resize(most);
   const std::vector<std::vector<double>> tableau = program.relaxation().tableau(columns);
   relaxer.charge(columns.size());
   std::vector<Share> shares;
