@@ -65,4 +65,4 @@ run agreement_fuzz 20000 "$texts" -dict=fuzz/star.dict
 run program_fuzz 2000 "$choices" -max_len=400 -len_control=0
 run solver_fuzz 20000 "$choices" -max_len=400 -len_control=0
 run checker_fuzz 60000 "$proofs" -dict=fuzz/proof.dict
-run engine_fuzz 3000 "$choices" -max_len=600 -len_control=0 -timeout=100
+run engine_fuzz 1500 "$choices" -max_len=600 -len_control=0 -timeout=100
