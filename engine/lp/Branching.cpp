@@ -7,8 +7,6 @@
 namespace estoc {
 
 namespace {
-constexpr double integral = 1e-6;      ///< values this near to 0 or 1 count as that
-constexpr int node_limit = 100000;     ///< pivots of a node
 constexpr std::uint32_t reliable = 2;  ///< observations that make trying out unnecessary
 constexpr std::size_t batch = 9;       ///< candidates tried out before the best one must change
 constexpr std::size_t most_tried = 36; ///< candidates tried out at one node
@@ -20,7 +18,7 @@ Branching::Branching(Relaxer& r, Search& s)
 
 void Branching::begin(std::uint64_t work, bool dive) {
   budget = work;
-  start = relaxer.work() + search.work();
+  start = relaxer.totalWork();
   diving = dive;
   forgetRest();
 }
@@ -36,7 +34,7 @@ void Branching::forgetRest() {
 }
 
 std::uint64_t Branching::spent() const {
-  return relaxer.work() + search.work() - start;
+  return relaxer.totalWork() - start;
 }
 
 /// The next decision of the path that is to be made again. False when all of them are made; what
@@ -66,7 +64,7 @@ Advice Branching::advise() {
   Lit literal;
   if (resume(literal)) return {Advice::Kind::decide, literal};
   const std::uint64_t before = relaxer.pivots();
-  const Relaxed answer = relaxer.ask(node_limit);
+  const Relaxed answer = relaxer.ask(Relaxer::node_limit);
   node_pivots += relaxer.pivots() - before;
   switch (answer.kind) {
   case Relaxed::Kind::hopeless:
@@ -131,7 +129,7 @@ void Branching::collect() {
   candidates.clear();
   for (Var v = 0; v < relaxer.columns(); v++) {
     const double x = relaxer.value(v);
-    if (x < integral || x > 1 - integral || trail.isAssigned(v)) continue;
+    if (!isBroken(x) || trail.isAssigned(v)) continue;
     const Record& r = records[static_cast<std::size_t>(v)];
     candidates.push_back(
         {v, x, score(expected(r, false) * x, expected(r, true) * (1 - x)), false, false});

@@ -10,8 +10,6 @@
 namespace estoc {
 
 namespace {
-constexpr double integral = 1e-6;        ///< values this near to 0 or 1 count as that
-constexpr int node_limit = 100000;       ///< pivots of a round
 constexpr double least_efficacy = 1e-3;  ///< distance by which a cut has to cut
 constexpr double most_parallel = 0.9;    ///< cosine of the angle between two cuts of a round
 constexpr int most_stalled = 8;          ///< rounds without progress
@@ -44,13 +42,13 @@ CutLoop::CutLoop(Relaxer& r, Search& s)
 
 void CutLoop::begin(std::uint64_t work) {
   budget = work;
-  start = relaxer.work() + search.work();
+  start = relaxer.totalWork();
   stalled = 0;
   first = true;
 }
 
 std::uint64_t CutLoop::spent() const {
-  return relaxer.work() + search.work() - start;
+  return relaxer.totalWork() - start;
 }
 
 Advice CutLoop::finish() {
@@ -61,7 +59,7 @@ Advice CutLoop::finish() {
 Advice CutLoop::advise() {
   for (;;) {
     if (trail.level() > 0 || search.isInterrupted() || spent() > budget) return finish();
-    const Relaxed answer = relaxer.ask(node_limit);
+    const Relaxed answer = relaxer.ask(Relaxer::node_limit);
     if (answer.kind == Relaxed::Kind::hopeless) return {Advice::Kind::infeasible};
     if (answer.row != nullptr) return {Advice::Kind::learn, {}, answer.row, answer.id};
     if (answer.kind != Relaxed::Kind::optimum) return finish();
@@ -269,7 +267,7 @@ void CutLoop::fromEvenSums() {
   std::vector<std::size_t> place(values.size(), most_broken);
   std::size_t broken = 0;
   for (std::size_t v = 0; v < values.size() && broken < most_broken; v++)
-    if (values[v] > integral && values[v] < 1 - integral) place[v] = broken++;
+    if (isBroken(values[v])) place[v] = broken++;
   struct Line {
     std::vector<std::uint64_t> odd;  ///< variables, one bit each
     std::vector<std::uint64_t> from; ///< lines that are part of it, one bit each

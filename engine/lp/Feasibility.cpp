@@ -24,7 +24,7 @@ Outcome Feasibility::run() {
   constexpr std::uint64_t no_end = std::numeric_limits<std::uint64_t>::max() / 2;
   if (relaxer == nullptr) return search.run({}, no_end);
   for (;;) {
-    const std::uint64_t before = search.work() + relaxer->work();
+    const std::uint64_t before = relaxer->totalWork();
     const bool branch = branched < searched;
     if (branch) {
       branching->begin(options.paced(branch_work), true);
@@ -32,7 +32,7 @@ Outcome Feasibility::run() {
     }
     const Outcome outcome = search.run({}, branch ? no_end : options.paced(slice));
     search.setGuide(nullptr);
-    (branch ? branched : searched) += search.work() + relaxer->work() - before;
+    (branch ? branched : searched) += relaxer->totalWork() - before;
     if (outcome != Outcome::exhausted) return outcome;
   }
 }

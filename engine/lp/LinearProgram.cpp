@@ -153,16 +153,14 @@ double LinearProgram::slackOf(std::int32_t row, const std::vector<double>& value
   return slack;
 }
 
+/// Adds an exact row `factor` times.
 // cppcheck-suppress constParameter ; terms are added to it
-void LinearProgram::addShares(Expression<Summed>& e, const std::vector<Share>& shares,
-                              Derivation* derivation) const {
-  for (const Share& s : shares) {
-    const Exact& row = at(s.row);
-    for (std::size_t k = row.start; k < row.start + row.size; k++)
-      e.addTerm(terms[k].literal, Int128{s.factor} * terms[k].coefficient);
-    e.addDegree(Int128{s.factor} * row.degree);
-    if (derivation != nullptr) derivation->add(row.id, s.factor);
-  }
+void LinearProgram::addExact(Expression<Summed>& e, const Exact& row, Int128 factor,
+                             Derivation* derivation) const {
+  for (std::size_t k = row.start; k < row.start + row.size; k++)
+    e.addTerm(terms[k].literal, factor * terms[k].coefficient);
+  e.addDegree(factor * row.degree);
+  if (derivation != nullptr) derivation->add(row.id, factor);
 }
 
 void LinearProgram::addCut(const std::vector<Term<std::int64_t>>& cut, std::int64_t degree,
@@ -300,12 +298,7 @@ Int128 LinearProgram::combine(Expression<Summed>& e, bool basis, Derivation* der
     const double size = lower(i) ? y[i] : -y[i];
     // It is not negative, so this rounds, whatever the mathematical library says.
     const Int128 factor = static_cast<std::int64_t>(size * scale + 0.5); // NOLINT(*-roundings)
-    if (factor == 0) continue;
-    const Exact& row = exactSide(i, lower(i));
-    for (std::size_t k = row.start; k < row.start + row.size; k++)
-      e.addTerm(terms[k].literal, factor * terms[k].coefficient);
-    e.addDegree(factor * row.degree);
-    if (derivation != nullptr) derivation->add(row.id, factor);
+    if (factor != 0) addExact(e, exactSide(i, lower(i)), factor, derivation);
   }
   return basis ? Int128{1} << scale_bits : Int128{1};
 }

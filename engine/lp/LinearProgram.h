@@ -20,6 +20,13 @@ struct Summed {
   static constexpr int safe_bits = 100;
 };
 
+/// How far from 0 or 1 a value of the relaxation may be and still count as that.
+inline constexpr double integral = 1e-6;
+/// Whether it is that far from both.
+inline bool isBroken(double value) {
+  return value > integral && value < 1 - integral;
+}
+
 /// The constraints of a problem as a linear program over its variables, with the objective, if
 /// there is one. Keeps the rows in integers, too, so that multipliers can be turned into rows that
 /// hold whatever the floats were. Two rows that bound the same sum from both sides are one row of
@@ -80,7 +87,9 @@ class LinearProgram {
   double slackOf(std::int32_t row, const std::vector<double>& values) const;
   /// Adds the rows to `e`, which has room for the sums, and to `derivation` unless it is null.
   void addShares(Expression<Summed>& e, const std::vector<Share>& shares,
-                 Derivation* derivation) const;
+                 Derivation* derivation) const {
+    for (const Share& s : shares) addExact(e, at(s.row), s.factor, derivation);
+  }
   /// Adds a row that follows from the others, constraint `id` of the proof, behind them.
   void addCut(const std::vector<Term<std::int64_t>>& cut, std::int64_t degree, ProofId id);
   /// Cuts are the rows from this one on.
@@ -137,6 +146,8 @@ class LinearProgram {
   bool useful = false;
 
   void takeConstraints(Propagation& constraints, Ref without, Proof* proof);
+  void addExact(Expression<Summed>& e, const Exact& row, Int128 factor,
+                Derivation* derivation) const;
   void pairRows();
   double boundOf(const Exact& e) const;
   void append(const Exact& e, RelaxationRows& to) const;

@@ -6,11 +6,6 @@
 
 namespace estoc {
 
-namespace {
-/// How far from 0 or 1 a value may be and still count as that.
-constexpr double integral = 1e-6;
-} // namespace
-
 std::unique_ptr<Relaxer> Relaxer::make(Search& s, Ref without, Var columns,
                                        const Objective* objective) {
   if (LinearProgram::countTerms(s.constraints()) > LinearProgram::most_terms) return nullptr;

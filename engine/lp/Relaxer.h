@@ -36,6 +36,8 @@ struct Relaxed {
 /// One linear program in service of one search.
 class Relaxer {
  public:
+  /// Pivots that a node may take.
+  static constexpr int node_limit = 100000;
   /// The relaxation of what `s` has at level 0, but for row `without`, over the first `columns`
   /// variables, with the objective unless that is null. Null where there is no LP library, or the
   /// problem is too large for it.
@@ -72,6 +74,8 @@ class Relaxer {
   std::uint64_t pivots() const { return lp.relaxation().pivots(); }
   /// What has been done so far, in the unit of `Search::work`.
   std::uint64_t work() const { return steps; }
+  /// The same with what the search has done.
+  std::uint64_t totalWork() const { return steps + search.work(); }
 
  private:
   LinearProgram lp;

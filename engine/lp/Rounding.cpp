@@ -8,7 +8,6 @@
 namespace estoc {
 
 namespace {
-constexpr double integral = 1e-6;          ///< values this near to 0 or 1 count as that
 constexpr std::size_t most_divisors = 8;   ///< different coefficients tried as divisors
 constexpr std::size_t most_exchanges = 20; ///< literals whose complement is tried
 constexpr int largest_sum_bits = 60;       ///< of degree and all coefficients together
@@ -84,7 +83,7 @@ bool Rounding::choose(std::int64_t also) {
   };
   std::vector<std::int64_t> divisors;
   for (const Part& p : parts)
-    if (p.value > integral && p.value < 1 - integral) divisors.push_back(p.coefficient);
+    if (isBroken(p.value)) divisors.push_back(p.coefficient);
   std::sort(divisors.begin(), divisors.end(), std::greater<>());
   divisors.erase(std::unique(divisors.begin(), divisors.end()), divisors.end());
   if (divisors.size() > most_divisors) divisors.resize(most_divisors);
@@ -96,7 +95,7 @@ bool Rounding::choose(std::int64_t also) {
 
   std::vector<std::size_t> doubtful;
   for (std::size_t i = 0; i < parts.size(); i++)
-    if (parts[i].value > integral && parts[i].value < 1 - integral) doubtful.push_back(i);
+    if (isBroken(parts[i].value)) doubtful.push_back(i);
   std::stable_sort(doubtful.begin(), doubtful.end(), [&](std::size_t a, std::size_t b) {
     return std::abs(parts[a].value - 0.5) < std::abs(parts[b].value - 0.5);
   });

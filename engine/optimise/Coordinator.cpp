@@ -185,7 +185,7 @@ Coordinator::SliceEnd Coordinator::linearSlice(Listener* listener, std::uint64_t
       break;
     case Outcome::unsatisfiable:
     case Outcome::core:
-      return upper ? SliceEnd::proven : SliceEnd::infeasible;
+      return refuted();
     case Outcome::exhausted:
       break;
     case Outcome::interrupted:
@@ -216,14 +216,13 @@ Coordinator::SliceEnd Coordinator::coreSlice(Listener* listener, std::uint64_t c
     case Outcome::core:
       core_count++;
       moved = true;
-      if (!core_guided.refine(search.core(), search.coreId()))
-        return upper ? SliceEnd::proven : SliceEnd::infeasible;
+      if (!core_guided.refine(search.core(), search.coreId())) return refuted();
       raiseLower(listener, core_guided.lowerCost(), Strategy::core_guided);
       if (closed()) return SliceEnd::proven;
       if (upper && !core_guided.harden(*upper, upper_id)) return SliceEnd::proven;
       break;
     case Outcome::unsatisfiable:
-      return upper ? SliceEnd::proven : SliceEnd::infeasible;
+      return refuted();
     case Outcome::exhausted:
       break;
     case Outcome::interrupted:
@@ -297,7 +296,7 @@ Coordinator::SliceEnd Coordinator::branchingSlice(Listener* listener, std::uint6
       aim(false);
       break;
     case Outcome::unsatisfiable:
-      result = upper ? SliceEnd::proven : SliceEnd::infeasible;
+      result = refuted();
       break;
     case Outcome::exhausted:
       if (closed()) result = SliceEnd::proven;
@@ -375,7 +374,7 @@ Coordinator::SliceEnd Coordinator::cutSlice(Listener* listener, std::uint64_t bu
   const Outcome outcome = search.run({}, std::numeric_limits<std::uint64_t>::max() / 2);
   search.setGuide(nullptr);
   raiseLower(listener, relaxer->lowerCost(), Strategy::lp);
-  if (outcome == Outcome::unsatisfiable) return upper ? SliceEnd::proven : SliceEnd::infeasible;
+  if (outcome == Outcome::unsatisfiable) return refuted();
   if (outcome == Outcome::interrupted) return SliceEnd::interrupted;
   return closed() ? SliceEnd::proven : SliceEnd::moved;
 }

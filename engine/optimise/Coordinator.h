@@ -78,6 +78,8 @@ class Coordinator {
   enum class SliceEnd { moved, stuck, proven, infeasible, interrupted };
   SliceEnd linearSlice(Listener* listener, std::uint64_t conflicts);
   SliceEnd coreSlice(Listener* listener, std::uint64_t conflicts);
+  /// There is nothing better than what there is.
+  SliceEnd refuted() const { return upper ? SliceEnd::proven : SliceEnd::infeasible; }
   bool presolve();
   std::vector<bool> localStart() const;
   SliceEnd localSlice(Listener* listener, std::vector<bool> from);

@@ -2,6 +2,8 @@
 /// The choice of neighbourhoods.
 #include "Neighbourhoods.h"
 
+#include "numbers/Xorshift.h"
+
 #include <algorithm>
 
 namespace estoc {
@@ -16,14 +18,6 @@ constexpr double largest_share = 0.9;
 
 Neighbourhoods::Neighbourhoods(Search& s, Var n, std::uint64_t seed)
     : search(s), variables(n), random((seed + 1) * 0x9E3779B97F4A7C15U) {}
-
-/// Marsaglia, Xorshift RNGs (2003).
-std::uint64_t Neighbourhoods::next() {
-  random ^= random << 13;
-  random ^= random >> 7;
-  random ^= random << 17;
-  return random >> 16;
-}
 
 void Neighbourhoods::build() {
   is_built = true;
@@ -66,12 +60,12 @@ void Neighbourhoods::setFree(std::size_t count) {
   for (std::size_t starts = 0; freed < count && starts < count + 16;) {
     if (first == queue.size()) {
       starts++;
-      free(static_cast<Var>(next() % all));
+      free(static_cast<Var>((xorshift(random) >> 16) % all));
       continue;
     }
     const auto v = static_cast<std::size_t>(queue[first++]);
     const std::size_t degree = variable_starts[v + 1] - variable_starts[v];
-    const std::size_t shift = degree != 0 ? next() % degree : 0;
+    const std::size_t shift = degree != 0 ? (xorshift(random) >> 16) % degree : 0;
     for (std::size_t k = 0; k < degree && freed < count; k++) {
       const std::size_t row = variable_rows[variable_starts[v] + (k + shift) % degree];
       if (row_seen[row] != 0) continue;

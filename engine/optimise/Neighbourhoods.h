@@ -55,7 +55,6 @@ class Neighbourhoods {
   std::vector<char> is_free;
   std::vector<char> row_seen;
 
-  std::uint64_t next();
   void build();
   void setFree(std::size_t count);
 };
