@@ -41,6 +41,7 @@ CutLoop::CutLoop(Relaxer& r, Search& s)
 }
 
 void CutLoop::begin(std::uint64_t work) {
+  begun = true;
   budget = work;
   start = relaxer.totalWork();
   stalled = 0;

@@ -33,6 +33,8 @@ class CutLoop final : public Guide {
 
   /// The next run may do `work`, in the unit of `Search::work`.
   void begin(std::uint64_t work);
+  /// Whether there was one.
+  bool hasBegun() const { return begun; }
   Advice advise() override;
   bool allowsRestarts() const override { return false; }
   const CutCounters& counters() const { return count; }
@@ -57,6 +59,7 @@ class CutLoop final : public Guide {
   int stalled = 0;
   double best_cost = 0;
   bool first = true;
+  bool begun = false;
   Expression<Summed> sum;
   Rounding rounding;
   std::unique_ptr<Derivation> derivation; ///< null unless a proof is written

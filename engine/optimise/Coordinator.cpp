@@ -396,7 +396,7 @@ Verdict Coordinator::run(Listener* listener) {
     if (options.solution_phases) search.decisions().useSolution(slices % 4 == 3);
     const std::uint64_t conflicts = options.paced(!upper && work_of[0] == 0 ? first_slice : slice);
     const bool cutting = turn == Strategy::lp && branching_slices == 0 && cut_loop != nullptr &&
-                         cut_loop->counters().rounds == 0;
+                         !cut_loop->hasBegun();
     const SliceEnd end = turn == Strategy::neighbourhood ? neighbourhoodSlice(listener)
                          : turn == Strategy::linear      ? linearSlice(listener, conflicts)
                          : turn == Strategy::core_guided ? coreSlice(listener, conflicts)
