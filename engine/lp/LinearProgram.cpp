@@ -208,6 +208,37 @@ void LinearProgram::keepCuts(const std::vector<char>& keep, Proof* proof) {
   lp->removeRows(gone);
 }
 
+/// Whether level 0 satisfies the exact row; `none` always holds.
+bool LinearProgram::isSettled(std::int32_t row, const Trail& trail) const {
+  if (row == none) return true;
+  Int128 missing = at(row).degree;
+  visitTerms(row, [&](std::int64_t c, Lit l) { missing -= trail.isRootTrue(l) ? c : 0; });
+  return missing <= 0;
+}
+
+void LinearProgram::reduce(const Trail& trail) {
+  std::vector<signed char> settled(static_cast<std::size_t>(width));
+  for (Var v = 0; v < width; v++)
+    if (trail.isRootAssigned(v)) settled[static_cast<std::size_t>(v)] = trail.value(Lit::of(v));
+  std::vector<char> keep(sides.size(), 1);
+  std::size_t kept = 0;
+  entries = 0;
+  const std::size_t first_cut = problem_rows;
+  for (std::size_t i = 0; i < sides.size(); i++) {
+    if (i < first_cut && isSettled(sides[i].lower, trail) && isSettled(sides[i].upper, trail)) {
+      keep[i] = 0;
+      problem_rows--;
+      continue;
+    }
+    visitTerms(sides[i].lower, [&](std::int64_t, Lit l) {
+      entries += settled[static_cast<std::size_t>(l.var())] == 0 ? 1 : 0;
+    });
+    sides[kept++] = sides[i];
+  }
+  sides.resize(kept);
+  lp->reduce(settled, keep);
+}
+
 void LinearProgram::setCosts() {
   Int128 largest = 0;
   for (const WideTerm& t : costs->terms) {

@@ -97,6 +97,9 @@ class LinearProgram {
   /// Takes cuts out for which `keep` (by row, from `firstCut` on) has 0.
   void keepCuts(const std::vector<char>& keep, Proof* proof);
 
+  /// Takes what level 0 settles out of the relaxation: columns of variables assigned, and rows of
+  /// the problem that hold. The exact rows stay as they are.
+  void reduce(const Trail& trail);
   /// Fixes the columns that the trail assigns, and frees the others.
   void followTrail(const Trail& trail);
   /// Demands solutions that cost less than `cost`.
@@ -145,6 +148,7 @@ class LinearProgram {
   std::size_t problem_rows = 0; ///< of the relaxation; what comes behind are cuts
   bool useful = false;
 
+  bool isSettled(std::int32_t row, const Trail& trail) const;
   void takeConstraints(Propagation& constraints, Ref without, Proof* proof);
   void addExact(Expression<Summed>& e, const Exact& row, Int128 factor,
                 Derivation* derivation) const;

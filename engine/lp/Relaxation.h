@@ -49,6 +49,11 @@ class Relaxation {
   virtual void addRows(const RelaxationRows& more) = 0;
   /// Takes the rows out whose numbers `which` has; the others move up.
   virtual void removeRows(const std::vector<int>& which) = 0;
+  /// Takes columns out for ever, at 1 or 0 where `settled` (by column) is positive or negative, and
+  /// the rows for which `keep` has 0, which hold without more being done. Columns keep their
+  /// numbers; rows move up. There is no optimum then until the next call.
+  virtual void reduce(const std::vector<signed char>& settled, const std::vector<char>& keep) = 0;
+  /// Before any call.
   virtual void setCost(int column, double cost) = 0;
   virtual void setBounds(int column, double lower, double upper) = 0;
   /// Solutions that cost more need not be found.

@@ -6,6 +6,12 @@
 
 namespace estoc {
 
+namespace {
+/// The relaxation becomes smaller when one in so many of its columns is settled, and some more.
+constexpr int reduction_share = 10;
+constexpr int least_reduction = 20;
+} // namespace
+
 std::unique_ptr<Relaxer> Relaxer::make(Search& s, Ref without, Var columns,
                                        const Objective* objective) {
   if (LinearProgram::countTerms(s.constraints()) > LinearProgram::most_terms) return nullptr;
@@ -35,6 +41,16 @@ void Relaxer::demandLess(Int128 cost, ProofId id, Lit unless) {
   lp.demandLess(cost);
 }
 
+/// Once level 0 has settled much more, the relaxation becomes smaller.
+void Relaxer::reduce() {
+  const Trail& trail = search.constraints().assignment();
+  const int known = trail.start(1);
+  if (known - settled <= (lp.columns() - settled) / reduction_share + least_reduction) return;
+  settled = known;
+  lp.reduce(trail);
+  has_values = false;
+}
+
 bool Relaxer::fitsTrail() {
   if (!has_values) return false;
   const Trail& trail = search.constraints().assignment();
@@ -55,6 +71,7 @@ Relaxed Relaxer::ask(int pivots) {
     return {Relaxed::Kind::optimum};
   }
   count.calls++;
+  reduce();
   demand_changed = false;
   has_values = false;
   lp.followTrail(trail);

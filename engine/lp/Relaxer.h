@@ -94,7 +94,9 @@ class Relaxer {
   std::unique_ptr<Derivation> derivation; ///< null unless a proof is written
   RelaxationCounters count;
   std::uint64_t steps = 0;
+  int settled = 0; ///< literals of level 0 that the relaxation has been rid of
 
+  void reduce();
   bool fitsTrail();
   Int128 addUp(bool basis);
   bool addDemanded();
