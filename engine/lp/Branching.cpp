@@ -61,6 +61,9 @@ Advice Branching::advise() {
     if (!trail.isAssigned(l.var())) return {Advice::Kind::decide, l};
   }
   if (spent() > budget) return {Advice::Kind::stop};
+  const Relaxed dear = relaxer.tightenDemand();
+  if (dear.kind == Relaxed::Kind::hopeless) return {Advice::Kind::infeasible};
+  if (dear.row != nullptr) return {Advice::Kind::learn, {}, dear.row, dear.id};
   Lit literal;
   if (resume(literal)) return {Advice::Kind::decide, literal};
   const std::uint64_t before = relaxer.pivots();

@@ -344,7 +344,6 @@ void LinearProgram::addDemand(Expression<Summed>& e, Int128 times, Int128 most, 
 
 void LinearProgram::deriveBound(const Expression<Summed>& e, Int128 unit, const Trail& trail,
                                 Proof& proof, Derivation& derivation) const {
-  if (derivation.isEmpty()) derivation.add(proof.rup(LearntRow()), 1); // the axioms' place
   const auto add = [&](Lit l, Int128 amount) {
     if (amount == 0) return;
     if (!trail.isRootTrue(l)) {

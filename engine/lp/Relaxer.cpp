@@ -38,6 +38,7 @@ void Relaxer::demandLess(Int128 cost, ProofId id, Lit unless) {
   demanded = cost;
   demand_id = id;
   demand_changed = true;
+  demand_is_new = true;
   lp.demandLess(cost);
 }
 
@@ -158,28 +159,68 @@ bool Relaxer::addDemanded() {
   return unit != 0;
 }
 
+/// `sum` becomes a sum of rows that is kept.
+void Relaxer::load(const RowSum& rows) {
+  sum.clear();
+  sum.growTo(search.variables());
+  for (const WideTerm& t : rows.terms) sum.addTerm(t.literal, t.coefficient);
+  sum.addDegree(rows.degree);
+  steps += rows.terms.size() * 4;
+  if (derivation == nullptr || rows.id == 0) return;
+  search.proof()->settle(search.constraints().assignment());
+  derivation->clear();
+  derivation->add(rows.id, 1);
+}
+
+Relaxed Relaxer::tightenDemand() {
+  if (!demand_is_new || bounding.unit == 0) return {};
+  demand_is_new = false;
+  load(bounding);
+  lp.addDemand(sum, bounding.unit, *demanded - 1, demand_unless, demand_id, derivation.get());
+  return settle(false);
+}
+
+ProofId Relaxer::lowerId() {
+  if (lower_id != 0 || lower == 0) return lower_id;
+  load(bounding);
+  lp.deriveBound(sum, bounding.unit, search.constraints().assignment(), *search.proof(),
+                 *derivation);
+  return lower_id = derivation->finish();
+}
+
 /// The duals at level 0: a lower bound, and what it costs too much to turn.
 Relaxed Relaxer::settleRoot() {
   const Trail& trail = search.constraints().assignment();
-  const Int128 unit = addUp(true);
-  if (unit == 0) return {};
-  const Expression<Summed> rows_only = derivation != nullptr ? sum : Expression<Summed>();
-  lp.addDemand(sum, unit, -1, Lit(), 0, nullptr);
+  RowSum rows;
+  rows.unit = addUp(true);
+  if (rows.unit == 0) return {};
+  for (const Var v : sum.variables())
+    if (sum.occurs(v)) rows.terms.push_back({sum.magnitude(v), sum.literal(v)});
+  rows.degree = sum.degree();
+  lp.addDemand(sum, rows.unit, -1, Lit(), 0, nullptr);
   // What is missing to a sum that a cost of -1 could reach, in units, is how far it is away.
   Int128 missing = sum.degree();
   for (const Var v : sum.variables())
     if (sum.occurs(v) && !trail.isFalse(sum.literal(v))) missing -= sum.magnitude(v);
-  const Int128 proven = missing > 0 ? ceilDiv(missing, unit) - 1 : Int128{0};
+  const Int128 proven = missing > 0 ? ceilDiv(missing, rows.unit) - 1 : Int128{0};
   if (proven > lower) {
     lower = proven;
     if (derivation != nullptr) {
-      lp.deriveBound(rows_only, unit, trail, *search.proof(), *derivation);
-      if (lower_id != 0) search.proof()->remove(lower_id);
-      lower_id = derivation->finish();
+      Proof& proof = *search.proof();
+      if (derivation->isEmpty()) derivation->add(proof.rup(LearntRow()), 1);
+      rows.id = derivation->finish();
+      if (bounding.id != 0) proof.remove(bounding.id);
+      if (lower_id != 0) proof.remove(lower_id);
+      lower_id = 0;
     }
+    bounding = std::move(rows);
+    demand_is_new = demanded.has_value();
+    return tightenDemand();
   }
   if (!demanded) return {};
-  return addDemanded() ? settle(false) : Relaxed();
+  load(rows);
+  lp.addDemand(sum, rows.unit, *demanded - 1, demand_unless, demand_id, derivation.get());
+  return settle(false);
 }
 
 std::vector<ProbedColumn> Relaxer::probe(const std::vector<int>& columns, int pivots) {

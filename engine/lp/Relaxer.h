@@ -68,7 +68,10 @@ class Relaxer {
   /// What no solution costs less than, as proven at level 0; costs are at least 0.
   Int128 lowerCost() const { return lower; }
   /// With a proof: the constraint that says so, 0 if there is none.
-  ProofId lowerId() const { return lower_id; }
+  ProofId lowerId();
+  /// What the best lower bound says, together with what is demanded since the last call: usually
+  /// that much is too dear. No call to the relaxation is needed for that.
+  Relaxed tightenDemand();
   std::vector<ProbedColumn> probe(const std::vector<int>& columns, int pivots);
   const RelaxationCounters& counters() const { return count; }
   std::uint64_t pivots() const { return lp.relaxation().pivots(); }
@@ -89,8 +92,17 @@ class Relaxer {
   std::vector<double> values;
   double optimum = 0;
   bool has_values = false;
+  /// A sum of rows, as the duals at level 0 have it.
+  struct RowSum {
+    std::vector<WideTerm> terms;
+    Int128 degree = 0;
+    Int128 unit = 0; ///< what stands for 1 in it; 0 if there is none
+    ProofId id = 0;
+  };
   Int128 lower = 0;
-  ProofId lower_id = 0;
+  RowSum bounding;      ///< what shows `lower`
+  ProofId lower_id = 0; ///< once it has been asked for
+  bool demand_is_new = false;
   std::unique_ptr<Derivation> derivation; ///< null unless a proof is written
   RelaxationCounters count;
   std::uint64_t steps = 0;
@@ -100,6 +112,7 @@ class Relaxer {
   bool fitsTrail();
   Int128 addUp(bool basis);
   bool addDemanded();
+  void load(const RowSum& rows);
   Relaxed settle(bool expected);
   Relaxed settleRoot();
 };
