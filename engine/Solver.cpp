@@ -18,6 +18,7 @@ struct Solver::Inside {
   ProofId proof_row = 0;        ///< the number of the last row of the problem
   Search search;
   Var problem_variables = 0;
+  SmallRow small_row;                 ///< kept for its memory
   std::optional<Objective> objective; ///< until the first `solve`
   std::unique_ptr<Coordinator> coordinator;
   std::unique_ptr<Feasibility> feasibility; ///< without an objective
@@ -81,7 +82,15 @@ Var Solver::variables() const {
 
 bool Solver::addRow(std::vector<WideTerm> terms, Int128 bound, ProofId proof_row) {
   inside->proof_row = proof_row != 0 ? proof_row : inside->proof_row + 1;
-  return inside->search.addRow({std::move(terms), bound}, false, inside->proof_row);
+  Row row{std::move(terms), bound};
+  return inside->search.addDetached(row, inside->proof_row);
+}
+
+bool Solver::addSmallRow(std::span<const SmallTerm> terms, std::int64_t bound, ProofId proof_row) {
+  inside->proof_row = proof_row != 0 ? proof_row : inside->proof_row + 1;
+  inside->small_row.terms.assign(terms.begin(), terms.end());
+  inside->small_row.degree = bound;
+  return inside->search.addDetached(inside->small_row, inside->proof_row);
 }
 
 void Solver::minimise(std::vector<WideTerm> terms, Int128 constant) {
@@ -93,6 +102,7 @@ void Solver::minimise(std::vector<WideTerm> terms, Int128 constant) {
 Verdict Solver::solve(const std::vector<Lit>& assumptions, Listener* listener) {
   Inside& in = *inside;
   in.search.setListener(listener);
+  in.search.attachRows();
   if (in.objective) {
     assert(assumptions.empty());
     if (in.coordinator == nullptr)

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -52,7 +53,12 @@ class Assembler {
   /// next row, where it is merged with an earlier one of the same variable.
   void addTerm(std::string_view name, Int coefficient, Place place) {
     if (terms.isFull()) enter();
-    terms.add(problem.variables, name, coefficient, place);
+    terms.add(problem.variables.seek(name), coefficient, place);
+  }
+  /// The same for the name x`index`, see `Names::seek`.
+  void addTerm(std::string_view name, std::uint32_t index, Int coefficient, Place place) {
+    if (terms.isFull()) enter();
+    terms.add(problem.variables.seek(name, index), coefficient, place);
   }
   /// Adds a term of a variable that is known already.
   void addTerm(int variable, Int coefficient, Place place);

@@ -85,7 +85,7 @@ int Names::addSlowly(const Sought& sought) {
     if (known >= 0) return known;
   }
   // An index far beyond what there is would cost memory out of proportion.
-  if (index != 0 && index <= std::max(expected, 2 * ends.size() + 1000)) {
+  if (index != 0 && index <= std::max({expected, permitted, 2 * ends.size() + 1000})) {
     const int number = append(name);
     if (index >= indexed.size()) indexed.fill(std::max(index, expected) + 1, 0);
     indexed[index] = number + 1;

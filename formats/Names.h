@@ -37,6 +37,7 @@ class Names {
   Array<Slot> slots;         ///< open addressing; all names that are not in `indexed`
   std::size_t used = 0;      ///< slots in use, at most half of them
   std::size_t expected = 0;  ///< names of N up to this one belong in `indexed`
+  std::size_t permitted = 0; ///< likewise, but memory for them is taken when they come
   bool are_numbers = false;  ///< whether N rather than xN is found by its number
 
   /// The N of `name` if it is xN, or N, as a number is written, without leading zeros and at most
@@ -80,7 +81,11 @@ class Names {
   /// (`isHashed` tells) for names without a hash.
   Sought seek(std::string_view name) const {
     const std::uint32_t index = indexOf(name);
-    if (index == 0) return seekHashed(name);
+    return index == 0 ? seekHashed(name) : seek(name, index);
+  }
+  /// The same for the name x`index`, `index` being from 1 to 999,999,999 and written without
+  /// leading zeros. Not after `expectNumbers`.
+  Sought seek(std::string_view name, std::uint32_t index) const {
     if (index < indexed.size()) prefetch(&indexed[index]);
     return {name, index, 0, 0};
   }
@@ -101,6 +106,9 @@ class Names {
   }
   /// Prepares for names x1 to x`count`, which need not come. Takes memory for each.
   void expect(std::size_t count) { expected = count; }
+  /// Allows memory, 6 bytes each, for x1 to x`count` as soon as the last of them has come: without
+  /// that, names that come long before those of smaller numbers are hashed.
+  void permit(std::size_t count) { permitted = count; }
   /// Prepares likewise for names 1 to `count`. There are no names yet.
   void expectNumbers(std::size_t count) {
     expected = count;

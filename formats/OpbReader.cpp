@@ -190,9 +190,46 @@ class Reader {
   }
   bool atLiteral() const { return isNameStart(peek()) || peek() == '~'; }
 
+  /// Takes a number of one to nine digits, to which `at` points; false if there are none, or more.
+  static bool takeShort(const char*& at, std::uint32_t& number) {
+    const char* const start = at;
+    for (number = 0; isDigit(*at) && at - start < 10; at++)
+      number = 10 * number + static_cast<unsigned>(*at - '0'); // may wrap at the tenth
+    return at != start && at - start < 10;
+  }
+
+  /// Takes terms written as nearly all texts have them, such as "+3 x12 ", with another one or a
+  /// relation next. What is written otherwise is left to the general way, from its first character
+  /// on.
+  void readPlainTerms() {
+    constexpr std::ptrdiff_t longest =
+        32; // a sign, 9 digits, a blank, x, 9 digits, a blank, a sign
+    while (end - next >= longest) {
+      const bool negative = *next == '-';
+      if (!negative && *next != '+') return;
+      const char* at = next + 1;
+      std::uint32_t number = 0;
+      if (!takeShort(at, number) || *at++ != ' ') return;
+      const char* const name = at;
+      std::uint32_t index = 0;
+      if (*at++ != 'x' || *at == '0' || !takeShort(at, index) || *at != ' ') return;
+      const std::string_view letters(name, static_cast<size_t>(at++ - name));
+      if (*at != '+' && *at != '-' && *at != '>' && *at != '<' && *at != '=') return;
+      if (!addTo(weight, number)) return;
+      const Int coefficient = negative ? -static_cast<Int>(number) : static_cast<Int>(number);
+      assembler.addTerm(letters, index, coefficient, here());
+      next = at;
+    }
+  }
+
+  void skipToTerm() {
+    skipBlanks();
+    readPlainTerms();
+  }
+
   /// Reads the weighted sum up to a relation, a ';' or the end of the text.
   bool readSum(Int& constant) {
-    for (skipBlanks(); !atSumEnd(); skipBlanks()) {
+    for (skipToTerm(); !atSumEnd(); skipToTerm()) {
       const Place place = here();
       const bool negative = peek() == '-';
       if (negative || peek() == '+') {
@@ -362,6 +399,7 @@ class Reader {
   explicit Reader(std::string_view text)
       : next(text.data()), end(text.data() + text.size()), line_start(next) {
     assembler.rest().format = Format::opb;
+    assembler.rest().variables.permit(text.size() / 32); // less than a fifth of the text's memory
   }
 
   Result<Problem> read() {

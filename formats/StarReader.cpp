@@ -333,7 +333,7 @@ class Reader {
 
   bool addTerm(Int coefficient, Place start) {
     name_marks[batch.size()] = {place, count};
-    batch.add(problem.variables, image, coefficient, start);
+    batch.add(problem.variables.seek(image), coefficient, start);
     // The letters of a spliced word do not last.
     return (!batch.isFull() && word.data() != spliced.data()) || enterTerms();
   }

@@ -35,10 +35,10 @@ class TermBatch {
   bool isFull() const { return count == capacity; }
   const Entry& operator[](std::size_t i) const { return entries[i]; }
 
-  /// Adds a term, for which there must be room. The letters of `name` must last until the batch is
-  /// cleared.
-  void add(const Names& names, std::string_view name, Int coefficient, Place place) {
-    entries[count++] = {names.seek(name), coefficient, place, 0};
+  /// Adds a term, for which there must be room. The letters of the name must last until the batch
+  /// is cleared.
+  void add(const Names::Sought& name, Int coefficient, Place place) {
+    entries[count++] = {name, coefficient, place, 0};
   }
   /// Finds out, and enters, the variables of all terms, in order, for a builder that will get them
   /// next.

@@ -98,6 +98,11 @@ TEST(Names, KeepTheirNumbersWhereverTheyAreKept) {
   for (int i = 2; i < 6000; i++) names.add("x" + std::to_string(i));
   EXPECT_EQ(names.size(), first + 6000 - 2 - 1);
   EXPECT_EQ(names.find("x5000"), 0);
+  names.permit(20000);
+  for (int i = 20000; i > 6000; i--) {
+    const int next = names.size();
+    EXPECT_EQ(names.add("x" + std::to_string(i)), next);
+  }
   for (int i = 0; i < names.size(); i++) EXPECT_EQ(names.add(names[i]), i) << names[i];
 }
 
@@ -287,6 +292,37 @@ TEST(OpbReader, Accepts) {
     EXPECT_EQ(show(*problem), entry.problem) << entry.text;
   }
   EXPECT_EQ(readOpb(table[0].text)->declared, 2);
+}
+
+TEST(OpbReader, TakesPlainTermsAsItTakesOthers) {
+  // One blank between numbers and names is the way that is read fast, two are not.
+  const std::string most = toString(largest_int);
+  for (const std::string& row :
+       {std::string("+1 x1 -2 x2 +0 x3 >= -1 ;"), std::string("+2 x7 +3 x7 -5 x7 <= 1 ;"),
+        std::string("+999999999 x999999999 -9999999999 x1 +4 x1000000000 = 1 ;"),
+        std::string("+1 x0 +1 x01 -1 x1 +01 x2 +3 x >= 1 ;"),
+        std::string("+1 x1a -1 x1! +1 y2 5 x6 +2 x8 >= 1 ;"),
+        std::string("-3 x4 x5 +2 x4 ~x6 -1 ~x7 >= 1 ;"), std::string("+1 x1 +2 >= 1 ;"),
+        std::string("- 1 x1 + 2 x2 >= 1 ;"), "-" + most + " x1 >= 0 ;",
+        "+" + most + " x1 +1 x2 >= 0 ;", "+1 x1 -" + most + " x2 >= 0 ;",
+        std::string("+1 x1 : +1 x2 >= 1 ;"), std::string("+1 x1 ; >= 1 ;"),
+        std::string("+1 -x1 >= 1 ;"), std::string("+1 x1 * >= 1 ;")}) {
+    std::string text = row + "\n" + row + "\n* " + repeated("-", 40) + "\n";
+    std::string spaced;
+    for (const char c : text) spaced += c == ' ' ? "  " : std::string(1, c);
+    const Result<Problem> fast = readOpb(text);
+    const Result<Problem> slow = readOpb(spaced);
+    ASSERT_EQ(fast.operator bool(), slow.operator bool()) << row;
+    if (fast) {
+      EXPECT_EQ(show(*fast), show(*slow)) << row;
+      EXPECT_EQ(fast->is_plain, slow->is_plain) << row;
+    } else {
+      EXPECT_EQ(fast.error().message, slow.error().message) << row;
+    }
+  }
+  const Result<Problem> problem = readOpb("+1 x5 -2 x5 >=\n 1 ;" + repeated(" ", 40));
+  ASSERT_TRUE(problem);
+  EXPECT_EQ(problem->rows[0].form[0].place.column, 1U);
 }
 
 TEST(OpbReader, MergesInLargeProblemsAsInSmallOnes) {

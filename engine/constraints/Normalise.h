@@ -20,10 +20,12 @@ enum class RowState {
 
 /// Merges repeated variables, drops those assigned at level 0, makes coefficients positive, cuts
 /// them at the degree, divides by their common divisor and sorts them. Literals that the row alone
-/// implies are moved into `units`. All magnitudes of the row add up to less than 2^127. Takes
-/// O(n log n) time. `derivation`, if not null, has derived the row as it comes in, and then as it
-/// goes out if that is `RowState::row`.
-RowState normalise(Row& row, const Trail& trail, std::vector<Lit>& units, Derivation* derivation);
+/// implies are moved into `units`. All magnitudes of the row add up to less than 2^127, those of a
+/// small row to less than 2^62. Takes O(n log n) time. `derivation`, if not null, has derived the
+/// row as it comes in, and then as it goes out if that is `RowState::row`.
+template <class N>
+RowState normalise(RowOf<N, N>& row, const Trail& trail, std::vector<Lit>& units,
+                   Derivation* derivation);
 
 /// Divides a row of positive coefficients by their greatest common divisor, which is returned (0 if
 /// there are none); the degree is rounded up. `derivation`, if not null, has derived the row.

@@ -17,6 +17,8 @@ template <class C, class D> struct RowOf {
 };
 /// As problems state them.
 using Row = RowOf<Int128, Int128>;
+/// The same with numbers whose magnitudes add up to less than 2^62, as nearly all problems have.
+using SmallRow = RowOf<std::int64_t, std::int64_t>;
 /// As conflict analysis learns them.
 using LearntRow = RowOf<std::int32_t, std::int64_t>;
 

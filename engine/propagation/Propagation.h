@@ -54,8 +54,20 @@ class Propagation {
   /// counts for learnt constraints only; `id` is the constraint's number in the proof, 0 without
   /// one. The constraint may imply something at once: call `imply`.
   template <class C, class D>
-  Ref add(const RowOf<C, D>& row, bool learnt, unsigned glue, ProofId id);
-  /// The same for a clause of at least two literals, which need no order.
+  Ref add(const RowOf<C, D>& row, bool learnt, unsigned glue, ProofId id) {
+    return watch(store(row, learnt, glue, id));
+  }
+  /// Stores `row`, one of the problem, likewise at level 0, but does not attach it yet: nothing
+  /// else may be done then but to add more in this way and to enqueue, until `attach`. Done for
+  /// many rows together that takes less time and memory, since the length of each watch list is
+  /// known.
+  template <class C, class D> void addDetached(const RowOf<C, D>& row, ProofId id) {
+    store(row, false, 0, id);
+    detached++;
+  }
+  /// Attaches what has been stored by `addDetached`, in that order.
+  void attach();
+  /// The same as `add` for a clause of at least two literals, which need no order.
   Ref addClause(const Lit* literals, std::size_t size, bool learnt, unsigned glue, ProofId id);
   /// The same for a row that stays a general constraint whatever it looks like and whose degree can
   /// be raised. `row` need not be saturated; its sum is below 2^127.
@@ -118,6 +130,7 @@ class Propagation {
   std::vector<CompactList<ClauseWatch>> clauses; ///< per literal: who watches it
   std::vector<CompactList<RowWatch>> rows;       ///< per literal: who watches or counts it
   std::vector<Ref> problem;                      ///< stored constraints, in order
+  std::size_t detached = 0;                      ///< so many of the last ones are not attached
   std::vector<Ref> learnts;
   int clause_head = 0; ///< where propagation of clauses stands in the trail
   int row_head = 0;    ///< the same for rows, never ahead of clauses
@@ -128,9 +141,12 @@ class Propagation {
 
   template <class T>
   T& create(Kind kind, std::size_t size, bool learnt, unsigned glue, ProofId id, Ref& ref);
+  template <class R> Ref store(const R& row, bool learnt, unsigned glue, ProofId id);
+  template <class R> Ref storeClause(const R& row, bool learnt, unsigned glue, ProofId id);
+  template <class R> Ref storeCardinality(const R& row, bool learnt, unsigned glue, ProofId id);
   template <class G, class R>
-  Ref addGeneral(Kind kind, const R& row, bool learnt, unsigned glue, ProofId id);
-  template <class R> Ref addCardinality(const R& row, bool learnt, unsigned glue, ProofId id);
+  Ref storeGeneral(Kind kind, const R& row, bool learnt, unsigned glue, ProofId id);
+  Ref watch(Ref ref);
   void watchFirst(Lit* literals, std::size_t size, std::size_t count);
 
   Ref propagateClauses(Lit falsified);

@@ -50,48 +50,109 @@ Ref Propagation::addClause(const Lit* literals, std::size_t size, bool learnt, u
   Ref ref = no_ref;
   auto& c = create<Clause>(Kind::clause, size, learnt, glue, id, ref);
   std::copy(literals, literals + size, c.literals());
-  watchFirst(c.literals(), size, 2);
-  for (int i = 0; i < 2; i++)
-    clauses[c.literals()[i].index()].push(ClauseWatch(ref, size == 2, c.literals()[1 - i]));
+  return watch(ref);
+}
+
+template <class R>
+Ref Propagation::storeClause(const R& row, bool learnt, unsigned glue, ProofId id) {
+  Ref ref = no_ref;
+  auto& c = create<Clause>(Kind::clause, row.terms.size(), learnt, glue, id, ref);
+  for (std::size_t i = 0; i < row.terms.size(); i++) c.literals()[i] = row.terms[i].literal;
   return ref;
 }
 
 template <class R>
-Ref Propagation::addCardinality(const R& row, bool learnt, unsigned glue, ProofId id) {
-  const std::size_t size = row.terms.size();
+Ref Propagation::storeCardinality(const R& row, bool learnt, unsigned glue, ProofId id) {
   Ref ref = no_ref;
-  auto& c = create<Cardinality>(Kind::cardinality, size, learnt, glue, id, ref);
+  auto& c = create<Cardinality>(Kind::cardinality, row.terms.size(), learnt, glue, id, ref);
   c.degree = static_cast<std::uint32_t>(row.degree);
   c.cursor = c.degree + 1;
-  Lit* const literals = c.literals();
-  for (std::size_t i = 0; i < size; i++) literals[i] = row.terms[i].literal;
-  watchFirst(literals, size, c.degree + std::size_t{1});
-  for (std::uint32_t i = 0; i <= c.degree; i++)
-    rows[literals[i].index()].push(RowWatch(ref, true, i));
+  for (std::size_t i = 0; i < row.terms.size(); i++) c.literals()[i] = row.terms[i].literal;
   return ref;
 }
 
 template <class G, class R>
-Ref Propagation::addGeneral(Kind kind, const R& row, bool learnt, unsigned glue, ProofId id) {
+Ref Propagation::storeGeneral(Kind kind, const R& row, bool learnt, unsigned glue, ProofId id) {
   using C = typename G::Coefficient;
-  using S = typename G::Sum;
   Ref ref = no_ref;
   auto& g = create<G>(kind, row.terms.size(), learnt, glue, id, ref);
-  g.degree = static_cast<S>(row.degree);
+  g.degree = static_cast<typename G::Sum>(row.degree);
   g.slack = -g.degree;
   auto* const terms = g.terms();
   for (std::uint32_t i = 0; i < g.size; i++)
     terms[i] = {static_cast<C>(row.terms[i].coefficient), row.terms[i].literal};
-  if constexpr (std::is_same_v<G, General32>)
-    if (learnt && watchSome(g, ref)) return ref;
-  for (std::uint32_t i = 0; i < g.size; i++) {
-    const Lit l = terms[i].literal;
-    if (!trail.isFalse(l) || trail.position(l.var()) >= row_head) g.slack += terms[i].coefficient;
-    rows[l.index()].push(
-        RowWatch(ref, false,
-                 kind == Kind::general32 ? static_cast<std::uint32_t>(terms[i].coefficient) : i));
-  }
   return ref;
+}
+
+/// The watches that constraint `c` at `ref` has as a whole (not `General::partial`), as far as they
+/// follow from what is stored: calls `clause(l, watch)` and `row(l, watch)`.
+template <class OnClause, class OnRow>
+void forEachWatch(Header& c, Ref ref, OnClause&& clause, OnRow&& row) {
+  switch (c.kind) {
+  case Kind::clause: {
+    const Lit* const l = static_cast<Clause&>(c).literals();
+    for (int i = 0; i < 2; i++) clause(l[i], ClauseWatch(ref, c.size == 2, l[1 - i]));
+    return;
+  }
+  case Kind::cardinality: {
+    auto& cardinality = static_cast<Cardinality&>(c);
+    for (std::uint32_t i = 0; i <= cardinality.degree; i++)
+      row(cardinality.literals()[i], RowWatch(ref, true, i));
+    return;
+  }
+  case Kind::general32: {
+    const auto& g = static_cast<General32&>(c);
+    for (std::uint32_t i = 0; i < g.size; i++)
+      row(g.terms()[i].literal,
+          RowWatch(ref, false, static_cast<std::uint32_t>(g.terms()[i].coefficient)));
+    return;
+  }
+  default:
+    withGeneral(c, [&](auto& g) {
+      for (std::uint32_t i = 0; i < g.size; i++) row(g.terms()[i].literal, RowWatch(ref, false, i));
+    });
+  }
+}
+
+/// Attaches a constraint that has been stored, which is returned.
+Ref Propagation::watch(Ref ref) {
+  Header& header = at(ref);
+  if (header.kind == Kind::clause) {
+    watchFirst(static_cast<Clause&>(header).literals(), header.size, 2);
+  } else if (header.kind == Kind::cardinality) {
+    auto& c = static_cast<Cardinality&>(header);
+    watchFirst(c.literals(), c.size, c.degree + std::size_t{1});
+  } else {
+    if (header.kind == Kind::general32 && header.learnt != 0 &&
+        watchSome(static_cast<General32&>(header), ref))
+      return ref;
+    withGeneral(header, [&](auto& g) {
+      for (std::uint32_t i = 0; i < g.size; i++) {
+        const Lit l = g.terms()[i].literal;
+        if (!trail.isFalse(l) || trail.position(l.var()) >= row_head)
+          g.slack += g.terms()[i].coefficient;
+      }
+    });
+  }
+  forEachWatch(
+      header, ref, [&](Lit l, ClauseWatch w) { clauses[l.index()].push(w); },
+      [&](Lit l, RowWatch w) { rows[l.index()].push(w); });
+  return ref;
+}
+
+void Propagation::attach() {
+  std::vector<std::uint32_t> in_clauses(clauses.size()); // per literal: further watches
+  std::vector<std::uint32_t> in_rows(rows.size());
+  const std::size_t first = problem.size() - std::exchange(detached, 0);
+  for (std::size_t i = first; i < problem.size(); i++)
+    forEachWatch(
+        at(problem[i]), problem[i], [&](Lit l, ClauseWatch) { in_clauses[l.index()]++; },
+        [&](Lit l, RowWatch) { in_rows[l.index()]++; });
+  for (std::size_t l = 0; l < clauses.size(); l++) {
+    clauses[l].makeRoom(in_clauses[l]);
+    rows[l].makeRoom(in_rows[l]);
+  }
+  for (std::size_t i = first; i < problem.size(); i++) watch(problem[i]);
 }
 
 /// Watches as few literals as suffice. False, with nothing done, if that is most of them: then
@@ -136,33 +197,28 @@ bool Propagation::watchSome(General32& g, Ref ref) {
   return true;
 }
 
-template <class C, class D>
-Ref Propagation::add(const RowOf<C, D>& row, bool learnt, unsigned glue, ProofId id) {
+template <class R> Ref Propagation::store(const R& row, bool learnt, unsigned glue, ProofId id) {
   assert(row.terms.size() >= 2 && row.degree >= 1);
-  const C largest = row.terms.front().coefficient;
-  if (largest == 1 && row.degree == 1) {
-    std::vector<Lit> literals;
-    literals.reserve(row.terms.size());
-    for (const auto& t : row.terms) literals.push_back(t.literal);
-    return addClause(literals.data(), literals.size(), learnt, glue, id);
-  }
-  if (largest == 1 && row.degree < static_cast<D>(row.terms.size()))
-    return addCardinality(row, learnt, glue, id);
+  const auto largest = row.terms.front().coefficient;
+  if (largest == 1 && row.degree == 1) return storeClause(row, learnt, glue, id);
+  if (largest == 1 && row.degree < static_cast<decltype(row.degree)>(row.terms.size()))
+    return storeCardinality(row, learnt, glue, id);
   const int bits = bitLength(largest);
-  if (bits <= 31) return addGeneral<General32>(Kind::general32, row, learnt, glue, id);
-  if (bits <= 63) return addGeneral<General64>(Kind::general64, row, learnt, glue, id);
-  return addGeneral<General128>(Kind::general128, row, learnt, glue, id);
+  if (bits <= 31) return storeGeneral<General32>(Kind::general32, row, learnt, glue, id);
+  if (bits <= 63) return storeGeneral<General64>(Kind::general64, row, learnt, glue, id);
+  return storeGeneral<General128>(Kind::general128, row, learnt, glue, id);
 }
-template Ref Propagation::add(const Row& row, bool learnt, unsigned glue, ProofId id);
-template Ref Propagation::add(const LearntRow& row, bool learnt, unsigned glue, ProofId id);
+template Ref Propagation::store(const Row& row, bool learnt, unsigned glue, ProofId id);
+template Ref Propagation::store(const SmallRow& row, bool learnt, unsigned glue, ProofId id);
+template Ref Propagation::store(const LearntRow& row, bool learnt, unsigned glue, ProofId id);
 
 Ref Propagation::addObjective(const Row& row, ProofId id) {
   Int128 sum = 0;
   for (const WideTerm& t : row.terms) sum += t.coefficient;
   const int bits = bitLength(sum); // the degree never exceeds the sum by more than one term
-  if (bits <= 30) return addGeneral<General32>(Kind::general32, row, false, 0, id);
-  if (bits <= 62) return addGeneral<General64>(Kind::general64, row, false, 0, id);
-  return addGeneral<General128>(Kind::general128, row, false, 0, id);
+  if (bits <= 30) return watch(storeGeneral<General32>(Kind::general32, row, false, 0, id));
+  if (bits <= 62) return watch(storeGeneral<General64>(Kind::general64, row, false, 0, id));
+  return watch(storeGeneral<General128>(Kind::general128, row, false, 0, id));
 }
 
 void Propagation::raiseDegree(Ref ref, Int128 amount, ProofId id) {

@@ -23,7 +23,9 @@ template <class T> class CompactList {
 
   void grow() {
     if (capacity >= (std::uint32_t{1} << 31)) throw std::bad_alloc();
-    const std::uint32_t wanted = capacity == 0 ? 4 : capacity * 2;
+    resize(capacity == 0 ? 4 : capacity * 2);
+  }
+  void resize(std::uint32_t wanted) {
     void* const bigger = std::realloc(static_cast<void*>(data), wanted * sizeof(T));
     if (bigger == nullptr) throw std::bad_alloc();
     data = static_cast<T*>(bigger);
@@ -48,6 +50,11 @@ template <class T> class CompactList {
   void push(const T& element) {
     if (count == capacity) grow();
     data[count++] = element;
+  }
+  /// Makes room for `more` elements beside those that are there, and for no others.
+  void makeRoom(std::uint32_t more) {
+    if (more > ~std::uint32_t{0} - count) throw std::bad_alloc();
+    if (more > capacity - count) resize(count + more);
   }
   std::uint32_t size() const { return count; }
   std::size_t bytes() const { return capacity * sizeof(T); }

@@ -68,8 +68,10 @@ bool Search::enqueueFacts(const std::vector<Lit>& facts) {
   return true;
 }
 
-bool Search::addRow(Row row, bool is_learnt, ProofId id, unsigned glue) {
-  if (!ok) return false;
+/// Brings a row into normal form; facts in it are made true, and its number in the proof becomes
+/// that of the normal form. `trivial` if nothing is left of it.
+template <class N> RowState Search::prepare(RowOf<N, N>& row, ProofId& id) {
+  if (!ok) return RowState::contradiction;
   propagation.backjump(0);
   if (proof_written != nullptr) {
     proof_written->settle(trail);
@@ -78,17 +80,29 @@ bool Search::addRow(Row row, bool is_learnt, ProofId id, unsigned glue) {
     derivation->add();
   }
   const RowState state = normalise(row, trail, units, derivation.get());
-  if (state == RowState::contradiction) return noSolution();
-  if (!enqueueFacts(units)) return false;
+  if (state == RowState::contradiction) noSolution();
+  if (state == RowState::contradiction || !enqueueFacts(units)) return RowState::contradiction;
   if (proof_written != nullptr && (state == RowState::trivial || !derivation->isCopy())) {
     const ProofId before = id;
     if (state == RowState::row) id = derivation->finish();
     proof_written->remove(before);
   }
-  if (state == RowState::row)
-    propagation.add(row, is_learnt, glue, id); // implies nothing now, or it would have become units
-  return true;
+  return state; // a row implies nothing now, or it would have become units
 }
+
+bool Search::addRow(Row row, bool is_learnt, ProofId id, unsigned glue) {
+  const RowState state = prepare(row, id);
+  if (state == RowState::row) propagation.add(row, is_learnt, glue, id);
+  return ok;
+}
+
+template <class N> bool Search::addDetached(RowOf<N, N>& row, ProofId id) {
+  const RowState state = prepare(row, id);
+  if (state == RowState::row) propagation.addDetached(row, id);
+  return ok;
+}
+template bool Search::addDetached(Row& row, ProofId id);
+template bool Search::addDetached(SmallRow& row, ProofId id);
 
 bool Search::addFact(Lit l) {
   if (!ok) return false;

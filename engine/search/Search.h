@@ -59,6 +59,11 @@ class Search final : private UnassignListener {
   /// there is no solution any more. Constraint `id` of the proof is this row, and goes from the
   /// proof when the row does. `glue` counts for learnt rows only.
   bool addRow(Row row, bool learnt, ProofId id, unsigned glue = 2);
+  /// The same for rows as a problem comes with them; before anything else, `attachRows` is called.
+  /// What is in `row` afterwards is of no use.
+  template <class N> bool addDetached(RowOf<N, N>& row, ProofId id);
+  /// Makes the rows take part that `addDetached` has added.
+  void attachRows() { propagation.attach(); }
   /// Adds a row as it is (positive coefficients in falling order, no variable twice), of which
   /// there is one at a time. Goes back to level 0.
   void addTarget(const Row& row, ProofId id);
@@ -170,6 +175,7 @@ class Search final : private UnassignListener {
   void onUnassign(Lit was_true) override {
     decider.onUnassign(was_true);
   }
+  template <class N> RowState prepare(RowOf<N, N>& row, ProofId& id);
   bool enqueueFacts(const std::vector<Lit>& facts);
   bool noSolution();
   bool resolve(Ref conflict);

@@ -14,6 +14,7 @@ namespace trial {
 using estoc::Lit;
 using estoc::Options;
 using estoc::Verdict;
+using estoc::SmallTerm;
 using estoc::WideTerm;
 using plain::Assignment;
 
@@ -137,7 +138,15 @@ void Trial::hand(const plain::Form& form, plain::Int bound, bool at_most) {
   }
   for (const WideTerm& t : terms) rows_text += termText(t);
   rows_text += ">= " + text(rest) + ";\n";
-  refused |= !solver.addRow(std::move(terms), rest);
+  Int128 weight = rest < 0 ? -rest : rest;
+  std::vector<SmallTerm> small;
+  for (const WideTerm& t : terms) {
+    weight += t.coefficient < 0 ? -t.coefficient : t.coefficient;
+    small.push_back({static_cast<std::int64_t>(t.coefficient), t.literal});
+  }
+  const bool is_small = weight < Int128{1} << 62 && draws.oneIn(2);
+  refused |= is_small ? !solver.addSmallRow(small, static_cast<std::int64_t>(rest))
+                      : !solver.addRow(std::move(terms), rest);
 }
 
 void Trial::add(const plain::Row& row) {

@@ -9,6 +9,7 @@
 
 #include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace estoc {
@@ -103,6 +104,8 @@ class Solver {
   /// In a proof it is the problem's row number `proof_row`, or for 0 the one behind the row before.
   /// False when it has been noticed that there is no solution.
   bool addRow(std::vector<WideTerm> terms, Int128 bound, ProofId proof_row = 0);
+  /// The same, in less time, for a row whose magnitudes add up to less than 2^62.
+  bool addSmallRow(std::span<const SmallTerm> terms, std::int64_t bound, ProofId proof_row = 0);
   /// Sets what is to be minimised: `constant` plus the sum of `terms`. Once, before `solve`.
   void minimise(std::vector<WideTerm> terms, Int128 constant);
 

@@ -46,6 +46,8 @@ template <class C> struct Term {
 
 /// A term as problems state them.
 using WideTerm = Term<Int128>;
+/// A term as most problems could state it.
+using SmallTerm = Term<std::int64_t>;
 
 } // namespace estoc
 
