@@ -9,8 +9,8 @@ _quillon() {
       options="--time-limit --cpu-limit --memory-limit --seed --verbosity --no-values --format"
       options+=" --stats --report --proof --proof-version --write-opb --help --version --no-stable-mode"
       options+=" --no-focused-mode --no-rephase --no-solution-phases --no-weaken-fully"
-      options+=" --no-weaken-learnt --no-minimise --no-core-guided --no-presolve --no-local-search"
-      options+=" --no-lp --no-targets --no-cuts --no-neighbourhoods"
+      options+=" --no-weaken-learnt --no-minimise --no-core-guided --no-presolve --no-row-comparison"
+      options+=" --no-local-search --no-lp --no-targets --no-cuts --no-neighbourhoods"
       options+=" --no-probing --no-vivification --no-subsumption --no-at-most-ones"
       options+=" --smallest-width"
       ;;

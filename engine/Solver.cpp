@@ -211,8 +211,12 @@ Statistics Solver::statistics() const {
   s.local_flips = inside->local_flips;
   if (inside->coordinator != nullptr) {
     s.presolved = inside->coordinator->presolved();
+    s.dropped = inside->coordinator->dropped();
     s.local_slices = inside->coordinator->localSearch().slices();
     s.local_flips = inside->coordinator->localSearch().flips();
+  } else if (inside->feasibility != nullptr) {
+    s.presolved = inside->feasibility->presolved();
+    s.dropped = inside->feasibility->dropped();
   }
   s.work = inside->search.work();
   const Relaxer* const relaxer = inside->coordinator != nullptr ? inside->coordinator->relaxation()

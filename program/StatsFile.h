@@ -56,6 +56,7 @@ template <class Visitor> void forEachCounter(const estoc::Statistics& s, Visitor
   visit("at-most-ones", s.at_most_ones);
   visit("cores", s.cores);
   visit("presolved", s.presolved);
+  visit("rows dropped", s.dropped);
   visit("slices of local search", s.local_slices);
   visit("flips", s.local_flips);
   visit("LP calls", s.lp_calls);

@@ -24,6 +24,12 @@ class Inprocessing {
   /// At level 0, at a fixpoint; afterwards, too. `conflicts` and `work` are the search's so far,
   /// inprocessing not among them. False when there is no solution.
   bool run(std::uint64_t conflicts, std::uint64_t work);
+  /// At level 0, at a fixpoint; afterwards, too: tries all literals, for `work` at most. False when
+  /// there is no solution.
+  bool probe(std::uint64_t work) {
+    bench.startBudget(work);
+    return probing.run(true);
+  }
   /// Whether enough has happened since the last time.
   bool isDue(std::uint64_t conflicts) const { return conflicts >= next_run; }
   /// Whether constraints have been removed, whose memory is to be given back.

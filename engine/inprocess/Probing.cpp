@@ -39,14 +39,15 @@ bool Probing::probe(Lit l) {
   return bench.fix(~narrow) && bench.fix(~l);
 }
 
-bool Probing::run() {
+bool Probing::run(bool all) {
   const std::uint32_t literals = 2 * static_cast<std::uint32_t>(trail.variables());
   tried.resize(literals);
   for (std::uint32_t looked = 0; looked < literals && !bench.isOver(); looked++) {
     if (next >= literals) next = 0;
     const Lit l = Lit::fromIndex(next++);
     bench.charge(1);
-    if (trail.isAssigned(l.var()) || tried[l.index()] == trail.size() + 1 || !isRoot(l)) continue;
+    if (trail.isAssigned(l.var()) || tried[l.index()] == trail.size() + 1) continue;
+    if (!all && !isRoot(l)) continue;
     if (!probe(l)) return false;
     if (!trail.isAssigned(l.var())) tried[l.index()] = trail.size() + 1;
   }

@@ -2,6 +2,9 @@
 /// Search and branching by the relaxation take turns.
 #include "Feasibility.h"
 
+#include "presolve/Presolve.h"
+
+#include <algorithm>
 #include <limits>
 
 namespace estoc {
@@ -11,8 +14,22 @@ constexpr std::uint64_t slice = 2000;           ///< conflicts of the search
 constexpr std::uint64_t branch_work = 50000000; ///< work of branching
 } // namespace
 
+/// Unless all rows are clauses, which inprocessing knows best.
+void Feasibility::presolve(Var variables) {
+  const Propagation& constraints = search.constraints();
+  const auto isClause = [&](Ref ref) { return constraints.at(ref).kind == Kind::clause; };
+  const std::vector<Ref>& rows = constraints.problemConstraints();
+  if (!options.presolve || std::all_of(rows.begin(), rows.end(), isClause)) return;
+  Presolve presolve(options, search, nullptr, variables);
+  presolve.run(); // what it shows the search remembers
+  presolved_count = presolve.fixed();
+  dropped_count = presolve.dropped();
+}
+
 Feasibility::Feasibility(const Options& o, Search& s, Var variables) : options(o), search(s) {
-  if (!options.lp || variables == 0) return;
+  if (variables == 0) return;
+  presolve(variables);
+  if (!options.lp || search.isRefuted()) return;
   relaxer = Relaxer::make(search, no_ref, variables, nullptr);
   if (relaxer != nullptr && !relaxer->program().isUseful()) relaxer.reset();
   if (relaxer == nullptr) return;

@@ -2,7 +2,7 @@
 /// The alternation of the strategies.
 #include "Coordinator.h"
 
-#include "presolve/Columns.h"
+#include "presolve/Presolve.h"
 
 #include <algorithm>
 #include <limits>
@@ -131,9 +131,10 @@ bool Coordinator::presolve() {
   if (!options.presolve || is_presolved) return true;
   is_presolved = true;
   if (search.isRefuted()) return false;
-  Columns columns(search, objective.terms, problem_variables);
-  const bool fine = columns.run();
-  presolved_count = columns.fixed();
+  Presolve presolve(options, search, &objective.terms, problem_variables);
+  const bool fine = presolve.run();
+  presolved_count = presolve.fixed();
+  dropped_count = presolve.dropped();
   return fine;
 }
 

@@ -37,6 +37,8 @@ class Coordinator {
   std::uint64_t cores() const { return core_count; }
   /// Literals that have been fixed before the search.
   std::uint64_t presolved() const { return presolved_count; }
+  /// Rows that have been dropped before the search.
+  std::uint64_t dropped() const { return dropped_count; }
   const Improver& localSearch() const { return improver; }
   /// Writes the end of the proof, which there is: the bounds so far.
   void concludeProof();
@@ -65,6 +67,7 @@ class Coordinator {
   ProofId upper_id = 0; ///< in the proof: the row that demands a lower cost than `upper`
   std::uint64_t core_count = 0;
   std::uint64_t presolved_count = 0;
+  std::uint64_t dropped_count = 0;
   bool is_presolved = false;
   std::uint64_t work_of[5] = {0, 0, 0, 0, 0}; ///< by strategy
   std::unique_ptr<Relaxer> relaxer;

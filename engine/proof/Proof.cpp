@@ -184,6 +184,27 @@ void Proof::writeDeletion(ProofId id) {
   end();
 }
 
+/// The problem's row that constraint `id` is or stands for, 0 for none.
+ProofId Proof::originOf(ProofId id) const {
+  if (id <= problem_rows) return id;
+  const auto place = std::lower_bound(origins.begin(), origins.end(), id,
+                                      [](const std::pair<ProofId, ProofId>& entry, ProofId wanted) {
+                                        return entry.first < wanted;
+                                      });
+  return place != origins.end() && place->first == id ? place->second : 0;
+}
+
+void Proof::removeWithOrigin(ProofId id, ProofId by) {
+  const ProofId origin = originOf(id);
+  if (origin != 0 && by > problem_rows) { // what a row of the problem can be derived of again
+    text.add("core id");
+    text.addNumber(by);
+    end();
+  }
+  if (origin != 0) writeDeletion(origin);
+  if (origin != id) remove(id);
+}
+
 void Proof::comment(const std::string& what) {
   text.add(semicolons ? "% " : "* ");
   text.add(what);

@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace estoc {
@@ -28,8 +29,8 @@ struct Substitution {
 /// asks once a derivation whether its pointer is null.
 ///
 /// A constraint stored in the arena has in its header the number that it has here. Each literal
-/// that is fixed at level 0 has a unit row; `settle` sees to it. Rows of the problem are never
-/// deleted in the proof.
+/// that is fixed at level 0 has a unit row; `settle` sees to it. Rows of the problem stay
+/// in the proof, but for those that presolve drops.
 ///
 /// Sources: Gocht and Nordström, Certifying parity reasoning efficiently using pseudo-Boolean
 /// proofs (2021); Bogaerts, Gocht, McCreesh and Nordström, Certified dominance and symmetry
@@ -80,6 +81,16 @@ class Proof {
   }
   /// The same for several, none of them of the problem, none with a lean form; empties the list.
   void remove(std::vector<ProofId>& ids);
+  /// Constraint `id` has been derived of constraint `from`, and takes its place. Remembered if that
+  /// comes from a row of the problem.
+  void noteOrigin(ProofId id, ProofId from) {
+    if (const ProofId origin = originOf(from); origin != 0) origins.emplace_back(id, origin);
+  }
+  /// Nobody will ask for origins any more.
+  void forgetOrigins() { std::vector<std::pair<ProofId, ProofId>>().swap(origins); }
+  /// The constraint `id` and the problem's row that it comes from are no longer used, nor ever
+  /// needed for a witness: `by` implies them.
+  void removeWithOrigin(ProofId id, ProofId by);
   /// Anything for readers; one line.
   void comment(const std::string& text);
 
@@ -152,6 +163,8 @@ class Proof {
   std::vector<ProofId> units; ///< per variable: of the row that fixes it, 0 for none
   int settled = 0;            ///< how far into the trail `settle` has come
   std::unordered_map<ProofId, Lean> lean;
+  /// Constraints that stand for rows of the problem, and these; in rising order.
+  std::vector<std::pair<ProofId, ProofId>> origins;
   ProofId contradiction_id = 0;
   bool concluded = false;
 
@@ -180,6 +193,7 @@ class Proof {
   void end();
   void settleFrom(const Trail& trail);
   void writeDeletion(ProofId id);
+  ProofId originOf(ProofId id) const;
   void dropLean(ProofId id);
   void conclude(const char* what);
   void endConclusion();

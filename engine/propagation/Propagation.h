@@ -108,6 +108,10 @@ class Propagation {
       proof->settle(trail);
       proof->remove(at(ref).id);
     }
+    discard(ref);
+  }
+  /// The same without a word in the proof.
+  void discard(Ref ref) {
     at(ref).removed = 1;
     removed_bytes += bytesOf(at(ref));
   }

@@ -84,7 +84,10 @@ template <class N> RowState Search::prepare(RowOf<N, N>& row, ProofId& id) {
   if (state == RowState::contradiction || !enqueueFacts(units)) return RowState::contradiction;
   if (proof_written != nullptr && (state == RowState::trivial || !derivation->isCopy())) {
     const ProofId before = id;
-    if (state == RowState::row) id = derivation->finish();
+    if (state == RowState::row) {
+      id = derivation->finish();
+      proof_written->noteOrigin(id, before);
+    }
     proof_written->remove(before);
   }
   return state; // a row implies nothing now, or it would have become units
@@ -104,6 +107,25 @@ template <class N> bool Search::addDetached(RowOf<N, N>& row, ProofId id) {
 template bool Search::addDetached(Row& row, ProofId id);
 template bool Search::addDetached(SmallRow& row, ProofId id);
 
+bool Search::renewRow(Ref ref) {
+  Header& c = propagation.at(ref);
+  Row row;
+  row.terms.reserve(c.size);
+  forEachTerm(c, [&](Int128 a, Lit l) { row.terms.push_back({a, l}); });
+  row.degree = degreeOf(c);
+  const ProofId id = c.id;
+  propagation.discard(ref);
+  return addRow(std::move(row), false, id);
+}
+
+void Search::dropRow(Ref ref, Ref by) {
+  if (proof_written != nullptr) {
+    proof_written->settle(trail);
+    proof_written->removeWithOrigin(propagation.at(ref).id, propagation.at(by).id);
+  }
+  propagation.discard(ref);
+}
+
 bool Search::addFact(Lit l) {
   if (!ok) return false;
   propagation.backjump(0);
@@ -115,6 +137,15 @@ void Search::addRedundantFact(Lit l, const std::vector<Substitution>& witness) {
   if (proof_written != nullptr)
     proof_written->setUnit(l, proof_written->redundant(Row{{{1, l}}, 1}, witness));
   enqueueFacts({l});
+}
+
+bool Search::probe(std::uint64_t budget) {
+  const std::uint64_t before = work();
+  const std::vector<signed char> phases = decider.phases();
+  const bool fine = inprocessing.probe(budget);
+  decider.setPhases(phases);
+  inprocessing_work += work() - before;
+  return fine || noSolution();
 }
 
 bool Search::propagateFacts() {

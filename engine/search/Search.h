@@ -76,6 +76,18 @@ class Search final : private UnassignListener {
   /// one, and costs no more, with the substitutions of `witness`. To be called before anything has
   /// been learnt. Goes back to level 0.
   void addRedundantFact(Lit l, const std::vector<Substitution>& witness);
+  /// Puts a row of which literals are fixed into normal form again. At level 0, at a fixpoint, with
+  /// nothing learnt; `collect` is to be called before propagating. False when there is no solution
+  /// any more.
+  bool renewRow(Ref ref);
+  /// Removes a row that row `by` implies, in the proof also the problem's row that it comes from.
+  /// The same holds.
+  void dropRow(Ref ref, Ref by);
+  /// Gives the memory of removed rows back.
+  void collect() { propagation.collect({&objective, &target}); }
+  /// Tries what single literals imply, for `budget` of work at most. At level 0, at a fixpoint, and
+  /// so afterwards. False when there is no solution.
+  bool probe(std::uint64_t budget);
   /// Propagates at level 0. False when there is no solution.
   bool propagateFacts();
   /// Adds a row whose degree can be raised later, as it is (positive coefficients in falling order,

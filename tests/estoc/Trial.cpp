@@ -72,7 +72,9 @@ Options someOptions(Draws& draws) {
   for (const Technique& t : techniques) o.*t.member = !draws.oneIn(4);
   if (!o.stable_mode && !o.focused_mode) o.stable_mode = true;
   o.weaken_learnt = draws.oneIn(3); // it leaves few cardinalities
-  o.local_search = draws.oneIn(3);  // it solves most of what is small, and leaves nothing to do
+  // These solve most of what is small, and leave nothing to do.
+  o.presolve = draws.oneIn(2);
+  o.local_search = draws.oneIn(3);
   if (draws.oneIn(2)) o.smallest_width = draws.small(0, 3);
   static constexpr std::uint64_t paces[] = {1, 30, 200, 500, 5000};
   o.pace = paces[draws.small(0, 4)];

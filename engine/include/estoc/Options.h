@@ -33,7 +33,8 @@ struct Options {
   bool subsumption = true;     ///< remove clauses and literals by comparing clauses
   bool at_most_ones = true;    ///< make cardinalities of clauses of two literals
   bool core_guided = true;     ///< raise the lower bound by cores in part of the search
-  bool presolve = true;        ///< fix what an optimal solution can do without, at first
+  bool presolve = true;        ///< make the problem simpler at first
+  bool row_comparison = true;  ///< in presolve, drop rows that others imply
   bool local_search = true;    ///< look for better solutions by local search now and then
   bool lp = true;              ///< solve the linear relaxation
   bool cuts = true;            ///< cut the optimum of the relaxation off before branching

@@ -46,6 +46,7 @@ struct Statistics {
   std::uint64_t at_most_ones = 0;    ///< cardinalities made of clauses
   std::uint64_t cores = 0;
   std::uint64_t presolved = 0;    ///< literals fixed by presolve
+  std::uint64_t dropped = 0;      ///< rows that presolve dropped, since another one implies them
   std::uint64_t local_slices = 0; ///< slices of local search
   std::uint64_t local_flips = 0;  ///< and its flips
   std::uint64_t lp_calls = 0;     ///< linear programs solved

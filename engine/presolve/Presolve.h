@@ -1,0 +1,45 @@
+/// \file
+/// What is made simpler before the search: in which order, and for how long.
+#ifndef ESTOC_PRESOLVE_PRESOLVE_H
+#define ESTOC_PRESOLVE_PRESOLVE_H
+
+#include "Columns.h"
+#include "Rows.h"
+#include "search/Search.h"
+
+#include <vector>
+
+namespace estoc {
+
+/// Rows first, since columns are compared by the rows they are in; then columns, which only a
+/// problem with an objective has; then what single literals lead to. Again while that fixes or
+/// drops something.
+class Presolve {
+ public:
+  /// `cost_terms` are those of the objective, null without one; see `Columns`.
+  Presolve(const Options& o, Search& s, const std::vector<WideTerm>* cost_terms, Var variables);
+
+  /// Once, before anything is learnt. Goes to level 0. False when there is no solution.
+  bool run();
+
+  /// Literals fixed, and rows dropped since another one implies them.
+  std::uint64_t fixed() const;
+  std::uint64_t dropped() const { return rows.counters().dropped; }
+
+ private:
+  const Options& options;
+  Search& search;
+  Rows rows;
+  Columns columns;
+  const bool has_cost;
+  std::uint64_t failed = 0; ///< literals
+  std::uint64_t probing_budget;
+  static const std::vector<WideTerm> no_cost;
+
+  bool round();
+  bool probe();
+};
+
+} // namespace estoc
+
+#endif
