@@ -222,6 +222,64 @@ class Race(unittest.TestCase):
                 self.assertRegex(done.stderr, r"race: .*\w")
 
 
+class Cactus(unittest.TestCase):
+    """bench/cactus: estoc over a list of problems, beside figures of others."""
+
+    def setUp(self):
+        directory = tempfile.TemporaryDirectory()
+        self.addCleanup(directory.cleanup)
+        self.directory = Path(directory.name)
+        (self.directory / "small.opb").write_text(OPB)
+        (self.directory / "none.opb.xz").write_bytes(lzma.compress(b"+1 x1 >= 2 ;\n"))
+        (self.directory / "some.opb.gz").write_bytes(gzip.compress(b"+1 x1 >= 1 ;\n"))
+        (self.directory / "list").write_text("small.opb\n# not this one\nnone.opb.xz\nsome.opb.gz\n")
+
+    def cactus(self, *options, others=""):
+        figures = self.directory / "others.csv"
+        figures.write_text("solver,problem,status,seconds,objective\n" + others)
+        return subprocess.run([sys.executable, ROOT / "bench/cactus", "-o", self.directory, *options],
+                              capture_output=True, text=True, check=False)
+
+    def test_runs_estoc_and_sets_it_beside_others(self):
+        run = ["--list", self.directory / "list", "--estoc", program_dir / "estoc"]
+        others = ("other,small,OPT,3.0,-2\nother,some,SAT,30.0,\nother,none,UNK,10,\n"
+                  "third,none,UNSAT,1.0,\nother,unlisted,OPT,1,7\n")
+        done = self.cactus(*run, others=others)
+        self.assertEqual(done.returncode, 0, done.stderr)
+        with open(self.directory / "estoc.csv", newline="", encoding="utf-8") as text:
+            rows = [(r["problem"], r["status"], r["objective"], r["bound"]) for r in csv.DictReader(text)]
+        self.assertEqual(rows, [("small", "OPT", "-2", "-2"), ("none", "UNSAT", "", ""),
+                                ("some", "SAT", "", "")])
+        table = (self.directory / "race.md").read_text()
+        self.assertRegex(table, r"\| estoc \| 3 \| 1 \| 1 \| 1 \| 0\.\d\d \|")
+        self.assertIn("| other | 1 | 1 | 0 | 0 | 14.33 |", table)  # 3 s, and 20 s twice
+        self.assertIn("| all but estoc together | 2 | 1 | 0 | 1 | 8.00 |", table)
+        self.assertRegex(table, r"\| some \| SAT \|  \|  \| \S+ \| 0 of 2 \|  \|")
+        self.assertNotIn("unlisted", table)
+        if plots:
+            drawn = xml.etree.ElementTree.parse(self.directory / "cactus.svg")
+            self.assertTrue(drawn.getroot().tag.endswith("svg"))
+        again = self.cactus(others=others)  # from the file, without a run
+        self.assertEqual(again.returncode, 0, again.stderr)
+        self.assertEqual((self.directory / "race.md").read_text(), table)
+
+    def test_contradictions_and_failures_are_told(self):
+        run = ["--list", self.directory / "list", "--estoc", program_dir / "estoc"]
+        for others in ("other,small,OPT,1,-1\n", "other,small,FEAS,1,-3\n", "other,none,SAT,1,\n",
+                       "other,some,UNSAT,1,\n"):
+            with self.subTest(others=others):
+                done = self.cactus(*run, others=others)
+                self.assertEqual(done.returncode, 1, done.stdout)
+                self.assertIn("CONTRADICTION", done.stderr)
+                run = []
+        (self.directory / "small.opb").write_text("no problem")
+        for wrong in (["--list", self.directory / "list", "--estoc", program_dir / "estoc"],
+                      ["--list", self.directory / "missing"], [self.directory / "missing.csv"],
+                      ["--list", self.directory / "list", "--estoc", "/nonexistent"]):
+            with self.subTest(wrong=wrong):
+                self.assertEqual(self.cactus(*wrong).returncode, 2)
+
+
 if __name__ == "__main__":
     program_dir = Path(sys.argv.pop(1)).resolve()
     unittest.main(verbosity=2)
