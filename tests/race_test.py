@@ -256,6 +256,8 @@ class Cactus(unittest.TestCase):
         self.assertIn("| all but estoc together | 2 | 1 | 0 | 1 | 8.00 |", table)
         self.assertRegex(table, r"\| some \| SAT \|  \|  \| \S+ \| 0 of 2 \|  \|")
         self.assertNotIn("unlisted", table)
+        self.assertIn("has a solution of 1 of the 1 optimisation problems, and on 1 nobody", table)
+        self.assertIn("on 0 of the 0 that", table)
         if plots:
             drawn = xml.etree.ElementTree.parse(self.directory / "cactus.svg")
             self.assertTrue(drawn.getroot().tag.endswith("svg"))
