@@ -28,6 +28,7 @@ inline constexpr Technique techniques[] = {
     {"core-guided", &estoc::Options::core_guided, "raise the lower bound by cores"},
     {"presolve", &estoc::Options::presolve, "make the problem simpler at first"},
     {"row-comparison", &estoc::Options::row_comparison, "drop rows that others imply at first"},
+    {"row-splitting", &estoc::Options::row_splitting, "make clauses of rows at first"},
     {"local-search", &estoc::Options::local_search, "look for better solutions by flips"},
     {"neighbourhoods", &estoc::Options::neighbourhoods, "search around the best solution"},
     {"targets", &estoc::Options::targets, "raise what is branched below step by step"},

@@ -13,8 +13,9 @@ constexpr std::uint64_t most_probing = 20000000;
 const std::vector<WideTerm> Presolve::no_cost;
 
 Presolve::Presolve(const Options& o, Search& s, const std::vector<WideTerm>* cost, Var variables)
-    : options(o), search(s), rows(s), columns(s, cost != nullptr ? *cost : no_cost, variables),
-      has_cost(cost != nullptr), probing_budget(most_probing) {}
+    : options(o), search(s), rows(o, s), cliques(s),
+      columns(s, cost != nullptr ? *cost : no_cost, variables), has_cost(cost != nullptr),
+      probing_budget(most_probing) {}
 
 std::uint64_t Presolve::fixed() const {
   return rows.counters().fixed + columns.fixed() + failed;
@@ -31,7 +32,9 @@ bool Presolve::probe() {
 }
 
 bool Presolve::round() {
-  if (options.row_comparison && !rows.run()) return false;
+  if (!rows.run()) return false;
+  // What they say more is for the relaxation.
+  if (options.at_most_ones && options.lp && !cliques.run()) return false;
   if (has_cost && !columns.run()) return false;
   return !options.probing || probe();
 }

@@ -3,6 +3,7 @@
 #ifndef ESTOC_PRESOLVE_PRESOLVE_H
 #define ESTOC_PRESOLVE_PRESOLVE_H
 
+#include "Cliques.h"
 #include "Columns.h"
 #include "Rows.h"
 #include "search/Search.h"
@@ -11,9 +12,9 @@
 
 namespace estoc {
 
-/// Rows first, since columns are compared by the rows they are in; then columns, which only a
-/// problem with an objective has; then what single literals lead to. Again while that fixes or
-/// drops something.
+/// Rows first, and cliques of them, since columns are compared by the rows they are in; then
+/// columns, for problems with an objective; then what single literals lead to. Again while that
+/// fixes something.
 class Presolve {
  public:
   /// `cost_terms` are those of the objective, null without one; see `Columns`.
@@ -22,14 +23,17 @@ class Presolve {
   /// Once, before anything is learnt. Goes to level 0. False when there is no solution.
   bool run();
 
-  /// Literals fixed, and rows dropped since another one implies them.
+  /// Literals fixed, and rows dropped since others imply them.
   std::uint64_t fixed() const;
-  std::uint64_t dropped() const { return rows.counters().dropped; }
+  std::uint64_t dropped() const {
+    return rows.counters().dropped + rows.counters().split + cliques.dropped();
+  }
 
  private:
   const Options& options;
   Search& search;
   Rows rows;
+  Cliques cliques;
   Columns columns;
   const bool has_cost;
   std::uint64_t failed = 0; ///< literals

@@ -18,6 +18,9 @@ constexpr std::uint64_t most_budget = 60000000;
 /// Beyond this the rows are not copied.
 constexpr std::size_t most_terms = std::size_t{1} << 22;
 constexpr int most_bits = 61; ///< of the sum of a row
+/// Of a row that is split: clauses, and their literals for each literal of the row.
+constexpr std::size_t most_clauses = 12;
+constexpr std::size_t most_growth = 6;
 
 std::uint64_t bitOf(Lit l) {
   return std::uint64_t{1} << (l.index() * 0x9E3779B97F4A7C15U >> 58);
@@ -42,6 +45,64 @@ bool Rows::renew() {
   }
   if (!stale.empty()) search.collect();
   return true;
+}
+
+/// Whether clauses have taken the place of the row.
+bool Rows::split(Ref ref) {
+  Header& c = search.constraints().at(ref);
+  const Trail& trail = search.constraints().assignment();
+  const Int128 degree = degreeOf(c);
+  std::vector<Lit> clause; // of those that are enough alone
+  std::vector<Lit> others;
+  Int128 least = degree; // of their coefficients
+  Int128 slack = -degree;
+  bool is_open = true;
+  forEachTerm(c, [&](Int128 a, Lit l) {
+    is_open &= !trail.isAssigned(l.var());
+    (a == degree ? clause : others).push_back(l);
+    if (a == degree) return;
+    slack += a;
+    least = std::min(least, a);
+  });
+  if (!is_open || clause.empty()) return false;
+  if (slack < 0) { // they are of no use
+    others.clear();
+  } else if (others.empty() || others.size() > most_clauses || least <= slack ||
+             (clause.size() + 1) * others.size() > most_growth * c.size) {
+    return false;
+  }
+  const ProofId id = c.id;
+  std::vector<ProofId> ids;
+  const auto add = [&] {
+    if (search.proof() != nullptr) ids.push_back(search.proof()->rupClause(clause, id));
+    search.constraints().addClause(clause.data(), clause.size(), false, 0,
+                                   ids.empty() ? 0 : ids.back());
+  };
+  if (others.empty()) {
+    add();
+  } else {
+    clause.emplace_back();
+    for (const Lit l : others) {
+      clause.back() = l;
+      add();
+    }
+  }
+  search.dropRow(ref, ids);
+  count.split++;
+  return true;
+}
+
+void Rows::split() {
+  const Propagation& constraints = search.constraints();
+  const std::vector<Ref> before = constraints.problemConstraints();
+  bool any = false;
+  for (const Ref ref : before) {
+    const Kind kind = constraints.at(ref).kind;
+    if (kind == Kind::clause || kind == Kind::cardinality) continue;
+    if (search.isInterrupted()) break;
+    any |= split(ref);
+  }
+  if (any) search.collect();
 }
 
 /// Copies the rows. False when they are too many.
@@ -84,7 +145,7 @@ bool Rows::take() {
 /// The row `line` follows from row `by`.
 void Rows::drop(std::uint32_t line, std::uint32_t by) {
   lines[line].gone = true;
-  search.dropRow(lines[line].ref, lines[by].ref);
+  search.dropRow(lines[line].ref, {search.constraints().at(lines[by].ref).id});
   count.dropped++;
 }
 
@@ -196,7 +257,9 @@ bool Rows::compareAll() {
 }
 
 bool Rows::run() {
-  if (!search.propagateFacts() || !renew()) return false;
+  if (!search.propagateFacts() || !renew() || !search.propagateFacts()) return false;
+  if (options.row_splitting) split();
+  if (!options.row_comparison) return true;
   const std::uint64_t before = count.dropped;
   const bool fine = !take() || compareAll();
   lines.clear();

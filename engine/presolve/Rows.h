@@ -13,12 +13,17 @@ namespace estoc {
 /// What comparing the rows has come to.
 struct RowCounters {
   std::uint64_t renewed = 0; ///< rows in normal form again, since some of their literals are fixed
+  std::uint64_t split = 0;   ///< rows that clauses have taken the place of
   std::uint64_t dropped = 0; ///< rows that another one implies
   std::uint64_t fixed = 0;   ///< literals that a clause and a row that contradicts it imply
 };
 
-/// Keeps the set of solutions. The literals of the smaller row are all in the larger one:
+/// Keeps the set of solutions. Of two rows that are compared, the literals of the smaller one are
+/// all in the larger one.
 ///
+/// - A row of which some literals are each enough, and all others are needed when these are false,
+///   says what a clause for each of the others says, which in a linear relaxation say more. They
+///   take its place if they are few.
 /// - A row implies another one if, after multiplying it or not, what it has more of the literals is
 ///   no more than what it demands more. In the proof the other one is deleted.
 /// - A clause implies that a row with the negations of its literals loses at least the smallest of
@@ -31,7 +36,7 @@ struct RowCounters {
 /// programming (2020).
 class Rows {
  public:
-  explicit Rows(Search& s) : search(s) {}
+  Rows(const Options& o, Search& s) : options(o), search(s) {}
 
   /// Goes once over all rows, within a budget of work. Goes to level 0. Before anything is learnt.
   /// False when there is no solution.
@@ -50,6 +55,7 @@ class Rows {
     std::uint64_t opposite;  ///< of their negations
     bool gone;
   };
+  const Options& options;
   Search& search;
   RowCounters count;
   std::vector<Line> lines;
@@ -61,6 +67,8 @@ class Rows {
   std::uint64_t budget = 0;
 
   bool renew();
+  void split();
+  bool split(Ref ref);
   bool take();
   bool compareAll();
   void compareWithLarger(std::uint32_t small);

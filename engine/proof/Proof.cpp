@@ -194,11 +194,13 @@ ProofId Proof::originOf(ProofId id) const {
   return place != origins.end() && place->first == id ? place->second : 0;
 }
 
-void Proof::removeWithOrigin(ProofId id, ProofId by) {
+void Proof::removeWithOrigin(ProofId id, const std::vector<ProofId>& by) {
   const ProofId origin = originOf(id);
-  if (origin != 0 && by > problem_rows) { // what a row of the problem can be derived of again
-    text.add("core id");
-    text.addNumber(by);
+  const auto isDerived = [&](ProofId other) { return other > problem_rows; };
+  if (origin != 0 && std::any_of(by.begin(), by.end(), isDerived)) {
+    text.add("core id"); // what a row of the problem can be derived of again
+    for (const ProofId other : by)
+      if (isDerived(other)) text.addNumber(other);
     end();
   }
   if (origin != 0) writeDeletion(origin);

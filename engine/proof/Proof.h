@@ -89,8 +89,8 @@ class Proof {
   /// Nobody will ask for origins any more.
   void forgetOrigins() { std::vector<std::pair<ProofId, ProofId>>().swap(origins); }
   /// The constraint `id` and the problem's row that it comes from are no longer used, nor ever
-  /// needed for a witness: `by` implies them.
-  void removeWithOrigin(ProofId id, ProofId by);
+  /// needed for a witness: those of `by` imply them.
+  void removeWithOrigin(ProofId id, const std::vector<ProofId>& by);
   /// Anything for readers; one line.
   void comment(const std::string& text);
 

@@ -118,10 +118,10 @@ bool Search::renewRow(Ref ref) {
   return addRow(std::move(row), false, id);
 }
 
-void Search::dropRow(Ref ref, Ref by) {
+void Search::dropRow(Ref ref, const std::vector<ProofId>& by) {
   if (proof_written != nullptr) {
     proof_written->settle(trail);
-    proof_written->removeWithOrigin(propagation.at(ref).id, propagation.at(by).id);
+    proof_written->removeWithOrigin(propagation.at(ref).id, by);
   }
   propagation.discard(ref);
 }

@@ -80,9 +80,9 @@ class Search final : private UnassignListener {
   /// nothing learnt; `collect` is to be called before propagating. False when there is no solution
   /// any more.
   bool renewRow(Ref ref);
-  /// Removes a row that row `by` implies, in the proof also the problem's row that it comes from.
-  /// The same holds.
-  void dropRow(Ref ref, Ref by);
+  /// Removes a row that the constraints `by` of the proof imply, in the proof also the problem's
+  /// row that it comes from. The same holds.
+  void dropRow(Ref ref, const std::vector<ProofId>& by);
   /// Gives the memory of removed rows back.
   void collect() { propagation.collect({&objective, &target}); }
   /// Tries what single literals imply, for `budget` of work at most. At level 0, at a fixpoint, and

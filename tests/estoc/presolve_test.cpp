@@ -189,6 +189,7 @@ TEST(Presolve, ComparesRows) {
   };
   for (const RowCase& k : cases) {
     estoc::Options options = optionsWith(true);
+    options.row_splitting = false;
     for (const bool comparison : {true, false}) {
       options.row_comparison = comparison;
       estoc::Solver solver(options);
@@ -197,6 +198,46 @@ TEST(Presolve, ComparesRows) {
       EXPECT_EQ(solver.solve(), Verdict::satisfiable) << k.why;
       EXPECT_EQ(solver.statistics().dropped, comparison ? k.dropped : 0) << k.why;
       EXPECT_EQ(solver.statistics().presolved, comparison ? k.fixed : 0) << k.why;
+    }
+  }
+}
+
+/// Without an objective, so that columns do not matter.
+TEST(Presolve, SplitsRowsAndExtendsAtMostOnes) {
+  const std::vector<RowCase> cases = {
+      {"a and b are both needed without c", {{{{2, c}, {1, a}, {1, b}}, 2}}, 1, 0},
+      {"one of a and b is not", {{{{2, c}, {1, a}, {1, b}, {1, d}}, 2}}, 0, 0},
+      {"a and b are not enough without c or d", {{{{4, c}, {4, d}, {2, a}, {1, b}}, 4}}, 1, 0},
+      {"a excludes all of b, c and d",
+       {{{{1, ~b}, {1, ~c}, {1, ~d}}, 2},
+        {{{1, ~a}, {1, ~b}}, 1},
+        {{{1, ~a}, {1, ~c}, {1, ~e}}, 2},
+        {{{1, ~a}, {1, ~d}}, 1}},
+       3,
+       0},
+      {"a excludes b and c, but not d",
+       {{{{1, ~b}, {1, ~c}, {1, ~d}}, 2},
+        {{{1, ~a}, {1, ~b}, {1, ~e}}, 2},
+        {{{1, ~a}, {1, ~c}}, 1}},
+       1,
+       0},
+      {"a excludes b only",
+       {{{{1, ~b}, {1, ~c}, {1, ~d}}, 2}, {{{1, ~a}, {1, ~b}, {1, ~e}}, 2}},
+       0,
+       0},
+  };
+  for (const RowCase& k : cases) {
+    estoc::Options options = optionsWith(true);
+    options.row_comparison = false;
+    options.lp = true; // what they are for
+    for (const bool on : {true, false}) {
+      options.row_splitting = on;
+      options.at_most_ones = on;
+      estoc::Solver solver(options);
+      for (int v = 0; v < variablesOf(k.rows); v++) solver.newVariable();
+      for (const Row& row : k.rows) solver.addRow(row.terms, row.bound);
+      EXPECT_EQ(solver.solve(), Verdict::satisfiable) << k.why;
+      EXPECT_EQ(solver.statistics().dropped, on ? k.dropped : 0) << k.why;
     }
   }
 }

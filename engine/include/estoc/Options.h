@@ -35,6 +35,7 @@ struct Options {
   bool core_guided = true;     ///< raise the lower bound by cores in part of the search
   bool presolve = true;        ///< make the problem simpler at first
   bool row_comparison = true;  ///< in presolve, drop rows that others imply
+  bool row_splitting = true;   ///< in presolve, make clauses of rows that say the same
   bool local_search = true;    ///< look for better solutions by local search now and then
   bool lp = true;              ///< solve the linear relaxation
   bool cuts = true;            ///< cut the optimum of the relaxation off before branching
