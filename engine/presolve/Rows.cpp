@@ -15,7 +15,7 @@ namespace {
 constexpr std::uint64_t least_budget = 1000000;
 constexpr std::uint64_t sizes = 30;
 constexpr std::uint64_t most_budget = 60000000;
-/// Beyond this the rows are not copied.
+/// Beyond this rows stay as they are.
 constexpr std::size_t most_terms = std::size_t{1} << 22;
 constexpr int most_bits = 61; ///< of the sum of a row
 /// Of a row that is split: clauses, and their literals for each literal of the row.
@@ -40,6 +40,7 @@ bool Rows::renew() {
     if (has_fixed && c.removed == 0) stale.push_back(ref);
   }
   for (const Ref ref : stale) {
+    if (search.isInterrupted()) break;
     count.renewed++;
     if (!search.renewRow(ref)) return false;
   }
@@ -105,22 +106,19 @@ void Rows::split() {
   if (any) search.collect();
 }
 
-/// Copies the rows. False when they are too many.
-bool Rows::take() {
+/// Copies the rows, which have `size` terms.
+void Rows::take(std::size_t size) {
   Propagation& constraints = search.constraints();
-  std::size_t size = 0;
-  for (const Ref ref : constraints.problemConstraints()) size += constraints.at(ref).size;
-  if (size > most_terms) return false;
   terms.reserve(size);
   lines.reserve(constraints.problemConstraints().size());
   for (const Ref ref : constraints.problemConstraints()) {
     Header& c = constraints.at(ref);
     assert(c.removed == 0);
-    Int128 sum = degreeOf(c);
+    Int128 sum = 0; // at least the degree
     forEachTerm(c, [&](Int128 a, Lit) { sum += a; });
     if (bitLength(sum) > most_bits) continue;
     Line line{terms.size(), c.size, ref, static_cast<std::int64_t>(degreeOf(c)), 0, 0, 0, false};
-    line.sum = static_cast<std::int64_t>(sum) - line.degree;
+    line.sum = static_cast<std::int64_t>(sum);
     forEachTerm(c, [&](Int128 a, Lit l) {
       terms.push_back({static_cast<std::int64_t>(a), l});
       line.signature |= bitOf(l);
@@ -139,7 +137,6 @@ bool Rows::take() {
   demands.assign(starts.size() - 1, 0);
   budget = std::min(least_budget + sizes * size, most_budget);
   work = size;
-  return true;
 }
 
 /// The row `line` follows from row `by`.
@@ -257,11 +254,19 @@ bool Rows::compareAll() {
 }
 
 bool Rows::run() {
+  const Propagation& constraints = search.constraints();
+  const auto sizeOfAll = [&] {
+    std::size_t size = 0;
+    for (const Ref ref : constraints.problemConstraints()) size += constraints.at(ref).size;
+    return size;
+  };
+  if (sizeOfAll() > most_terms) return true;
   if (!search.propagateFacts() || !renew() || !search.propagateFacts()) return false;
   if (options.row_splitting) split();
   if (!options.row_comparison) return true;
   const std::uint64_t before = count.dropped;
-  const bool fine = !take() || compareAll();
+  take(sizeOfAll());
+  const bool fine = compareAll();
   lines.clear();
   terms.clear();
   if (count.dropped != before) search.collect();

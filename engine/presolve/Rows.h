@@ -69,7 +69,7 @@ class Rows {
   bool renew();
   void split();
   bool split(Ref ref);
-  bool take();
+  void take(std::size_t size);
   bool compareAll();
   void compareWithLarger(std::uint32_t small);
   bool opposeWithLarger(std::uint32_t small);
