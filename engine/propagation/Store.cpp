@@ -160,7 +160,7 @@ void Propagation::attach() {
 bool Propagation::watchSome(General32& g, Ref ref) {
   const Term<std::int32_t>* const terms = g.terms();
   const std::int64_t wanted = g.degree + g.largest();
-  const std::size_t most = static_cast<std::size_t>(g.size) * 3 / 5;
+  const std::size_t most = static_cast<std::size_t>(g.size) / 3;
   // Literals that are not false, heavy ones first; then those that have been false for the shortest
   // time, so that going back brings these back first.
   std::vector<std::uint32_t> chosen;
