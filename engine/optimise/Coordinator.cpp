@@ -31,10 +31,11 @@ constexpr std::uint64_t cut_budget = 200000000;
 constexpr int near_enough = 256;
 /// Of so many slices of branching one dives.
 constexpr std::uint64_t dive_interval = 8;
-/// Work on branching for each unit of the others: less where the relaxation is far from what costs
-/// have been found.
-constexpr std::uint64_t near_share = 6;
-constexpr std::uint64_t medium_share = 2;
+/// Work on branching for so many units of the others: less where the relaxation is far from what
+/// costs have been found.
+constexpr std::uint64_t share_unit = 4;
+constexpr std::uint64_t near_share = 24;
+constexpr std::uint64_t medium_share = 8;
 constexpr std::uint64_t far_share = 1;
 } // namespace
 
@@ -450,7 +451,7 @@ Strategy Coordinator::next() const {
   Strategy chosen = Strategy::linear;
   if (options.core_guided && by_cores < had(Strategy::linear)) chosen = Strategy::core_guided;
   if (relaxer != nullptr &&
-      had(Strategy::lp) / branchingShare() * all_worth < had(chosen) * branching_worth)
+      had(Strategy::lp) * share_unit / branchingShare() * all_worth < had(chosen) * branching_worth)
     chosen = Strategy::lp;
   if (options.neighbourhoods && upper &&
       had(Strategy::neighbourhood) < work() / neighbourhood_share)
