@@ -4,6 +4,7 @@
 /// relations.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <vector>
@@ -152,6 +153,79 @@ TEST_F(RelaxationTest, ChangesKeepUp) {
       EXPECT_NEAR(lp->objective(), fresh->objective(), 1e-6) << "seed " << seed;
     }
   }
+}
+
+/// Without settled columns and rows that hold anyway the answer is the same, and stays so when a
+/// row comes that has such columns, bounds change, or a cutoff is set.
+TEST_F(RelaxationTest, GetsSmaller) {
+  int compared = 0, dropped = 0;
+  for (std::uint64_t seed = 1; seed <= 2000; seed++) {
+    SeededDraws draws(seed);
+    Program program(draws);
+    const auto lp = make(program);
+    if (draws.oneIn(2)) lp->solve(1000);
+    std::vector<signed char> settled;
+    for (std::size_t j = 0; j < program.cost.size(); j++)
+      settled.push_back(program.lower[j] == program.upper[j] ? program.upper[j] == 1 ? 1 : -1 : 0);
+    std::vector<char> keep;
+    bool possible = true; // propagation would have seen it else
+    for (std::size_t i = 0; i < program.rows.size(); i++) {
+      int least = 0, most = 0;
+      for (std::size_t j = 0; j < settled.size(); j++) {
+        const int a = program.rows[i][j];
+        least += a * (a > 0 ? program.lower[j] : program.upper[j]);
+        most += a * (a > 0 ? program.upper[j] : program.lower[j]);
+      }
+      keep.push_back(least < program.given.lower[i] || most > program.given.upper[i] ? 1 : 0);
+      dropped += keep.back() == 0 ? 1 : 0;
+      possible = possible && most >= program.given.lower[i] && least <= program.given.upper[i];
+    }
+    if (!possible) continue;
+    lp->reduce(settled, keep);
+    const auto kept = std::count(keep.begin(), keep.end(), 1);
+    ASSERT_EQ(lp->rows(), static_cast<int>(kept));
+    if (kept == 0 || std::count(settled.begin(), settled.end(), 0) == 0) {
+      EXPECT_EQ(lp->solve(1000), End::trouble); // nothing to solve
+      continue;
+    }
+    const auto compare = [&](Relaxation& fresh) {
+      const End end = fresh.solve(1000);
+      ASSERT_EQ(lp->solve(1000), end) << "seed " << seed;
+      if (end != End::optimal) return;
+      compared++;
+      EXPECT_NEAR(lp->objective(), fresh.objective(), 1e-6) << "seed " << seed;
+      double cost = 0;
+      for (std::size_t j = 0; j < settled.size(); j++) {
+        cost += program.cost[j] * lp->primal()[j];
+        if (settled[j] != 0) {
+          EXPECT_EQ(lp->primal()[j], settled[j] > 0 ? 1 : 0) << "seed " << seed;
+        }
+      }
+      EXPECT_NEAR(cost, fresh.objective(), 1e-6) << "seed " << seed;
+    };
+    auto fresh = make(program);
+    compare(*fresh);
+    RelaxationRows more;
+    for (int j = 0; j < program.columns; j++) {
+      more.columns.push_back(j);
+      more.coefficients.push_back(draws.small(1, 3));
+    }
+    more.starts = {0, program.columns};
+    more.lower = {static_cast<double>(draws.small(0, 6))};
+    more.upper = {infinity};
+    lp->addRows(more);
+    fresh->addRows(more);
+    for (std::size_t j = 0; j < settled.size(); j++) {
+      const int lower = settled[j] == 0 ? draws.small(0, 1) : program.lower[j];
+      lp->setBounds(static_cast<int>(j), lower, program.upper[j]);
+      fresh->setBounds(static_cast<int>(j), lower, program.upper[j]);
+    }
+    compare(*fresh);
+    lp->setCutoff(fresh->objective() + 0.5);
+    EXPECT_NE(lp->solve(1000), End::cutoff) << "seed " << seed;
+  }
+  EXPECT_GT(compared, 300);
+  EXPECT_GT(dropped, 300);
 }
 
 /// Trying columns out tells what fixing them costs, and leaves all as it was.
