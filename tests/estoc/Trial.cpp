@@ -13,8 +13,8 @@ namespace trial {
 
 using estoc::Lit;
 using estoc::Options;
-using estoc::Verdict;
 using estoc::SmallTerm;
+using estoc::Verdict;
 using estoc::WideTerm;
 using plain::Assignment;
 
