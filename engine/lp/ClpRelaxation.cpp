@@ -235,6 +235,7 @@ void ClpRelaxation::reduce(const std::vector<signed char>& settled, const std::v
   }
   const auto pick = [](const std::vector<int>& which, const auto* from) {
     std::vector<double> picked;
+    picked.reserve(which.size());
     for (const int i : which) picked.push_back(from[i]);
     return picked;
   };
@@ -285,6 +286,7 @@ std::vector<ProbedColumn> ClpRelaxation::probe(const std::vector<int>& which, in
   std::vector<ProbedColumn> result(which.size());
   if (end != End::optimal || which.empty()) return result;
   std::vector<int> tried;
+  tried.reserve(which.size());
   for (const int column : which) tried.push_back(placeOf(column));
   const auto n = static_cast<int>(tried.size());
   const auto width = static_cast<std::size_t>(model->numberColumns()) +
