@@ -204,7 +204,7 @@ void ClpRelaxation::reduce(const std::vector<signed char>& settled, const std::v
   }
   const CoinPackedMatrix& matrix = *model->matrix();
   std::vector<CoinBigIndex> starts{0};
-  std::vector<int> rows;
+  std::vector<int> row_numbers;
   std::vector<double> coefficients;
   std::vector<int> kept; // places in the old model
   for (std::size_t place = 0; place < columns.size(); place++) {
@@ -217,10 +217,10 @@ void ClpRelaxation::reduce(const std::vector<signed char>& settled, const std::v
       for (CoinBigIndex k = first; k < last; k++) {
         const int row = row_places[static_cast<std::size_t>(matrix.getIndices()[k])];
         if (row == out) continue;
-        rows.push_back(row);
+        row_numbers.push_back(row);
         coefficients.push_back(matrix.getElements()[k]);
       }
-      starts.push_back(static_cast<CoinBigIndex>(rows.size()));
+      starts.push_back(static_cast<CoinBigIndex>(row_numbers.size()));
       continue;
     }
     places[column] = out;
@@ -242,8 +242,8 @@ void ClpRelaxation::reduce(const std::vector<signed char>& settled, const std::v
   auto smaller = std::make_unique<ClpSimplex>();
   setUp(*smaller);
   smaller->loadProblem(
-      static_cast<int>(kept.size()), static_cast<int>(kept_rows.size()), starts.data(), rows.data(),
-      coefficients.data(), pick(kept, model->columnLower()).data(),
+      static_cast<int>(kept.size()), static_cast<int>(kept_rows.size()), starts.data(),
+      row_numbers.data(), coefficients.data(), pick(kept, model->columnLower()).data(),
       pick(kept, model->columnUpper()).data(), pick(kept, model->objective()).data(),
       pick(kept_rows, lower.data()).data(), pick(kept_rows, upper.data()).data());
   for (std::size_t i = 0; i < kept.size(); i++)

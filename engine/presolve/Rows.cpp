@@ -159,7 +159,7 @@ void Rows::compare(std::uint32_t small, std::uint32_t large) {
     const std::int64_t b = terms[i].coefficient;
     if (a > 0) {
       found++;
-      is_multiple &= Int128{a} * l.degree <= Int128{b} * s.degree;
+      is_multiple = is_multiple && Int128{a} * l.degree <= Int128{b} * s.degree;
     }
     (a > b ? more : less) += a > b ? a - b : b - a;
   }

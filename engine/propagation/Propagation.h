@@ -55,7 +55,7 @@ class Propagation {
   /// one. The constraint may imply something at once: call `imply`.
   template <class C, class D>
   Ref add(const RowOf<C, D>& row, bool learnt, unsigned glue, ProofId id) {
-    return watch(store(row, learnt, glue, id));
+    return attach(store(row, learnt, glue, id));
   }
   /// Stores `row`, one of the problem, likewise at level 0, but does not attach it yet: nothing
   /// else may be done then but to add more in this way and to enqueue, until `attach`. Done for
@@ -150,7 +150,7 @@ class Propagation {
   template <class R> Ref storeCardinality(const R& row, bool learnt, unsigned glue, ProofId id);
   template <class G, class R>
   Ref storeGeneral(Kind kind, const R& row, bool learnt, unsigned glue, ProofId id);
-  Ref watch(Ref ref);
+  Ref attach(Ref ref);
   void watchFirst(Lit* literals, std::size_t size, std::size_t count);
 
   Ref propagateClauses(Lit falsified);

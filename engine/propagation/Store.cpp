@@ -50,7 +50,7 @@ Ref Propagation::addClause(const Lit* literals, std::size_t size, bool learnt, u
   Ref ref = no_ref;
   auto& c = create<Clause>(Kind::clause, size, learnt, glue, id, ref);
   std::copy(literals, literals + size, c.literals());
-  return watch(ref);
+  return attach(ref);
 }
 
 template <class R>
@@ -115,7 +115,7 @@ void forEachWatch(Header& c, Ref ref, OnClause&& clause, OnRow&& row) {
 }
 
 /// Attaches a constraint that has been stored, which is returned.
-Ref Propagation::watch(Ref ref) {
+Ref Propagation::attach(Ref ref) {
   Header& header = at(ref);
   if (header.kind == Kind::clause) {
     watchFirst(static_cast<Clause&>(header).literals(), header.size, 2);
@@ -152,7 +152,7 @@ void Propagation::attach() {
     clauses[l].makeRoom(in_clauses[l]);
     rows[l].makeRoom(in_rows[l]);
   }
-  for (std::size_t i = first; i < problem.size(); i++) watch(problem[i]);
+  for (std::size_t i = first; i < problem.size(); i++) attach(problem[i]);
 }
 
 /// Watches as few literals as suffice. False, with nothing done, if that is most of them: then
@@ -216,9 +216,9 @@ Ref Propagation::addObjective(const Row& row, ProofId id) {
   Int128 sum = 0;
   for (const WideTerm& t : row.terms) sum += t.coefficient;
   const int bits = bitLength(sum); // the degree never exceeds the sum by more than one term
-  if (bits <= 30) return watch(storeGeneral<General32>(Kind::general32, row, false, 0, id));
-  if (bits <= 62) return watch(storeGeneral<General64>(Kind::general64, row, false, 0, id));
-  return watch(storeGeneral<General128>(Kind::general128, row, false, 0, id));
+  if (bits <= 30) return attach(storeGeneral<General32>(Kind::general32, row, false, 0, id));
+  if (bits <= 62) return attach(storeGeneral<General64>(Kind::general64, row, false, 0, id));
+  return attach(storeGeneral<General128>(Kind::general128, row, false, 0, id));
 }
 
 void Propagation::raiseDegree(Ref ref, Int128 amount, ProofId id) {

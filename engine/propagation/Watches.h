@@ -54,7 +54,7 @@ template <class T> class CompactList {
   /// Makes room for `more` elements beside those that are there, and for no others.
   void makeRoom(std::uint32_t more) {
     if (more > ~std::uint32_t{0} - count) throw std::bad_alloc();
-    if (more > capacity - count) resize(count + more);
+    if (count + more > capacity) resize(count + more);
   }
   std::uint32_t size() const { return count; }
   std::size_t bytes() const { return capacity * sizeof(T); }
