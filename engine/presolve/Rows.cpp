@@ -165,6 +165,7 @@ void Rows::compare(std::uint32_t small, std::uint32_t large) {
   }
   work += l.size;
   if (found < s.size) return;
+  // cppcheck-suppress knownConditionTrueFalse ; the loop changes it
   if (is_multiple || more <= s.degree - l.degree)
     drop(large, small);
   else if (less <= l.degree - s.degree)
