@@ -67,7 +67,7 @@ Advice Branching::advise() {
   Lit literal;
   if (resume(literal)) return {Advice::Kind::decide, literal};
   const std::uint64_t before = relaxer.pivots();
-  const Relaxed answer = relaxer.ask(relaxer.pivotsFor(budget - std::min(budget, spent())));
+  const Relaxed answer = relaxer.ask(Relaxer::node_limit);
   node_pivots += relaxer.pivots() - before;
   switch (answer.kind) {
   case Relaxed::Kind::hopeless:
@@ -75,7 +75,7 @@ Advice Branching::advise() {
   case Relaxed::Kind::row:
     return {Advice::Kind::learn, {}, answer.row, answer.id};
   case Relaxed::Kind::nothing:
-    return relaxer.isUnfinished() ? Advice{Advice::Kind::stop} : Advice{};
+    return {};
   case Relaxed::Kind::optimum:
     break;
   }

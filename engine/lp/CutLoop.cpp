@@ -53,7 +53,6 @@ std::uint64_t CutLoop::spent() const {
 }
 
 Advice CutLoop::finish() {
-  begun = !first || !relaxer.isUnfinished(); // without an optimum to cut off, another time
   forgetSlack(1);
   return {Advice::Kind::stop};
 }
@@ -61,7 +60,7 @@ Advice CutLoop::finish() {
 Advice CutLoop::advise() {
   for (;;) {
     if (trail.level() > 0 || search.isInterrupted() || spent() > budget) return finish();
-    const Relaxed answer = relaxer.ask(relaxer.pivotsFor(budget - std::min(budget, spent())));
+    const Relaxed answer = relaxer.ask(Relaxer::node_limit);
     if (answer.kind == Relaxed::Kind::hopeless) return {Advice::Kind::infeasible};
     if (answer.row != nullptr) return {Advice::Kind::learn, {}, answer.row, answer.id};
     if (answer.kind != Relaxed::Kind::optimum) return finish();

@@ -10,8 +10,6 @@ namespace {
 /// The relaxation becomes smaller when one in so many of its columns is settled, and some more.
 constexpr int reduction_share = 10;
 constexpr int least_reduction = 20;
-/// A call gets so many pivots in any case.
-constexpr int least_pivots = 200;
 } // namespace
 
 std::unique_ptr<Relaxer> Relaxer::make(Search& s, Ref without, Var columns,
@@ -30,19 +28,9 @@ Relaxer::Relaxer(LinearProgram program, Search& s) : lp(std::move(program)), sea
   sum.writeTo(derivation.get());
 }
 
-/// A pivot looks at a share of all numbers.
-std::uint64_t Relaxer::pivotWork() const {
-  return (lp.nonzeros() + static_cast<std::size_t>(lp.columns())) / 4 + 1;
-}
-
-/// A call without a pivot still costs something.
+/// A pivot looks at a share of all numbers; a call without one still costs something.
 void Relaxer::charge(std::uint64_t pivots) {
-  steps += (pivots + 5) * pivotWork();
-}
-
-int Relaxer::pivotsFor(std::uint64_t work) const {
-  return static_cast<int>(
-      std::clamp(work / pivotWork(), std::uint64_t{least_pivots}, std::uint64_t{node_limit}));
+  steps += (pivots + 5) * (lp.nonzeros() + static_cast<std::size_t>(lp.columns())) / 4;
 }
 
 void Relaxer::demandLess(Int128 cost, ProofId id, Lit unless) {
@@ -81,11 +69,9 @@ Relaxed Relaxer::ask(int pivots) {
   const Trail& trail = search.constraints().assignment();
   if (!demand_changed && fitsTrail()) {
     count.skipped++;
-    unfinished = false;
     return {Relaxed::Kind::optimum};
   }
   count.calls++;
-  unfinished = false;
   reduce();
   demand_changed = false;
   has_values = false;
@@ -112,7 +98,6 @@ Relaxed Relaxer::ask(int pivots) {
     if (!addDemanded()) break;
     return settle(true);
   case Relaxation::End::limit:
-    unfinished = true;
     if (!hasObjective() || !demanded || !addDemanded()) break;
     return settle(false);
   case Relaxation::End::interrupted:

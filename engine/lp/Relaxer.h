@@ -50,10 +50,6 @@ class Relaxer {
   void demandLess(Int128 cost, ProofId id, Lit unless = Lit());
   /// Solves under the trail, which is at a fixpoint, unless the last optimum fits it.
   Relaxed ask(int pivots);
-  /// Whether the last call ran out of pivots. The next one goes on from there.
-  bool isUnfinished() const { return unfinished; }
-  /// Pivots for so much work, at most those of a node; a few in any case.
-  int pivotsFor(std::uint64_t work) const;
   /// The rows, for those who make others of them.
   LinearProgram& program() { return lp; }
   /// The values of the last optimum.
@@ -96,7 +92,6 @@ class Relaxer {
   std::vector<double> values;
   double optimum = 0;
   bool has_values = false;
-  bool unfinished = false;
   /// A sum of rows, as the duals at level 0 have it.
   struct RowSum {
     std::vector<WideTerm> terms;
@@ -113,7 +108,6 @@ class Relaxer {
   std::uint64_t steps = 0;
   int settled = 0; ///< literals of level 0 that the relaxation has been rid of
 
-  std::uint64_t pivotWork() const;
   void reduce();
   bool fitsTrail();
   Int128 addUp(bool basis);
