@@ -91,9 +91,11 @@ class SearchAudit::Pass {
           demand(w.binary() == (at(w.ref()).size == 2), describe(w.ref()), ": has a wrong size");
         }
         for (const RowWatch w : propagation.rowWatches(l)) {
-          enter(w.ref(), l, w.detail);
+          enter(w.ref(), l, w.counts() ? static_cast<std::uint32_t>(w.coefficient()) : w.place());
           demand(w.cardinality() == (at(w.ref()).kind == Kind::cardinality), describe(w.ref()),
                  ": is visited as another kind");
+          demand(w.counts() == (at(w.ref()).kind == Kind::general32 && at(w.ref()).partial == 0),
+                 describe(w.ref()), ": is counted another way");
         }
       }
   }
@@ -138,23 +140,23 @@ class SearchAudit::Pass {
     Int128 lacking = static_cast<Int128>(g.degree); // less what is true
     for (std::uint32_t i = 0; i < g.size; i++) {
       const auto [a, l] = g.terms()[i];
-      demand(a > 0 && a <= g.largest() && (i == 0 || g.terms()[i - 1].coefficient >= a),
+      demand(a > 0 && a <= g.largest && (i == 0 || g.terms()[i - 1].coefficient >= a),
              describe(ref), ": has its terms in no order");
       if (trail.isTrue(l)) lacking -= a;
-      if (g.partial && !g.isWatched(i)) {
+      if (g.partial != 0 && !g.isWatched(i)) {
         others_false &= trail.isFalse(l);
         continue;
       }
       watched++;
-      const bool by_index = g.partial || g.kind != Kind::general32;
+      const bool by_index = g.partial != 0 || g.kind != Kind::general32;
       demand(detail(ref, l) == (by_index ? i : static_cast<std::uint32_t>(a)), describe(ref),
              ": has a wrong entry of ", text(l));
       if (!falseBefore(l, propagation.seenByRows())) slack += a;
     }
     demand(slack == static_cast<Int128>(g.slack), describe(ref), ": has slack ",
            static_cast<double>(g.slack), ", should be ", static_cast<double>(slack));
-    demand(!g.partial || !g.exhausted || others_false, describe(ref), ": could watch more");
-    demand(point != AuditPoint::fixpoint || others_false || lacking <= 0 || slack >= g.largest(),
+    demand(g.partial == 0 || !g.exhausted || others_false, describe(ref), ": could watch more");
+    demand(point != AuditPoint::fixpoint || others_false || lacking <= 0 || slack >= g.largest,
            describe(ref), ": watches too little");
     for (std::uint32_t i = 0; lacking > 0 && i < g.cursor && g.terms()[i].coefficient > g.slack;
          i++)

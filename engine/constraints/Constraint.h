@@ -28,6 +28,7 @@ struct Header {
   std::uint8_t vivified : 1; ///< clauses: vivification has tried this one
   std::uint8_t compared : 1; ///< clauses: subsumption has compared this one with all others
   std::uint8_t used : 2;     ///< reductions that it survives because it was of use lately
+  std::uint8_t partial : 1;  ///< general constraints: not all literals are watched
   std::uint16_t glue;        ///< decision levels among its falsified literals when learnt or used
 };
 static_assert(sizeof(Header) == 16);
@@ -54,16 +55,16 @@ struct Cardinality : Header {
 template <class C, class S> struct General : Header {
   using Coefficient = C;
   using Sum = S;
-  S slack; ///< sum over the watched literals not yet seen falsified, less the degree
+  // A visit that implies nothing takes these three, which stand together for that.
+  S slack;              ///< sum over the watched literals not yet seen falsified, less the degree
+  C largest;            ///< coefficient of the first term
+  std::uint32_t cursor; ///< the terms before it, while they exceed the slack, are assigned
   S degree;
-  std::uint32_t cursor;    ///< the terms before it, while they exceed the slack, are assigned
   std::uint32_t scan;      ///< where the search for more literals to watch goes on
   std::uint32_t satisfier; ///< a term that has lately been true and enough by itself, or any other
-  bool partial;
   bool exhausted;
   Term<C>* terms() { return reinterpret_cast<Term<C>*>(this + 1); }
   const Term<C>* terms() const { return reinterpret_cast<const Term<C>*>(this + 1); }
-  C largest() const { return terms()[0].coefficient; }
   /// With `partial`: a bit for each term, whether it is watched.
   bool isWatched(std::uint32_t i) const { return (bits()[i / 32] >> (i % 32) & 1U) != 0; }
   void watch(std::uint32_t i) { bits()[i / 32] |= 1U << (i % 32); }

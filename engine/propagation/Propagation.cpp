@@ -6,12 +6,19 @@
 
 namespace estoc {
 
+namespace {
+/// So many literals ahead the memory is told what is going to be visited, first where the watches
+/// are, then the watches.
+constexpr int far = 16;
+constexpr int near = 8;
+} // namespace
+
 /// Visits the clauses that watch `falsified`. A clause keeps its watched literals in front; one
 /// that has no other literal to watch implies the other watched one, or is in conflict. The
 /// blocking literal in the entry saves the look at a clause that it satisfies. Sources: Moskewicz,
 /// Madigan, Zhao, Zhang and Malik, Chaff (2001); Sörensson and Eén (2008) on blocking literals.
 Ref Propagation::propagateClauses(Lit falsified) {
-  CompactList<ClauseWatch>& list = clauses[falsified.index()];
+  CompactList<ClauseWatch>& list = watches[falsified.index()].clauses;
   ClauseWatch* keep = list.begin();
   const ClauseWatch* const end = list.end();
   done.clause_visits += list.size();
@@ -30,7 +37,7 @@ Ref Propagation::propagateClauses(Lit falsified) {
         conflict = watch.ref();
         break;
       }
-      trail.push(watch.blocker, watch.ref());
+      push(watch.blocker, watch.ref());
       continue;
     }
     auto& c = static_cast<Clause&>(at(watch.ref()));
@@ -50,7 +57,7 @@ Ref Propagation::propagateClauses(Lit falsified) {
       literals[0] = other;
       literals[1] = found;
       *replacement = falsified;
-      clauses[found.index()].push(ClauseWatch(watch.ref(), false, other));
+      watches[found.index()].clauses.push(ClauseWatch(watch.ref(), false, other));
       continue;
     }
     *keep++ = ClauseWatch(watch.ref(), false, other);
@@ -59,7 +66,7 @@ Ref Propagation::propagateClauses(Lit falsified) {
       conflict = watch.ref();
       break;
     }
-    trail.push(other, watch.ref());
+    push(other, watch.ref());
   }
   while (entry != end) *keep++ = *entry++; // behind a conflict
   list.truncate(keep);
@@ -77,7 +84,7 @@ template <class G> void Propagation::implyGeneral(G& g, Ref ref) {
   for (; i < g.size && terms[i].coefficient > g.slack; i++) {
     const signed char value = trail.value(terms[i].literal);
     if (value == 0) {
-      trail.push(terms[i].literal, ref);
+      push(terms[i].literal, ref);
     } else if (value > 0) {
       lacking -= terms[i].coefficient;
       if (lacking <= 0) {
@@ -103,7 +110,7 @@ bool Propagation::visitPartial(General32& g, Ref ref, std::uint32_t index, bool&
     keep = true;
     return true;
   }
-  const std::int64_t wanted = g.largest();
+  const std::int64_t wanted = g.largest;
   if (g.slack < wanted && !g.exhausted) {
     std::uint32_t i = g.scan;
     std::uint32_t looked = 0;
@@ -111,7 +118,7 @@ bool Propagation::visitPartial(General32& g, Ref ref, std::uint32_t index, bool&
       if (!g.isWatched(i) && trail.value(terms[i].literal) >= 0) {
         g.watch(i);
         g.slack += terms[i].coefficient;
-        rows[terms[i].literal.index()].push(RowWatch(ref, false, i));
+        watches[terms[i].literal.index()].rows.push(RowWatch::ofTerm(ref, i));
       }
       if (++i == g.size) i = 0;
     }
@@ -145,7 +152,7 @@ bool Propagation::visitCardinality(Ref ref, std::uint32_t place, Lit falsified, 
       literals[i] = falsified;
       literals[place] = candidate;
       c.cursor = i;
-      rows[candidate.index()].push(RowWatch(ref, true, place));
+      watches[candidate.index()].rows.push(RowWatch::ofCardinality(ref, place));
       done.terms += looked - first + 1;
       keep = false;
       return true;
@@ -157,7 +164,7 @@ bool Propagation::visitCardinality(Ref ref, std::uint32_t place, Lit falsified, 
   for (std::uint32_t j = 0; j <= c.degree; j++)
     if (j != place && trail.value(literals[j]) < 0) return false;
   for (std::uint32_t j = 0; j <= c.degree; j++)
-    if (j != place && trail.value(literals[j]) == 0) trail.push(literals[j], ref);
+    if (j != place && trail.value(literals[j]) == 0) push(literals[j], ref);
   return true;
 }
 
@@ -165,50 +172,41 @@ bool Propagation::visitCardinality(Ref ref, std::uint32_t place, Lit falsified, 
 /// rest of the list is told, too, but nothing more is implied, so that every row has seen the
 /// same part of the trail.
 Ref Propagation::propagateRows(Lit falsified) {
-  CompactList<RowWatch>& list = rows[falsified.index()];
+  CompactList<RowWatch>& list = watches[falsified.index()].rows;
   RowWatch* keep = list.begin();
   const RowWatch* const end = list.end();
   done.row_visits += list.size();
   Ref conflict = no_ref;
   for (const RowWatch* entry = list.begin(); entry != end; entry++) {
     const RowWatch watch = *entry;
-    if (watch.cardinality()) {
-      bool stays = true;
-      if (conflict == no_ref && !visitCardinality(watch.ref(), watch.detail, falsified, stays))
-        conflict = watch.ref();
-      if (stays) *keep++ = watch;
-      continue;
-    }
-    *keep++ = watch;
-    Header& header = at(watch.ref());
-    if (header.kind == Kind::general32) {
-      auto& g = static_cast<General32&>(header);
-      if (g.partial) {
-        bool stays = true;
-        if (conflict != no_ref)
-          g.slack -= g.terms()[watch.detail].coefficient;
-        else if (!visitPartial(g, watch.ref(), watch.detail, stays))
-          conflict = watch.ref();
-        if (!stays) keep--;
-        continue;
-      }
-      g.slack -= watch.detail;
-      if (g.slack < g.largest() && conflict == no_ref) {
-        if (g.slack < 0)
-          conflict = watch.ref();
-        else
-          implyGeneral(g, watch.ref());
-      }
-      continue;
-    }
-    withGeneral(header, [&](auto& g) {
-      g.slack -= g.terms()[watch.detail].coefficient;
-      if (g.slack >= g.largest() || conflict != no_ref) return;
+    const auto count = [&](auto& g, const auto& coefficient) {
+      g.slack -= coefficient;
+      if (g.slack >= g.largest || conflict != no_ref) return;
       if (g.slack < 0)
         conflict = watch.ref();
       else
         implyGeneral(g, watch.ref());
-    });
+    };
+    if (watch.counts()) {
+      *keep++ = watch;
+      count(static_cast<General32&>(at(watch.ref())), watch.coefficient());
+      continue;
+    }
+    bool stays = true;
+    if (watch.cardinality()) {
+      if (conflict == no_ref && !visitCardinality(watch.ref(), watch.place(), falsified, stays))
+        conflict = watch.ref();
+    } else if (at(watch.ref()).partial != 0) {
+      auto& g = static_cast<General32&>(at(watch.ref()));
+      if (conflict != no_ref)
+        g.slack -= g.terms()[watch.place()].coefficient;
+      else if (!visitPartial(g, watch.ref(), watch.place(), stays))
+        conflict = watch.ref();
+    } else {
+      withGeneral(at(watch.ref()),
+                  [&](auto& g) { count(g, g.terms()[watch.place()].coefficient); });
+    }
+    if (stays) *keep++ = watch;
   }
   list.truncate(keep);
   return conflict;
@@ -217,7 +215,9 @@ Ref Propagation::propagateRows(Lit falsified) {
 Ref Propagation::propagate() {
   for (;;) {
     while (clause_head < trail.size()) {
-      const Ref conflict = propagateClauses(~trail[clause_head++]);
+      const Lit falsified = ~trail[clause_head++];
+      prefetch(watches[falsified.index()].rows.begin());
+      const Ref conflict = propagateClauses(falsified);
       if (conflict != no_ref) return conflict;
     }
     if (row_head == trail.size()) return no_ref;
@@ -227,22 +227,20 @@ Ref Propagation::propagate() {
   }
 }
 
-/// Undoes what general constraints know of the literal.
-void Propagation::giveBack(Lit falsified) {
-  for (const RowWatch watch : rows[falsified.index()]) {
+/// Undoes what general constraints know of a literal, which they watch by `list`.
+void Propagation::giveBack(const CompactList<RowWatch>& list) {
+  for (const RowWatch watch : list) {
     if (watch.cardinality()) continue;
-    Header& header = at(watch.ref());
-    if (header.kind == Kind::general32) {
-      auto& g = static_cast<General32&>(header);
-      g.slack +=
-          g.partial ? g.terms()[watch.detail].coefficient : static_cast<std::int32_t>(watch.detail);
+    if (watch.counts()) {
+      auto& g = static_cast<General32&>(at(watch.ref()));
+      g.slack += watch.coefficient();
       g.cursor = 0;
-      g.exhausted = false;
       continue;
     }
-    withGeneral(header, [&](auto& g) {
-      g.slack += g.terms()[watch.detail].coefficient;
+    withGeneral(at(watch.ref()), [&](auto& g) {
+      g.slack += g.terms()[watch.place()].coefficient;
       g.cursor = 0;
+      g.exhausted = false;
     });
   }
 }
@@ -250,12 +248,14 @@ void Propagation::giveBack(Lit falsified) {
 void Propagation::backjump(int level) {
   if (level >= trail.level()) return;
   const int target = trail.start(level + 1);
-  while (trail.size() > target) {
-    const Lit l = trail.pop();
-    if (trail.size() < row_head) giveBack(~l);
-    listener.onUnassign(l);
+  for (int i = row_head; i-- > target;) {
+    // What comes next is known here, and lies anywhere.
+    if (i >= near + target) prefetch(watches[(~trail[i - near]).index()].rows.begin());
+    if (i >= far + target) prefetch(&watches[(~trail[i - far]).index()]);
+    giveBack(watches[(~trail[i]).index()].rows);
   }
-  trail.closeLevels(level);
+  listener.onUnassign(target);
+  trail.cut(level);
   clause_head = std::min(clause_head, target);
   row_head = std::min(row_head, target);
 }
@@ -267,7 +267,7 @@ bool Propagation::imply(Ref ref) {
     const Lit* const l = static_cast<Clause&>(header).literals();
     if (trail.value(l[1]) >= 0 || trail.value(l[0]) > 0) return true;
     if (trail.value(l[0]) < 0) return false;
-    trail.push(l[0], ref);
+    push(l[0], ref);
     return true;
   }
   case Kind::cardinality: {
@@ -276,13 +276,13 @@ bool Propagation::imply(Ref ref) {
     if (trail.value(l[c.degree]) >= 0) return true;
     if (trail.value(l[c.degree - 1]) < 0) return false;
     for (std::uint32_t i = 0; i < c.degree; i++)
-      if (trail.value(l[i]) == 0) trail.push(l[i], ref);
+      if (trail.value(l[i]) == 0) push(l[i], ref);
     return true;
   }
   default:
     return withGeneral(header, [&](auto& g) {
       if (g.slack < 0) return false;
-      if (g.slack < g.largest()) implyGeneral(g, ref);
+      if (g.slack < g.largest) implyGeneral(g, ref);
       return true;
     });
   }

@@ -3,6 +3,7 @@
 #ifndef ESTOC_PROPAGATION_PROPAGATION_H
 #define ESTOC_PROPAGATION_PROPAGATION_H
 
+#include "Prefetch.h"
 #include "Trail.h"
 #include "Watches.h"
 #include "constraints/Constraint.h"
@@ -15,10 +16,11 @@
 
 namespace estoc {
 
-/// Somebody who is told when a literal loses its value.
+/// Somebody who is told when literals lose their values.
 class UnassignListener {
  public:
-  virtual void onUnassign(Lit was_true) = 0;
+  /// The literals of the trail from place `first` on, which are still there.
+  virtual void onUnassign(int first) = 0;
 
  protected:
   ~UnassignListener() = default;
@@ -88,7 +90,7 @@ class Propagation {
   bool isComplete() const { return clause_head == trail.size() && row_head == trail.size(); }
 
   void openLevel() { trail.openLevel(); }
-  void enqueue(Lit l, Ref reason) { trail.push(l, reason); }
+  void enqueue(Lit l, Ref reason) { push(l, reason); }
   /// Takes back all levels above `level`.
   void backjump(int level);
 
@@ -120,8 +122,8 @@ class Propagation {
   /// one and are brought up to date (`no_ref` for one that has gone).
   void collect(std::initializer_list<Ref*> moved = {});
 
-  const CompactList<ClauseWatch>& clauseWatches(Lit l) const { return clauses[l.index()]; }
-  const CompactList<RowWatch>& rowWatches(Lit l) const { return rows[l.index()]; }
+  const CompactList<ClauseWatch>& clauseWatches(Lit l) const { return watches[l.index()].clauses; }
+  const CompactList<RowWatch>& rowWatches(Lit l) const { return watches[l.index()].rows; }
   /// How far general constraints have seen the trail.
   int seenByRows() const { return row_head; }
   const Work& work() const { return done; }
@@ -131,10 +133,9 @@ class Propagation {
   Trail trail;
   Arena arena;
   UnassignListener& listener;
-  std::vector<CompactList<ClauseWatch>> clauses; ///< per literal: who watches it
-  std::vector<CompactList<RowWatch>> rows;       ///< per literal: who watches or counts it
-  std::vector<Ref> problem;                      ///< stored constraints, in order
-  std::size_t detached = 0;                      ///< so many of the last ones are not attached
+  std::vector<LiteralWatches> watches; ///< per literal: who watches or counts it
+  std::vector<Ref> problem;            ///< stored constraints, in order
+  std::size_t detached = 0;            ///< so many of the last ones are not attached
   std::vector<Ref> learnts;
   int clause_head = 0; ///< where propagation of clauses stands in the trail
   int row_head = 0;    ///< the same for rows, never ahead of clauses
@@ -153,6 +154,10 @@ class Propagation {
   Ref attach(Ref ref);
   void watchFirst(Lit* literals, std::size_t size, std::size_t count);
 
+  void push(Lit l, Ref reason) {
+    trail.push(l, reason);
+    prefetch(&watches[(~l).index()]);
+  }
   Ref propagateClauses(Lit falsified);
   Ref propagateRows(Lit falsified);
   bool visitCardinality(Ref ref, std::uint32_t place, Lit falsified, bool& keep);
@@ -165,7 +170,7 @@ class Propagation {
   }
   bool visitPartial(General32& g, Ref ref, std::uint32_t index, bool& keep);
   bool watchSome(General32& g, Ref ref);
-  void giveBack(Lit falsified);
+  void giveBack(const CompactList<RowWatch>& list);
 };
 
 } // namespace estoc

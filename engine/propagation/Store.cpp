@@ -10,10 +10,7 @@ namespace estoc {
 
 void Propagation::addVariable() {
   trail.addVariable();
-  for (int i = 0; i < 2; i++) {
-    clauses.emplace_back();
-    rows.emplace_back();
-  }
+  for (int i = 0; i < 2; i++) watches.emplace_back();
 }
 
 template <class T>
@@ -78,6 +75,7 @@ Ref Propagation::storeGeneral(Kind kind, const R& row, bool learnt, unsigned glu
   auto& g = create<G>(kind, row.terms.size(), learnt, glue, id, ref);
   g.degree = static_cast<typename G::Sum>(row.degree);
   g.slack = -g.degree;
+  g.largest = static_cast<C>(row.terms.front().coefficient);
   auto* const terms = g.terms();
   for (std::uint32_t i = 0; i < g.size; i++)
     terms[i] = {static_cast<C>(row.terms[i].coefficient), row.terms[i].literal};
@@ -97,19 +95,19 @@ void forEachWatch(Header& c, Ref ref, OnClause&& clause, OnRow&& row) {
   case Kind::cardinality: {
     auto& cardinality = static_cast<Cardinality&>(c);
     for (std::uint32_t i = 0; i <= cardinality.degree; i++)
-      row(cardinality.literals()[i], RowWatch(ref, true, i));
+      row(cardinality.literals()[i], RowWatch::ofCardinality(ref, i));
     return;
   }
   case Kind::general32: {
     const auto& g = static_cast<General32&>(c);
     for (std::uint32_t i = 0; i < g.size; i++)
-      row(g.terms()[i].literal,
-          RowWatch(ref, false, static_cast<std::uint32_t>(g.terms()[i].coefficient)));
+      row(g.terms()[i].literal, RowWatch::ofCount(ref, g.terms()[i].coefficient));
     return;
   }
   default:
     withGeneral(c, [&](auto& g) {
-      for (std::uint32_t i = 0; i < g.size; i++) row(g.terms()[i].literal, RowWatch(ref, false, i));
+      for (std::uint32_t i = 0; i < g.size; i++)
+        row(g.terms()[i].literal, RowWatch::ofTerm(ref, i));
     });
   }
 }
@@ -135,22 +133,22 @@ Ref Propagation::attach(Ref ref) {
     });
   }
   forEachWatch(
-      header, ref, [&](Lit l, ClauseWatch w) { clauses[l.index()].push(w); },
-      [&](Lit l, RowWatch w) { rows[l.index()].push(w); });
+      header, ref, [&](Lit l, ClauseWatch w) { watches[l.index()].clauses.push(w); },
+      [&](Lit l, RowWatch w) { watches[l.index()].rows.push(w); });
   return ref;
 }
 
 void Propagation::attach() {
-  std::vector<std::uint32_t> in_clauses(clauses.size()); // per literal: further watches
-  std::vector<std::uint32_t> in_rows(rows.size());
+  std::vector<std::uint32_t> in_clauses(watches.size()); // per literal: further watches
+  std::vector<std::uint32_t> in_rows(watches.size());
   const std::size_t first = problem.size() - std::exchange(detached, 0);
   for (std::size_t i = first; i < problem.size(); i++)
     forEachWatch(
         at(problem[i]), problem[i], [&](Lit l, ClauseWatch) { in_clauses[l.index()]++; },
         [&](Lit l, RowWatch) { in_rows[l.index()]++; });
-  for (std::size_t l = 0; l < clauses.size(); l++) {
-    clauses[l].makeRoom(in_clauses[l]);
-    rows[l].makeRoom(in_rows[l]);
+  for (std::size_t l = 0; l < watches.size(); l++) {
+    watches[l].clauses.makeRoom(in_clauses[l]);
+    watches[l].rows.makeRoom(in_rows[l]);
   }
   for (std::size_t i = first; i < problem.size(); i++) attach(problem[i]);
 }
@@ -159,7 +157,7 @@ void Propagation::attach() {
 /// counting all is cheaper.
 bool Propagation::watchSome(General32& g, Ref ref) {
   const Term<std::int32_t>* const terms = g.terms();
-  const std::int64_t wanted = g.degree + g.largest();
+  const std::int64_t wanted = g.degree + g.largest;
   const std::size_t most = static_cast<std::size_t>(g.size) / 3;
   // Literals that are not false, heavy ones first; then those that have been false for the shortest
   // time, so that going back brings these back first.
@@ -185,14 +183,14 @@ bool Propagation::watchSome(General32& g, Ref ref) {
     }
     if (chosen.size() > most) return false;
   }
-  g.partial = true;
+  g.partial = 1;
   g.exhausted = !enough;
   for (std::uint32_t i = 0; i < g.size; i++) g.unwatch(i);
   for (const std::uint32_t i : chosen) {
     const Lit l = terms[i].literal;
     g.watch(i);
     if (!trail.isFalse(l) || trail.position(l.var()) >= row_head) g.slack += terms[i].coefficient;
-    rows[l.index()].push(RowWatch(ref, false, i));
+    watches[l.index()].rows.push(RowWatch::ofTerm(ref, i));
   }
   return true;
 }
@@ -253,20 +251,20 @@ void Propagation::collect(std::initializer_list<Ref*> moved) {
     const Header& old = at(ref);
     return old.removed != 0 ? no_ref : static_cast<Ref>(old.id);
   };
-  const auto forwardAll = [&](auto& watches) {
-    for (auto& list : watches) {
-      auto* keep = list.begin();
-      for (auto& watch : list) {
-        const Ref ref = forward(watch.ref());
-        if (ref == no_ref) continue;
-        *keep = watch;
-        keep++->setRef(ref);
-      }
-      list.truncate(keep);
+  const auto forwardAll = [&](auto& list) {
+    auto* keep = list.begin();
+    for (auto& watch : list) {
+      const Ref ref = forward(watch.ref());
+      if (ref == no_ref) continue;
+      *keep = watch;
+      keep++->setRef(ref);
     }
+    list.truncate(keep);
   };
-  forwardAll(clauses);
-  forwardAll(rows);
+  for (LiteralWatches& of_literal : watches) {
+    forwardAll(of_literal.clauses);
+    forwardAll(of_literal.rows);
+  }
   for (int i = trail.start(1); i < trail.size(); i++) {
     const Var v = trail[i].var();
     if (trail.reason(v) == no_ref) continue;
@@ -281,8 +279,8 @@ void Propagation::collect(std::initializer_list<Ref*> moved) {
 
 std::size_t Propagation::bytes() const {
   std::size_t sum = arena.bytes() + (problem.size() + learnts.size()) * sizeof(Ref);
-  for (const auto& list : clauses) sum += sizeof list + list.bytes();
-  for (const auto& list : rows) sum += sizeof list + list.bytes();
+  for (const LiteralWatches& of_literal : watches)
+    sum += sizeof of_literal + of_literal.clauses.bytes() + of_literal.rows.bytes();
   return sum;
 }
 

@@ -68,17 +68,16 @@ class Trail {
     infos[static_cast<std::size_t>(l.var())] = {level(), size(), level() == 0 ? no_ref : reason};
     stack.push_back(l);
   }
-  /// Takes the newest literal back.
-  Lit pop() {
-    const Lit l = stack.back();
-    stack.pop_back();
-    values[l.index()] = 0;
-    values[(~l).index()] = 0;
-    return l;
-  }
-  /// Forgets the marks of the levels above `l`, whose literals have been taken back.
-  void closeLevels(int l) {
-    assert(l <= level() && size() == start(l + 1));
+  /// Takes back the levels above `l`.
+  void cut(int l) {
+    assert(l <= level());
+    const int target = start(l + 1);
+    for (int i = size(); i-- > target;) {
+      const Lit taken = stack[static_cast<std::size_t>(i)];
+      values[taken.index()] = 0;
+      values[(~taken).index()] = 0;
+    }
+    stack.resize(static_cast<std::size_t>(target));
     starts.resize(static_cast<std::size_t>(l));
   }
 };

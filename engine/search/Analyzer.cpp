@@ -416,7 +416,7 @@ bool Analyzer::analyze(Ref conflict, Learnt& out) {
   } else {
     Int128 largest = 1;
     if (c.kind != Kind::cardinality)
-      largest = withGeneral(c, [](auto& g) { return static_cast<Int128>(g.largest()); });
+      largest = withGeneral(c, [](auto& g) { return static_cast<Int128>(g.largest); });
     const int bits = bitLength(largest);
     if (bits > Narrow::safe_bits) width = std::max(width, std::size_t{1});
     if (bits > Middle::safe_bits) width = std::max(width, std::size_t{2});

@@ -34,12 +34,26 @@ void Decider::favour(Var v, double start) {
   siftUp(place[static_cast<std::size_t>(v)]);
 }
 
-void Decider::onUnassign(Lit was_true) {
-  const Var v = was_true.var();
-  saved[static_cast<std::size_t>(v)] = was_true.negated() ? -1 : 1;
-  if (place[static_cast<std::size_t>(v)] < 0) insert(v);
-  if (links[static_cast<std::size_t>(v)].stamp > links[static_cast<std::size_t>(hint)].stamp)
-    hint = v;
+void Decider::onUnassign(int from) {
+  constexpr int ahead = 16;
+  noted = std::min(noted, from);
+  std::uint64_t newest = links[static_cast<std::size_t>(hint)].stamp;
+  for (int i = trail.size(); i-- > from;) {
+    if (i >= from + ahead) {
+      const auto coming = static_cast<std::size_t>(trail[i - ahead].var());
+      prefetch(&saved[coming]);
+      prefetch(&place[coming]);
+      prefetch(&links[coming]);
+    }
+    const Var v = trail[i].var();
+    saved[static_cast<std::size_t>(v)] = trail[i].negated() ? -1 : 1;
+    if (place[static_cast<std::size_t>(v)] < 0) insert(v);
+    const std::uint64_t stamp = links[static_cast<std::size_t>(v)].stamp;
+    if (stamp > newest) {
+      newest = stamp;
+      hint = v;
+    }
+  }
 }
 
 // Heap --------------------------------------------------------------------------------------------
@@ -183,8 +197,9 @@ void Decider::endConflict() {
 void Decider::noteTrail(int consistent) {
   if (consistent <= best_size) return;
   best_size = consistent;
-  for (int i = 0; i < consistent; i++)
+  for (int i = noted; i < consistent; i++)
     best[static_cast<std::size_t>(trail[i].var())] = trail[i].negated() ? -1 : 1;
+  noted = consistent;
 }
 
 void Decider::setSolution(const std::vector<bool>& values) {
@@ -210,6 +225,7 @@ void Decider::rephase(Rephase how) {
     best[i] = 0;
   }
   best_size = 0;
+  noted = 0;
 }
 
 } // namespace estoc

@@ -4,6 +4,7 @@
 #define ESTOC_SEARCH_DECIDER_H
 
 #include "estoc/Types.h"
+#include "propagation/Prefetch.h"
 #include "propagation/Trail.h"
 
 #include <cstdint>
@@ -28,7 +29,8 @@ class Decider {
   void addVariable(bool phase);
   /// Gives v, which has never been bumped, an activity to begin with.
   void favour(Var v, double start);
-  void onUnassign(Lit was_true);
+  /// The literals of the trail from place `from` on lose their values.
+  void onUnassign(int from);
 
   /// The variable to decide, which is unassigned; -1 when all are assigned.
   Var next();
@@ -105,6 +107,7 @@ class Decider {
   std::vector<signed char> best;
   std::vector<signed char> solution;
   int best_size = 0;
+  int noted = 0; ///< the trail up to there is what it was when the best values were taken from it
 };
 
 } // namespace estoc

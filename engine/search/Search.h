@@ -184,8 +184,8 @@ class Search final : private UnassignListener {
     if (options.audit != nullptr) options.audit(*this, point);
 #endif
   }
-  void onUnassign(Lit was_true) override {
-    decider.onUnassign(was_true);
+  void onUnassign(int first) override {
+    decider.onUnassign(first);
   }
   template <class N> RowState prepare(RowOf<N, N>& row, ProofId& id);
   bool enqueueFacts(const std::vector<Lit>& facts);
