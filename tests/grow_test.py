@@ -99,7 +99,7 @@ class Measurement(unittest.TestCase):
             grow.write_problem(text, 2000, "spread", seed)
             for program, options, pattern in (
                     (trace, [], r" (?:propagations|inspects)=(\d+)"),
-                    (estoc, ["--no-lp", "--no-local-search", "--verbosity", "2"],
+                    (estoc, [*grow.ESTOC_OPTIONS, "--verbosity", "2"],
                      r"(?m)^c (?:clause|row) visits (\d+)$")):
                 alone = subprocess.run([program, *options], input=text.getvalue(),
                                        capture_output=True, text=True, check=False)

@@ -20,10 +20,11 @@ constexpr int near = 8;
 Ref Propagation::propagateClauses(Lit falsified) {
   CompactList<ClauseWatch>& list = watches[falsified.index()].clauses;
   ClauseWatch* keep = list.begin();
-  const ClauseWatch* const end = list.end();
+  const ClauseWatch* const end = keep + list.size();
   done.clause_visits += list.size();
+  std::uint64_t looked_at = 0; // terms
   Ref conflict = no_ref;
-  const ClauseWatch* entry = list.begin();
+  const ClauseWatch* entry = keep;
   while (entry != end) {
     const ClauseWatch watch = *entry++;
     const signed char blocking = trail.value(watch.blocker);
@@ -51,7 +52,7 @@ Ref Propagation::propagateClauses(Lit falsified) {
     Lit* replacement = literals + 2;
     const Lit* const last = literals + c.size;
     while (replacement != last && trail.value(*replacement) < 0) replacement++;
-    done.terms += static_cast<std::uint64_t>(replacement - literals);
+    looked_at += static_cast<std::uint64_t>(replacement - literals);
     if (replacement != last) {
       const Lit found = *replacement;
       literals[0] = other;
@@ -70,6 +71,7 @@ Ref Propagation::propagateClauses(Lit falsified) {
   }
   while (entry != end) *keep++ = *entry++; // behind a conflict
   list.truncate(keep);
+  done.terms += looked_at;
   return conflict;
 }
 
