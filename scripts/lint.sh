@@ -20,9 +20,10 @@ python=$(git ls-files '*.py'; git grep -l '^#!/usr/bin/env python3' -- bench)
   pycodestyle --max-line-length=106 --ignore=E203,E402,W503,W504 $python
 }
 
-# clang-tidy wants clang's own command lines: it knows no g++ warnings.
-cmake --preset check-clang -DCMAKE_EXPORT_COMPILE_COMMANDS=ON >/dev/null
-commands=build/check-clang/compile_commands.json
+# clang-tidy wants clang's own command lines: it knows no g++ warnings. There is nothing to build, and so
+# no compiled headers.
+cmake --preset check-clang -B build/lint -DQUILLON_PRECOMPILE=OFF -DCMAKE_EXPORT_COMPILE_COMMANDS=ON >/dev/null
+commands=build/lint/compile_commands.json
 
 echo "== clang-tidy"
 scripts/tidy.py "$jobs"

@@ -107,7 +107,8 @@ def copy_tree():
         target.parent.mkdir(parents=True, exist_ok=True)
         shutil.copy(source, target)
     subprocess.run(["cmake", "-S", TREE, "-B", BUILD, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=None",
-                    "-DCMAKE_CXX_FLAGS=-O1", "-DQUILLON_WERROR=OFF"], check=True,
+                    "-DCMAKE_CXX_FLAGS=-O1", "-DQUILLON_WERROR=OFF",
+                    "-DQUILLON_PRECOMPILE=ON"], check=True,
                    stdout=subprocess.DEVNULL)
 
 

@@ -9,7 +9,7 @@ other folders, are looked at one by one.
 usage: scripts/tidy.py [JOBS [FOLDER...]]
 
 JOBS is by default one per processor. Without a FOLDER all are looked at. CMake has to have written
-build/check-clang/compile_commands.json.
+build/lint/compile_commands.json, as scripts/lint.sh lets it.
 """
 import concurrent.futures
 import json
@@ -22,7 +22,7 @@ import sys
 import time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-BUILD = ROOT / "build" / "check-clang"
+BUILD = ROOT / "build" / "lint"
 UNITS = ROOT / "build" / "tidy"
 TOGETHER = ["engine", "program", "checker"]
 ALONE = ["src", "process", "formats", "tools"]
