@@ -8,9 +8,9 @@
 #include <algorithm>
 #include <fstream>
 #include <map>
-#include <regex>
 
 #include "Allocator.h"
+#include "Pattern.h"
 #include "Process.h"
 
 namespace {
@@ -20,7 +20,7 @@ constexpr const char* why_skipped = "AddressSanitizer has an allocator of its ow
 
 /// Output without the one figure that differs between runs.
 std::string comparable(const std::string& out) {
-  return std::regex_replace(out, std::regex("(c total time +: )[^\n]*"), "$1");
+  return replaced(out, "(c total time +: )[^\n]*", "$1");
 }
 
 /// Where memory ran out.
@@ -31,7 +31,7 @@ Phase phaseOf(const Finished& f, const Finished& whole) {
   EXPECT_EQ(f.signal, 0) << f.err;
   if (f.exit == 71) {
     EXPECT_NE(f.err.find("memory exhausted"), std::string::npos) << f.err;
-    EXPECT_FALSE(std::regex_search(f.out, std::regex("(^|\n)[sv] "))) << f.out;
+    EXPECT_FALSE(contains(f.out, "(^|\n)[sv] ")) << f.out;
     return f.out.find("c starting to Solve") == std::string::npos ? Phase::loading
                                                                   : Phase::searching;
   }
@@ -131,9 +131,8 @@ TEST(Memory, MayRunOutInTheTools) {
         in_a_row = 0;
         failed++;
         EXPECT_EQ(f.out, "");
-        EXPECT_TRUE(
-            std::regex_match(f.err, std::regex(setup.program + ": (memory exhausted|[^\n]*: "
-                                                               "Cannot allocate memory)\n")))
+        EXPECT_TRUE(isLike(f.err, setup.program + ": (memory exhausted|[^\n]*: "
+                                                  "Cannot allocate memory)\n"))
             << f.err;
         EXPECT_EQ(f.exit, 3);
         ASSERT_FALSE(testing::Test::HasFailure()) << setup.program << ", allocation " << number;
@@ -186,7 +185,7 @@ TEST(StandardInput, ThatIsGarbageIsNotReadToTheEnd) {
     ASSERT_EQ(truncate(path.c_str(), gigabyte), 0); // takes no room on the disk
     const int input = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     const Finished f = run({.program = "quillon", .input_fd = input});
-    EXPECT_TRUE(std::regex_match(f.out, std::regex("c 1: [^\n]+\ns UNKNOWN\n"))) << f.out;
+    EXPECT_TRUE(isLike(f.out, "c 1: [^\n]+\ns UNKNOWN\n")) << f.out;
     EXPECT_EQ(f.exit, 0);
     EXPECT_LE(lseek(input, 0, SEEK_CUR), 1 << 20); // how far it was read
     close(input);

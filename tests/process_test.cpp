@@ -8,9 +8,9 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <regex>
 #include <utility>
 
+#include "Pattern.h"
 #include "Process.h"
 #include "formats/QuillonOutput.h"
 #include "formats/StarReader.h"
@@ -18,13 +18,6 @@
 #include "process/Signals.h"
 
 namespace {
-
-/// A shell starts what it puts in the background with SIGINT ignored, which our children would
-/// inherit.
-[[maybe_unused]] const bool signals_are_default = [] {
-  for (const int s : {SIGTERM, SIGINT, SIGHUP, SIGXCPU}) std::signal(s, SIG_DFL);
-  return true;
-}();
 
 const char* const tiny = "+1*x1 +1*x2 >= 1;\n";
 
@@ -55,21 +48,20 @@ const std::string hard_optimisation = pigeons(14, 13, true);
 
 /// The lines of the output that are not comments.
 std::string results(const std::string& out) {
-  return std::regex_replace(out, std::regex("c .*\n"), "");
+  return replaced(out, "c .*\n", "");
 }
 
 /// Expects what a run over `problem` prints when it is stopped: total time, then the best solution
 /// if there is an objective, and exit code 10.
 void expectStopped(const Finished& f, const std::string& problem, bool has_solution) {
   EXPECT_EQ(f.exit, 10) << f.err;
-  EXPECT_TRUE(std::regex_search(f.out, std::regex("c total time              : [0-9.e-]+ s\ns ")))
-      << f.out;
+  EXPECT_TRUE(contains(f.out, "c total time              : [0-9.e-]+ s\ns ")) << f.out;
   EXPECT_EQ(f.out.find("optimum objective"), std::string::npos);
   if (!has_solution) {
     EXPECT_EQ(results(f.out), "s UNKNOWN\n");
     return;
   }
-  EXPECT_TRUE(std::regex_match(results(f.out), std::regex("s SATISFIABLE\nv [^\n]* \n")));
+  EXPECT_TRUE(isLike(results(f.out), "s SATISFIABLE\nv [^\n]* \n"));
   const auto parsed = formats::readStar(problem);
   const auto output = formats::readQuillonOutput(f.out);
   ASSERT_TRUE(parsed && output);
@@ -107,20 +99,19 @@ TEST(Options, AreInterpretedInOrder) {
   }
   const Finished help = run({.program = "quillon", .arguments = {"--help"}});
   EXPECT_EQ(help.exit, 0);
-  EXPECT_TRUE(std::regex_match(
-      help.out, std::regex("Usage: quillon \\[options...\\] < filename\n\n  options:\n"
-                           "   --t nnn                   set timeout to nnn seconds\n"
-                           "   --help                    display this help information\n\n"
-                           " for more info, please visit [^\n]+\n\n")))
+  EXPECT_TRUE(isLike(help.out, "Usage: quillon \\[options...\\] < filename\n\n  options:\n"
+                               "   --t nnn                   set timeout to nnn seconds\n"
+                               "   --help                    display this help information\n\n"
+                               " for more info, please visit [^\n]+\n\n"))
       << help.out;
 }
 
 TEST(Output, HasTheLinesInTheirOrder) {
   const Finished f = run({.program = "quillon", .input = "min: +1*x1 +2*x2;\n+1*x1 +1*x2 >= 1;\n"});
-  EXPECT_TRUE(std::regex_match(
-      f.out, std::regex("c starting to Solve\nc #variables read: 2 - #constraints read: 2\n"
-                        "c optimum objective found = 1\nc total time              : [0-9.e-]+ s\n"
-                        "s OPTIMUM FOUND\nv x1 -x2 \n")))
+  EXPECT_TRUE(isLike(f.out,
+                     "c starting to Solve\nc #variables read: 2 - #constraints read: 2\n"
+                     "c optimum objective found = 1\nc total time              : [0-9.e-]+ s\n"
+                     "s OPTIMUM FOUND\nv x1 -x2 \n"))
       << f.out;
   EXPECT_EQ(f.exit, 30);
   const Finished g = run({.program = "quillon", .input = "+1*x1 +1*x2 >= 3;\n"});
@@ -252,15 +243,15 @@ TEST(Signals, IgnoredOnesStayIgnored) {
 }
 
 TEST(Progress, IsOffUnlessAskedForOrOnATerminal) {
-  const std::regex line("c [0-9-]{10}T[0-9:]{8}Z [0-9.]+ s, [0-9]+ conflicts, [0-9]+ restarts, "
-                        "[0-9]+ learnt, best objective [0-9]+ at [0-9.]+ s\n");
+  const std::string line("c [0-9-]{10}T[0-9:]{8}Z [0-9.]+ s, [0-9]+ conflicts, [0-9]+ restarts, "
+                         "[0-9]+ learnt, best objective [0-9]+ at [0-9.]+ s\n");
   for (const char* wish : {"", "0", "1"}) {
     const Finished f = run({.program = "quillon",
                             .arguments = {"--t", std::string(wish) == "1" ? "1" : "0"},
                             .environment = {{"QUILLON_PROGRESS", wish}},
                             .input = hard_optimisation});
     expectStopped(f, hard_optimisation, true);
-    EXPECT_EQ(std::regex_search(f.err, line), std::string(wish) == "1") << f.err;
+    EXPECT_EQ(contains(f.err, line), std::string(wish) == "1") << f.err;
     EXPECT_EQ(f.out.find("conflicts"), std::string::npos);
   }
 }
@@ -310,10 +301,11 @@ TEST(Progress, OnATerminalIsOneLineThatGoesAway) {
     const std::string erase = "\r\033[K";
     ASSERT_GT(said.size(), erase.size());
     EXPECT_EQ(said.substr(said.size() - erase.size()), erase);
-    std::smatch last;
-    ASSERT_TRUE(std::regex_search(said, last, std::regex("\rc ([^\r\n]*)\033\\[K")));
-    EXPECT_LT(last[1].length(), width - 2);
-    EXPECT_EQ(last[1].str().find("best objective") != std::string::npos, width == 200);
+    const auto shown = matches(said, "\rc ([^\r\n]*)\033\\[K");
+    ASSERT_FALSE(shown.empty());
+    for (const std::vector<std::string>& line : shown)
+      EXPECT_LT(line.at(1).size(), static_cast<std::size_t>(width - 2));
+    EXPECT_EQ(shown.at(0).at(1).find("best objective") != std::string::npos, width == 200);
   }
   const std::string quiet = onTerminal({.program = "quillon",
                                         .arguments = {"--t", "0"},

@@ -5,9 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <regex>
+#include <map>
 #include <sstream>
 
+#include "Pattern.h"
 #include "Process.h"
 #include "formats/QuillonOutput.h"
 #include "formats/StarReader.h"
@@ -53,12 +54,10 @@ std::vector<Expected> table(const std::string& dir, const std::string& csv, bool
 /// The counters of the trace line, by name.
 std::map<std::string, std::string> counters(const std::string& err) {
   std::map<std::string, std::string> result;
-  const std::regex pair("([a-z_]+)=([0-9]+)");
   const size_t start = err.find("stats ");
   if (start == std::string::npos) return result;
-  const std::string line = err.substr(start);
-  for (std::sregex_iterator it(line.begin(), line.end(), pair), end; it != end; ++it)
-    result[(*it)[1]] = (*it)[2];
+  for (const auto& match : matches(err.substr(start), "([a-z_]+)=([0-9]+)"))
+    result[match.at(1)] = match.at(2);
   return result;
 }
 
@@ -72,8 +71,7 @@ TEST_P(Golden, RunIsExact) {
   EXPECT_EQ(std::to_string(f.exit), e.fields.at("exit")) << f.err;
 
   if (!e.output.empty()) {
-    const std::regex time("(c total time +: )[0-9.e+-]+ s\n");
-    EXPECT_EQ(std::regex_replace(f.out, time, "$1#\n"), slurp(e.output));
+    EXPECT_EQ(replaced(f.out, "(c total time +: )[0-9.e+-]+ s\n", "$1#\n"), slurp(e.output));
   } else {
     EXPECT_NE(f.out.find("\ns " + e.fields.at("verdict") + "\n"), std::string::npos) << f.out;
     const std::string& objective = e.fields.at("objective");

@@ -15,6 +15,17 @@
 #include <sstream>
 #include <stdexcept>
 
+namespace {
+
+/// A shell starts what it puts in the background with SIGINT ignored, which our children would
+/// inherit: tests that interrupt one would wait for ever.
+[[maybe_unused]] const bool signals_are_default = [] {
+  for (const int s : {SIGTERM, SIGINT, SIGHUP, SIGXCPU}) std::signal(s, SIG_DFL);
+  return true;
+}();
+
+} // namespace
+
 std::string slurp(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   if (!in) throw std::runtime_error("cannot read " + path);
