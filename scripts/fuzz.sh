@@ -1,14 +1,15 @@
 #!/usr/bin/env bash
 # Builds the fuzz targets and runs each from the same seed, FACTOR (default 1) times a fixed number
-# of runs; with target names behind the factor, only those. Ends at the first fault, and the input
-# that causes it is then in build/fuzz-found.
+# of runs; with target names behind the factor, only those. As many run at a time as there are
+# processors. Starts no more behind a fault, and the input that causes it is then in build/fuzz-found.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 factor=${1:-1}
 [ $# -eq 0 ] || shift
-wanted=${*:-reader_fuzz formats_fuzz agreement_fuzz program_fuzz solver_fuzz checker_fuzz engine_fuzz}
+[ $# -gt 0 ] ||
+  set -- reader_fuzz formats_fuzz agreement_fuzz program_fuzz solver_fuzz checker_fuzz engine_fuzz
 cmake --preset fuzz >/dev/null
-cmake --build --preset fuzz
+cmake --build --preset fuzz --target "$@"
 
 # Seeds. Texts: the golden problems, their outputs, and for targets that take both the two in one.
 # Where the bytes are choices, any bytes will do.
@@ -46,23 +47,32 @@ for i in range(100):
     (pathlib.Path(sys.argv[1]) / str(i)).write_bytes(source.randbytes(source.randint(20, 400)))
 EOF
 
-run() { # run TARGET RUNS SEEDS OPTION...
+one() { # one TARGET RUNS SEEDS OPTION...
   local target=$1 runs=$(($2 * factor)) seeds=$3
   shift 3
   case " $wanted " in *" $target "*) ;; *) return 0 ;; esac
   local corpus=build/fuzz-corpus/$target # what was found to reach new code; anew each time
   rm -rf "$corpus"
   mkdir -p "$corpus"
-  echo "== $target, $runs runs"
-  build/fuzz/fuzz/"$target" -seed=1 -runs="$runs" -timeout=20 -artifact_prefix=build/fuzz-found/ \
-    "$@" "$corpus" "$seeds" >build/"$target".log 2>&1 || { tail -60 build/"$target".log; exit 1; }
-  tail -1 build/"$target".log
+  if build/fuzz/fuzz/"$target" -seed=1 -runs="$runs" -timeout=20 -artifact_prefix=build/fuzz-found/ \
+    "$@" "$corpus" "$seeds" >build/"$target".log 2>&1; then
+    echo "== $target: $(tail -1 build/"$target".log)"
+  else
+    echo "== $target: a fault"
+    tail -60 build/"$target".log
+    return 255 # xargs starts no more
+  fi
 }
+export -f one
+export factor wanted="$*"
 
-run reader_fuzz 40000 "$texts" -dict=fuzz/star.dict
-run formats_fuzz 60000 "$texts" -dict=fuzz/formats.dict
-run agreement_fuzz 20000 "$texts" -dict=fuzz/star.dict
-run program_fuzz 2000 "$choices" -max_len=400 -len_control=0
-run solver_fuzz 20000 "$choices" -max_len=400 -len_control=0
-run checker_fuzz 60000 "$proofs" -dict=fuzz/proof.dict
-run engine_fuzz 1500 "$choices" -max_len=600 -len_control=0 -timeout=100
+# Long ones first.
+xargs -P "$(nproc)" -L 1 bash -euo pipefail -c 'one "$@"' one <<EOF
+engine_fuzz 1500 $choices -max_len=600 -len_control=0 -timeout=100
+program_fuzz 2000 $choices -max_len=400 -len_control=0
+checker_fuzz 60000 $proofs -dict=fuzz/proof.dict
+solver_fuzz 20000 $choices -max_len=400 -len_control=0
+formats_fuzz 60000 $texts -dict=fuzz/formats.dict
+reader_fuzz 40000 $texts -dict=fuzz/star.dict
+agreement_fuzz 20000 $texts -dict=fuzz/star.dict
+EOF
