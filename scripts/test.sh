@@ -8,7 +8,9 @@ scripts/setup.sh tests
 jobs=$(nproc)
 for preset in "$@"; do
   echo "== $preset"
+  begin=$(date +%s)
   cmake --preset "$preset" -DBUILD_TESTING=ON >/dev/null
   cmake --build --preset "$preset"
+  echo "== $preset: built in $(($(date +%s) - begin)) s"
   ctest --preset "$preset" -j "$jobs"
 done
