@@ -158,10 +158,12 @@ class SearchAudit::Pass {
     demand(g.partial == 0 || !g.exhausted || others_false, describe(ref), ": could watch more");
     demand(point != AuditPoint::fixpoint || others_false || lacking <= 0 || slack >= g.largest,
            describe(ref), ": watches too little");
-    for (std::uint32_t i = 0; lacking > 0 && i < g.cursor && g.terms()[i].coefficient > g.slack;
-         i++)
+    const std::uint32_t cursor = g.position();
+    demand(g.threshold == (cursor < g.size ? g.terms()[cursor].coefficient : 0), describe(ref),
+           ": has a wrong threshold");
+    for (std::uint32_t i = 0; lacking > 0 && i < cursor; i++)
       demand(trail.isAssigned(g.terms()[i].literal.var()), describe(ref), ": has its cursor at ",
-             g.cursor, ", but not yet implied all before it");
+             cursor, ", but not yet implied all before it");
     return watched;
   }
 

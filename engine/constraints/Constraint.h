@@ -56,15 +56,22 @@ template <class C, class S> struct General : Header {
   using Coefficient = C;
   using Sum = S;
   // A visit that implies nothing takes these three, which stand together for that.
-  S slack;              ///< sum over the watched literals not yet seen falsified, less the degree
-  C largest;            ///< coefficient of the first term
-  std::uint32_t cursor; ///< the terms before it, while they exceed the slack, are assigned
+  S slack;     ///< sum over the watched literals not yet seen falsified, less the degree
+  C largest;   ///< coefficient of the first term
+  C threshold; ///< coefficient at the cursor, 0 at the end: a slack that reaches it implies nothing
   S degree;
+  std::uint32_t cursor;    ///< all terms before it are assigned, or what is true is enough; if the
+                           ///< threshold is the largest coefficient, it is 0 whatever stands here
   std::uint32_t scan;      ///< where the search for more literals to watch goes on
   std::uint32_t satisfier; ///< a term that has lately been true and enough by itself, or any other
   bool exhausted;
   Term<C>* terms() { return reinterpret_cast<Term<C>*>(this + 1); }
   const Term<C>* terms() const { return reinterpret_cast<const Term<C>*>(this + 1); }
+  std::uint32_t position() const { return threshold == largest ? 0 : cursor; }
+  void setCursor(std::uint32_t place) {
+    cursor = place;
+    threshold = place < size ? terms()[place].coefficient : C(0);
+  }
   /// With `partial`: a bit for each term, whether it is watched.
   bool isWatched(std::uint32_t i) const { return (bits()[i / 32] >> (i % 32) & 1U) != 0; }
   void watch(std::uint32_t i) { bits()[i / 32] |= 1U << (i % 32); }

@@ -81,7 +81,8 @@ Ref Propagation::propagateClauses(Lit falsified) {
 template <class G> void Propagation::implyGeneral(G& g, Ref ref) {
   if (isSatisfied(g)) return;
   const auto* const terms = g.terms();
-  std::uint32_t i = g.cursor;
+  const std::uint32_t first = g.position();
+  std::uint32_t i = first;
   typename G::Sum lacking = g.degree; // less what is true
   for (; i < g.size && terms[i].coefficient > g.slack; i++) {
     const signed char value = trail.value(terms[i].literal);
@@ -91,14 +92,14 @@ template <class G> void Propagation::implyGeneral(G& g, Ref ref) {
       lacking -= terms[i].coefficient;
       if (lacking <= 0) {
         g.satisfier = i;
-        done.terms += i - g.cursor;
-        g.cursor = g.size;
+        done.terms += i - first;
+        g.setCursor(g.size);
         return;
       }
     }
   }
-  done.terms += i - g.cursor;
-  g.cursor = i;
+  done.terms += i - first;
+  g.setCursor(i);
 }
 
 /// A watched literal, term number `index`, has become false. Watches others instead, as many as it
@@ -117,7 +118,7 @@ bool Propagation::visitPartial(General32& g, Ref ref, std::uint32_t index, bool&
     std::uint32_t i = g.scan;
     std::uint32_t looked = 0;
     for (; looked < g.size && g.slack < wanted; looked++) {
-      if (!g.isWatched(i) && trail.value(terms[i].literal) >= 0) {
+      if (trail.value(terms[i].literal) >= 0 && !g.isWatched(i)) { // mostly it is false
         g.watch(i);
         g.slack += terms[i].coefficient;
         watches[terms[i].literal.index()].rows.push(RowWatch::ofTerm(ref, i));
@@ -135,7 +136,7 @@ bool Propagation::visitPartial(General32& g, Ref ref, std::uint32_t index, bool&
   }
   keep = true;
   if (g.slack < 0) return false;
-  implyGeneral(g, ref);
+  if (g.slack < g.threshold) implyGeneral(g, ref);
   return true;
 }
 
@@ -183,7 +184,7 @@ Ref Propagation::propagateRows(Lit falsified) {
     const RowWatch watch = *entry;
     const auto count = [&](auto& g, const auto& coefficient) {
       g.slack -= coefficient;
-      if (g.slack >= g.largest || conflict != no_ref) return;
+      if (g.slack >= g.threshold || conflict != no_ref) return;
       if (g.slack < 0)
         conflict = watch.ref();
       else
@@ -236,12 +237,12 @@ void Propagation::giveBack(const CompactList<RowWatch>& list) {
     if (watch.counts()) {
       auto& g = static_cast<General32&>(at(watch.ref()));
       g.slack += watch.coefficient();
-      g.cursor = 0;
+      g.threshold = g.largest;
       continue;
     }
     withGeneral(at(watch.ref()), [&](auto& g) {
       g.slack += g.terms()[watch.place()].coefficient;
-      g.cursor = 0;
+      g.threshold = g.largest;
       g.exhausted = false;
     });
   }
@@ -284,7 +285,7 @@ bool Propagation::imply(Ref ref) {
   default:
     return withGeneral(header, [&](auto& g) {
       if (g.slack < 0) return false;
-      if (g.slack < g.largest) implyGeneral(g, ref);
+      if (g.slack < g.threshold) implyGeneral(g, ref);
       return true;
     });
   }

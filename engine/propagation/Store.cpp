@@ -75,7 +75,7 @@ Ref Propagation::storeGeneral(Kind kind, const R& row, bool learnt, unsigned glu
   auto& g = create<G>(kind, row.terms.size(), learnt, glue, id, ref);
   g.degree = static_cast<typename G::Sum>(row.degree);
   g.slack = -g.degree;
-  g.largest = static_cast<C>(row.terms.front().coefficient);
+  g.largest = g.threshold = static_cast<C>(row.terms.front().coefficient);
   auto* const terms = g.terms();
   for (std::uint32_t i = 0; i < g.size; i++)
     terms[i] = {static_cast<C>(row.terms[i].coefficient), row.terms[i].literal};
@@ -226,7 +226,7 @@ void Propagation::raiseDegree(Ref ref, Int128 amount, ProofId id) {
     using S = typename std::remove_reference_t<decltype(g)>::Sum;
     g.degree += static_cast<S>(amount);
     g.slack -= static_cast<S>(amount);
-    g.cursor = 0;
+    g.threshold = g.largest;
   });
 }
 
