@@ -11,7 +11,7 @@ _quillon() {
       options+=" --no-focused-mode --no-rephase --no-solution-phases --no-weaken-fully"
       options+=" --no-weaken-learnt --no-minimise --no-core-guided --no-presolve"
       options+=" --no-row-comparison --no-row-splitting"
-      options+=" --no-local-search --no-lp --no-targets --no-cuts --no-neighbourhoods"
+      options+=" --no-local-search --no-lp --no-lazy-rows --no-targets --no-cuts --no-neighbourhoods"
       options+=" --no-probing --no-vivification --no-subsumption --no-at-most-ones"
       options+=" --smallest-width"
       ;;

@@ -33,6 +33,7 @@ inline constexpr Technique techniques[] = {
     {"neighbourhoods", &estoc::Options::neighbourhoods, "search around the best solution"},
     {"targets", &estoc::Options::targets, "raise what is branched below step by step"},
     {"cuts", &estoc::Options::cuts, "add rows that the relaxation's optimum violates"},
+    {"lazy-rows", &estoc::Options::lazy_rows, "keep rows from the relaxation that do not matter"},
     {"lp", &estoc::Options::lp, "solve the linear relaxation"},
 };
 

@@ -33,8 +33,8 @@ void Branching::forgetRest() {
   next_rest = 0;
 }
 
-std::uint64_t Branching::spent() const {
-  return relaxer.totalWork() - start;
+std::uint64_t Branching::left() const {
+  return budget - std::min(budget, relaxer.totalWork() - start);
 }
 
 /// The next decision of the path that is to be made again. False when all of them are made; what
@@ -60,20 +60,22 @@ Advice Branching::advise() {
     const Lit l = rest[next_rest++];
     if (!trail.isAssigned(l.var())) return {Advice::Kind::decide, l};
   }
-  if (spent() > budget) return {Advice::Kind::stop};
+  if (left() == 0) return {Advice::Kind::stop};
   const Relaxed dear = relaxer.tightenDemand();
   if (dear.kind == Relaxed::Kind::hopeless) return {Advice::Kind::infeasible};
   if (dear.row != nullptr) return {Advice::Kind::learn, {}, dear.row, dear.id};
   Lit literal;
   if (resume(literal)) return {Advice::Kind::decide, literal};
   const std::uint64_t before = relaxer.pivots();
-  const Relaxed answer = relaxer.ask(Relaxer::node_limit);
+  const Relaxed answer = relaxer.ask(left());
   node_pivots += relaxer.pivots() - before;
   switch (answer.kind) {
   case Relaxed::Kind::hopeless:
     return {Advice::Kind::infeasible};
   case Relaxed::Kind::row:
     return {Advice::Kind::learn, {}, answer.row, answer.id};
+  case Relaxed::Kind::unfinished:
+    return {Advice::Kind::stop};
   case Relaxed::Kind::nothing:
     return {};
   case Relaxed::Kind::optimum:

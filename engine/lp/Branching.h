@@ -30,7 +30,7 @@ class Branching final : public Guide {
   Advice advise() override;
   bool allowsRestarts() const override { return false; }
   /// What has been spent since `begin`.
-  std::uint64_t spent() const;
+  std::uint64_t left() const;
 
  private:
   struct Decided {

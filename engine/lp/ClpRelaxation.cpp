@@ -73,6 +73,10 @@ class ClpRelaxation final : public Relaxation {
   }
 
   int rows() const override { return model->numberRows(); }
+  std::size_t size() const override {
+    const bool has_rows = model->numberRows() > 0; // there is no matrix else
+    return columns.size() + (has_rows ? static_cast<std::size_t>(model->getNumElements()) : 0);
+  }
   void addRows(const RelaxationRows& more) override;
   void removeRows(const std::vector<int>& which) override {
     const Working working(whole);

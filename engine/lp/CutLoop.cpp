@@ -40,29 +40,32 @@ CutLoop::CutLoop(Relaxer& r, Search& s)
   if (search.proof() != nullptr) derivation = std::make_unique<Derivation>(*search.proof());
 }
 
-void CutLoop::begin(std::uint64_t work) {
-  begun = true;
+void CutLoop::begin(std::uint64_t work, std::uint64_t first_work) {
   budget = work;
+  first_budget = first_work;
   start = relaxer.totalWork();
   stalled = 0;
   first = true;
 }
 
-std::uint64_t CutLoop::spent() const {
-  return relaxer.totalWork() - start;
+std::uint64_t CutLoop::leftOf(std::uint64_t work) const {
+  return work - std::min(work, relaxer.totalWork() - start);
 }
 
 Advice CutLoop::finish() {
+  begun = true;
   forgetSlack(1);
   return {Advice::Kind::stop};
 }
 
 Advice CutLoop::advise() {
   for (;;) {
-    if (trail.level() > 0 || search.isInterrupted() || spent() > budget) return finish();
-    const Relaxed answer = relaxer.ask(Relaxer::node_limit);
+    if (trail.level() > 0 || search.isInterrupted() || leftOf(budget) == 0) return finish();
+    const Relaxed answer = relaxer.ask(leftOf(first ? first_budget : budget));
     if (answer.kind == Relaxed::Kind::hopeless) return {Advice::Kind::infeasible};
     if (answer.row != nullptr) return {Advice::Kind::learn, {}, answer.row, answer.id};
+    if (answer.kind == Relaxed::Kind::unfinished && first) return {Advice::Kind::stop};
+    begun = true;
     if (answer.kind != Relaxed::Kind::optimum) return finish();
     const double cost = relaxer.cost();
     const double step = progress * std::max(1.0, std::abs(best_cost));
@@ -343,7 +346,7 @@ void CutLoop::fromTableau() {
   const std::size_t most = std::min(most_tableau, most_multipliers / program.rows());
   if (columns.size() > most) columns.resize(most);
   const std::vector<std::vector<double>> tableau = program.relaxation().tableau(columns);
-  relaxer.charge(columns.size());
+  relaxer.charge(0, columns.size());
   std::vector<Share> shares;
   for (const std::vector<double>& multipliers : tableau) {
     if (multipliers.empty()) continue;

@@ -31,8 +31,9 @@ class CutLoop final : public Guide {
  public:
   CutLoop(Relaxer& r, Search& s);
 
-  /// The next run may do `work`, in the unit of `Search::work`.
-  void begin(std::uint64_t work);
+  /// The next run may do `work`, in the unit of `Search::work`, of which `first_work` on the
+  /// relaxation's first optimum. A run that does not get that far has not begun.
+  void begin(std::uint64_t work, std::uint64_t first_work);
   /// Whether there was one.
   bool hasBegun() const { return begun; }
   Advice advise() override;
@@ -56,6 +57,7 @@ class CutLoop final : public Guide {
   const Trail& trail;
   std::uint64_t start = 0;
   std::uint64_t budget = 0;
+  std::uint64_t first_budget = 0;
   int stalled = 0;
   double best_cost = 0;
   bool first = true;
@@ -68,7 +70,7 @@ class CutLoop final : public Guide {
   std::vector<double> dense;
   CutCounters count;
 
-  std::uint64_t spent() const;
+  std::uint64_t leftOf(std::uint64_t work) const;
   Advice finish();
   void makeBase(const std::vector<Share>& shares, Derivation* to);
   void finishRow(const Row& row, int bits, Derivation* to);

@@ -20,6 +20,17 @@ struct RelaxationRows {
   std::vector<double> upper; ///< of each row, perhaps infinity
 
   int count() const { return static_cast<int>(lower.size()); }
+  /// Adds row `row` of `from` behind the others.
+  void append(const RelaxationRows& from, std::size_t row) {
+    const auto first = from.starts[row];
+    const auto last = from.starts[row + 1];
+    columns.insert(columns.end(), from.columns.begin() + first, from.columns.begin() + last);
+    coefficients.insert(coefficients.end(), from.coefficients.begin() + first,
+                        from.coefficients.begin() + last);
+    starts.push_back(static_cast<int>(columns.size()));
+    lower.push_back(from.lower[row]);
+    upper.push_back(from.upper[row]);
+  }
 };
 
 /// How the objective moves when a column is fixed at 0 and at 1, as far as some pivots tell.
@@ -46,6 +57,8 @@ class Relaxation {
   virtual ~Relaxation() = default;
 
   virtual int rows() const = 0;
+  /// Columns, and numbers in rows, that a pivot may have to look at.
+  virtual std::size_t size() const = 0;
   virtual void addRows(const RelaxationRows& more) = 0;
   /// Takes the rows out whose numbers `which` has; the others move up.
   virtual void removeRows(const std::vector<int>& which) = 0;

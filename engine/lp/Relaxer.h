@@ -23,10 +23,11 @@ struct RelaxationCounters {
 /// What the relaxation says under the trail.
 struct Relaxed {
   enum class Kind {
-    optimum,  ///< the values are there; `row`, if not null, is implying
-    row,      ///< `row` is falsified or implying
-    hopeless, ///< there is no solution at all (that costs little enough)
-    nothing   ///< no help: the pivots are spent, or the library is in trouble
+    optimum,    ///< the values are there; `row`, if not null, is implying
+    row,        ///< `row` is falsified or implying
+    hopeless,   ///< there is no solution at all (that costs little enough)
+    unfinished, ///< the work is spent; the next call goes on where this one ended
+    nothing     ///< no help: the library is in trouble
   };
   Kind kind = Kind::nothing;
   const LearntRow* row = nullptr;
@@ -36,8 +37,6 @@ struct Relaxed {
 /// One linear program in service of one search.
 class Relaxer {
  public:
-  /// Pivots that a node may take.
-  static constexpr int node_limit = 100000;
   /// The relaxation of what `s` has at level 0, but for row `without`, over the first `columns`
   /// variables, with the objective unless that is null. Null where there is no LP library, or the
   /// problem is too large for it.
@@ -48,16 +47,17 @@ class Relaxer {
   /// Solutions have to cost less than `cost` from now on, says constraint `id` of the proof; if
   /// `unless` is a literal: or else it is true.
   void demandLess(Int128 cost, ProofId id, Lit unless = Lit());
-  /// Solves under the trail, which is at a fixpoint, unless the last optimum fits it.
-  Relaxed ask(int pivots);
+  /// Solves under the trail, which is at a fixpoint, unless the last optimum fits it. Ends after
+  /// `most` units of work, in the unit of `work`, and a few pivots at least.
+  Relaxed ask(std::uint64_t most);
   /// The rows, for those who make others of them.
   LinearProgram& program() { return lp; }
   /// The values of the last optimum.
   const std::vector<double>& optimumValues() const { return values; }
   /// Rows have been added or taken out: the last optimum is no longer one.
   void rowsChanged() { has_values = false; }
-  /// Work done for the relaxation elsewhere.
-  void charge(std::uint64_t pivots);
+  /// Work done for the relaxation elsewhere: all numbers are looked at `looks` times.
+  void charge(std::uint64_t looks, std::uint64_t pivots);
   void chargeSteps(std::uint64_t done) { steps += done; }
   /// The value of variable v in the last optimum.
   double value(Var v) const { return values[static_cast<std::size_t>(v)]; }
@@ -108,6 +108,8 @@ class Relaxer {
   std::uint64_t steps = 0;
   int settled = 0; ///< literals of level 0 that the relaxation has been rid of
 
+  std::uint64_t numbers() const;
+  std::uint64_t workOfPivot() const;
   void reduce();
   bool fitsTrail();
   Int128 addUp(bool basis);

@@ -27,6 +27,8 @@ constexpr std::uint64_t least_neighbourhood_share = 4;
 constexpr std::uint64_t most_neighbourhood_share = 32;
 /// Work of the cuts.
 constexpr std::uint64_t cut_budget = 200000000;
+/// Of a slice on the first optimum of the relaxation.
+constexpr std::uint64_t first_lp = 200000000;
 /// Within this part of the cost of the best solution nothing dives for better ones any more.
 constexpr int near_enough = 256;
 /// Of so many slices of branching one dives.
@@ -37,6 +39,8 @@ constexpr std::uint64_t share_unit = 4;
 constexpr std::uint64_t near_share = 24;
 constexpr std::uint64_t medium_share = 8;
 constexpr std::uint64_t far_share = 1;
+/// The same while nothing is known of the gap, as the relaxation has not been solved yet.
+constexpr std::uint64_t first_share = 8;
 } // namespace
 
 Coordinator::Coordinator(const Options& o, Search& s, Objective what, Var n)
@@ -371,14 +375,15 @@ Coordinator::SliceEnd Coordinator::cutSlice(Listener* listener, std::uint64_t bu
   target.drop();
   if (upper) relaxer->demandLess(*upper, upper_id);
   search.backToRoot();
-  cut_loop->begin(budget);
+  cut_loop->begin(budget, options.paced(first_lp));
   search.setGuide(cut_loop.get());
   const Outcome outcome = search.run({}, std::numeric_limits<std::uint64_t>::max() / 2);
   search.setGuide(nullptr);
   raiseLower(listener, relaxer->lowerCost(), Strategy::lp);
   if (outcome == Outcome::unsatisfiable) return refuted();
   if (outcome == Outcome::interrupted) return SliceEnd::interrupted;
-  return closed() ? SliceEnd::proven : SliceEnd::moved;
+  if (closed()) return SliceEnd::proven;
+  return cut_loop->hasBegun() ? SliceEnd::moved : SliceEnd::stuck;
 }
 
 Verdict Coordinator::run(Listener* listener) {
@@ -437,6 +442,7 @@ void Coordinator::weigh(Strategy turn, bool progress) {
 }
 
 std::uint64_t Coordinator::branchingShare() const {
+  if (cut_loop != nullptr && !cut_loop->hasBegun()) return first_share;
   if (!upper) return near_share;
   const Int128 gap = *upper - lower;
   return gap <= *upper / 10 ? near_share : gap <= *upper / 4 ? medium_share : far_share;

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Draws.h"
+#include "lp/LazyRows.h"
 #include "lp/Relaxation.h"
 
 namespace {
@@ -71,7 +72,8 @@ struct Program {
   }
 };
 
-class RelaxationTest : public testing::Test {
+/// Plain, and with rows that are shown only once they are violated.
+class RelaxationTest : public testing::TestWithParam<bool> {
  protected:
   std::atomic<bool> interrupt{false};
 
@@ -80,6 +82,7 @@ class RelaxationTest : public testing::Test {
   }
   std::unique_ptr<Relaxation> make(const Program& p) {
     std::unique_ptr<Relaxation> lp = estoc::makeRelaxation(p.columns, interrupt);
+    if (GetParam()) lp = std::make_unique<estoc::LazyRows>(std::move(lp), 1);
     for (int j = 0; j < p.columns; j++) {
       const auto i = static_cast<std::size_t>(j);
       lp->setCost(j, p.cost[i]);
@@ -90,7 +93,7 @@ class RelaxationTest : public testing::Test {
   }
 };
 
-TEST_F(RelaxationTest, MultipliersProveWhatIsSaid) {
+TEST_P(RelaxationTest, MultipliersProveWhatIsSaid) {
   int optimal = 0, infeasible = 0, cutoff = 0, useless = 0;
   for (std::uint64_t seed = 1; seed <= 3000; seed++) {
     SeededDraws draws(seed);
@@ -126,7 +129,7 @@ TEST_F(RelaxationTest, MultipliersProveWhatIsSaid) {
 }
 
 /// After rows come and go and bounds change, the answer is that of a fresh start.
-TEST_F(RelaxationTest, ChangesKeepUp) {
+TEST_P(RelaxationTest, ChangesKeepUp) {
   for (std::uint64_t seed = 1; seed <= 300; seed++) {
     SeededDraws draws(seed);
     Program program(draws);
@@ -157,7 +160,7 @@ TEST_F(RelaxationTest, ChangesKeepUp) {
 
 /// Without settled columns and rows that hold anyway the answer is the same, and stays so when a
 /// row comes that has such columns, bounds change, or a cutoff is set.
-TEST_F(RelaxationTest, GetsSmaller) {
+TEST_P(RelaxationTest, GetsSmaller) {
   int compared = 0, dropped = 0;
   for (std::uint64_t seed = 1; seed <= 2000; seed++) {
     SeededDraws draws(seed);
@@ -229,7 +232,7 @@ TEST_F(RelaxationTest, GetsSmaller) {
 }
 
 /// Trying columns out tells what fixing them costs, and leaves all as it was.
-TEST_F(RelaxationTest, ProbingAgreesWithFixing) {
+TEST_P(RelaxationTest, ProbingAgreesWithFixing) {
   int compared = 0;
   for (std::uint64_t seed = 1; seed <= 500; seed++) {
     SeededDraws draws(seed);
@@ -262,7 +265,7 @@ TEST_F(RelaxationTest, ProbingAgreesWithFixing) {
 
 /// A row of the tableau has its own column once, and no other one that is in the basis; asking for
 /// it leaves the optimum as it was.
-TEST_F(RelaxationTest, TableauRowsAreThoseOfTheBasis) {
+TEST_P(RelaxationTest, TableauRowsAreThoseOfTheBasis) {
   int rows = 0;
   for (std::uint64_t seed = 1; seed <= 3000; seed++) {
     SeededDraws draws(seed);
@@ -291,11 +294,12 @@ TEST_F(RelaxationTest, TableauRowsAreThoseOfTheBasis) {
   EXPECT_GT(rows, 100);
 }
 
-TEST_F(RelaxationTest, EndsWhenInterruptedOrEmpty) {
+TEST_P(RelaxationTest, EndsWhenInterruptedOrEmpty) {
   const auto empty = estoc::makeRelaxation(3, interrupt);
   EXPECT_EQ(empty->solve(10), End::trouble);
   std::uint64_t seed = 1;
   for (;; seed++) { // one that takes pivots
+    ASSERT_LT(seed, 1000U);
     SeededDraws draws(seed);
     const auto lp = make(Program(draws));
     if (lp->solve(1000) == End::optimal && lp->pivots() > 3) break;
@@ -308,5 +312,60 @@ TEST_F(RelaxationTest, EndsWhenInterruptedOrEmpty) {
   interrupt = false;
   EXPECT_EQ(lp->solve(1000), End::optimal);
 }
+
+/// Of many rows few are shown, those that stop mattering are hidden again, and all answers are as
+/// if all were shown.
+TEST(LazyRows, AnswerLikeAllRows) {
+  if (estoc::relaxationLibrary() == nullptr) GTEST_SKIP() << "built without an LP library";
+  constexpr int columns = 10;
+  const std::atomic<bool> interrupt{false};
+  int most_shown = 0;
+  bool has_hidden = false;
+  SeededDraws draws(1);
+  estoc::LazyRows lazy(estoc::makeRelaxation(columns, interrupt), columns);
+  const auto plain = estoc::makeRelaxation(columns, interrupt);
+  RelaxationRows rows;
+  for (int i = 0; i < 400; i++) {
+    double sum = 0;
+    for (int j = 0; j < columns; j++) {
+      if (!draws.oneIn(3)) continue;
+      rows.columns.push_back(j);
+      rows.coefficients.push_back(draws.small(1, 9));
+      sum += rows.coefficients.back();
+    }
+    rows.starts.push_back(static_cast<int>(rows.columns.size()));
+    rows.lower.push_back(std::floor(sum / draws.small(2, 9)));
+    rows.upper.push_back(infinity);
+  }
+  lazy.addRows(rows);
+  plain->addRows(rows);
+  for (int j = 0; j < columns; j++) {
+    const int cost = draws.small(1, 9);
+    lazy.setCost(j, cost);
+    plain->setCost(j, cost);
+  }
+  for (int call = 0; call < 300; call++) {
+    for (int j = 0; j < columns; j++) {
+      const int upper = draws.oneIn(8) ? 0 : 1;
+      const int lower = upper == 1 && draws.oneIn(8) ? 1 : 0;
+      lazy.setBounds(j, lower, upper);
+      plain->setBounds(j, lower, upper);
+    }
+    const int before = lazy.shownRows();
+    const End end = plain->solve(1000);
+    ASSERT_EQ(lazy.solve(1000), end) << "call " << call;
+    if (end == End::optimal) {
+      EXPECT_NEAR(lazy.objective(), plain->objective(), 1e-6) << "call " << call;
+    }
+    most_shown = std::max(most_shown, lazy.shownRows());
+    has_hidden = has_hidden || lazy.shownRows() < before;
+  }
+  EXPECT_GT(most_shown, columns);
+  EXPECT_LT(most_shown, lazy.rows());
+  EXPECT_TRUE(has_hidden);
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, RelaxationTest, testing::Bool(),
+                         [](const auto& test) { return test.param ? "Lazy" : "AllAtOnce"; });
 
 } // namespace

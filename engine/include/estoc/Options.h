@@ -38,6 +38,7 @@ struct Options {
   bool row_splitting = true;   ///< in presolve, make clauses of rows that say the same
   bool local_search = true;    ///< look for better solutions by local search now and then
   bool lp = true;              ///< solve the linear relaxation
+  bool lazy_rows = true;       ///< show the relaxation only rows that matter, where they are many
   bool cuts = true;            ///< cut the optimum of the relaxation off before branching
   bool neighbourhoods = true;  ///< search around the best solution now and then
   bool targets = true;         ///< branch below costs that are raised step by step
