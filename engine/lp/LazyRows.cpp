@@ -3,7 +3,6 @@
 #include "LazyRows.h"
 
 #include <algorithm>
-#include <limits>
 
 namespace estoc {
 

@@ -97,8 +97,8 @@ Relaxed Relaxer::ask(std::uint64_t most) {
   has_values = false;
   lp.followTrail(trail);
   const std::uint64_t before = lp.relaxation().pivots();
-  const std::uint64_t pivots = std::clamp(most / workOfPivot(), least_pivots, most_pivots);
-  const Relaxation::End end = lp.relaxation().solve(static_cast<int>(pivots));
+  const std::uint64_t affordable = std::clamp(most / workOfPivot(), least_pivots, most_pivots);
+  const Relaxation::End end = lp.relaxation().solve(static_cast<int>(affordable));
   charge(looks_of_call, lp.relaxation().pivots() - before);
   switch (end) {
   case Relaxation::End::optimal: {
