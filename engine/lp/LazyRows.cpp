@@ -134,8 +134,8 @@ std::vector<double> LazyRows::spread(const std::vector<double>& by_member) const
 }
 
 Relaxation::End LazyRows::solve(int pivots) {
-  if (members.empty() && !places.empty()) showSome();
   hideIdle();
+  if (members.empty() && !places.empty()) showSome();
   const std::uint64_t last = shown->pivots() + static_cast<std::uint64_t>(pivots);
   for (int round = 0;; round++) {
     const std::uint64_t now = shown->pivots();

@@ -108,7 +108,9 @@ class EstocDifferential : public testing::Test {
     EXPECT_GT(coverage.restarts, runs / 100);
     EXPECT_GT(coverage.reductions, runs / 100);
     EXPECT_GT(coverage.clauses, runs / 10);
-    EXPECT_GT(coverage.cardinalities, 0);
+    if (runs >= 1200) { // they are rare
+      EXPECT_GT(coverage.cardinalities, 0);
+    }
     EXPECT_GT(coverage.general, runs / 10);
     EXPECT_GT(coverage.flips, runs);
   }
