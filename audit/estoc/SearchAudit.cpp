@@ -39,8 +39,18 @@ class SearchAudit::Pass {
   bool falseBefore(Lit l, int place) const {
     return trail.isFalse(l) && trail.position(l.var()) < place;
   }
-  std::string describe(Ref ref) const {
-    std::ostringstream out;
+  /// A constraint as text, made only once it is written: nearly all checks succeed.
+  struct Described {
+    const Pass* pass;
+    Ref ref;
+
+    friend std::ostream& operator<<(std::ostream& out, const Described& d) {
+      d.pass->write(out, d.ref);
+      return out;
+    }
+  };
+  Described describe(Ref ref) const { return {this, ref}; }
+  void write(std::ostream& out, Ref ref) const {
     out << (at(ref).learnt != 0 ? "learnt" : ref == search.objective ? "objective" : "problem");
     forEachTerm(at(ref), [&](Int128 a, Lit l) {
       out << " " << static_cast<double>(a) << " " << text(l);
@@ -49,7 +59,6 @@ class SearchAudit::Pass {
             << trail.position(l.var());
     });
     out << " >= " << static_cast<double>(degreeOf(at(ref)));
-    return out.str();
   }
 
  public:
