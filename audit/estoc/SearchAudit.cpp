@@ -44,13 +44,13 @@ class SearchAudit::Pass {
     const Pass* pass;
     Ref ref;
 
+    std::ostream& writeTo(std::ostream& out) const { return pass->write(out, ref); }
     friend std::ostream& operator<<(std::ostream& out, const Described& d) {
-      d.pass->write(out, d.ref);
-      return out;
+      return d.writeTo(out);
     }
   };
   Described describe(Ref ref) const { return {this, ref}; }
-  void write(std::ostream& out, Ref ref) const {
+  std::ostream& write(std::ostream& out, Ref ref) const {
     out << (at(ref).learnt != 0 ? "learnt" : ref == search.objective ? "objective" : "problem");
     forEachTerm(at(ref), [&](Int128 a, Lit l) {
       out << " " << static_cast<double>(a) << " " << text(l);
@@ -58,7 +58,7 @@ class SearchAudit::Pass {
         out << (trail.isTrue(l) ? "+" : "-") << trail.level(l.var()) << ","
             << trail.position(l.var());
     });
-    out << " >= " << static_cast<double>(degreeOf(at(ref)));
+    return out << " >= " << static_cast<double>(degreeOf(at(ref)));
   }
 
  public:
